@@ -7,39 +7,53 @@ include(GoogleTest)
 
 set(test_root "${CMAKE_CURRENT_SOURCE_DIR}/tests")
 
-# qrvml_tests(<name> <label> <folders of tests/> <libraries>...)
-function(qrvml_tests name label folders)
-  list(TRANSFORM folders PREPEND "tests/")
-  qrvml_sources(sources ${folders})
-  foreach(library ${ARGN})
-    if(NOT TARGET ${library})
-      set(sources "")
-    endif()
-  endforeach()
-  list(FILTER sources EXCLUDE REGEX "^$")
-  set(own_sources ${sources})
-  list(FILTER own_sources EXCLUDE REGEX "/tests/support/")
-  if(NOT own_sources AND NOT sources MATCHES "_test\\.cpp")
+# qrvml_tests(<name> LABEL <ctest label> NEEDS <targets>... ROOMS <folders of tests/>...
+#             LINKS <libraries>...)
+# The label leads each test's name in ctest: two programs may hold tests of one name.
+function(qrvml_tests name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "LABEL" "NEEDS;ROOMS;LINKS")
+  list(TRANSFORM arg_ROOMS PREPEND "tests/")
+  qrvml_sources(sources ${arg_ROOMS})
+  if(NOT sources)
     return()
   endif()
+  foreach(needed ${arg_NEEDS})
+    if(NOT TARGET ${needed})
+      return()
+    endif()
+  endforeach()
 
   add_executable(${name} ${sources})
+  add_dependencies(${name} ${arg_NEEDS})
   target_include_directories(${name} PRIVATE "${test_root}")
-  target_link_libraries(${name} PRIVATE qrvml_headers ${ARGN} GTest::gtest_main)
+  target_link_libraries(${name} PRIVATE qrvml_headers ${arg_LINKS} GTest::gtest_main)
   target_compile_definitions(
     ${name}
     PRIVATE QRVML_PROGRAM="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/qrvml"
             QRVML_EXAMPLES="${CMAKE_CURRENT_SOURCE_DIR}/examples"
             QRVML_TEST_DATA="${test_root}/data")
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES LABELS ${label} TIMEOUT 300)
+  gtest_discover_tests(
+    ${name}
+    TEST_PREFIX "${arg_LABEL}/"
+    DISCOVERY_MODE PRE_TEST
+    PROPERTIES LABELS ${arg_LABEL} TIMEOUT 300)
 endfunction()
 
-qrvml_tests(qrvml_module_tests module "host;data;knn;bayes;svm;stats;frame;deploy;support"
-            qrvml_module)
-qrvml_tests(qrvml_app_tests app "datafile;apphost;documents;qvb;server;cli;support" qrvml_app
-            qrvml_module)
-qrvml_tests(qrvml_system_tests system "system" qrvml)
-
-if(TARGET qrvml_system_tests)
-  add_dependencies(qrvml_system_tests qrvml)
-endif()
+qrvml_tests(
+  qrvml_module_tests
+  LABEL module
+  NEEDS qrvml_module
+  ROOMS host data knn bayes svm stats frame deploy support
+  LINKS qrvml_module)
+qrvml_tests(
+  qrvml_app_tests
+  LABEL app
+  NEEDS qrvml_app qrvml_module QRVMachineLearning
+  ROOMS datafile apphost documents qvb server cli support
+  LINKS qrvml_app qrvml_module)
+qrvml_tests(
+  qrvml_system_tests
+  LABEL system
+  NEEDS qrvml QRVMachineLearning
+  ROOMS system
+  LINKS nlohmann_json::nlohmann_json)
