@@ -1,0 +1,183 @@
+#include "host/string_table.h"
+
+#include <algorithm>
+#include <cassert>
+
+#include "host/analysis_support.h"
+
+namespace qrvml {
+namespace {
+
+constexpr StringEntry kStrings[] = {
+    {100, "Machine Learning "},
+    {102, "Lecture des données..."},
+    {103,
+     "Pas assez d'obs. valides pour cette analyse. Vérifiez attentivement vos variables et filtres "
+     "de sélection."},
+    {104, "Mémoire insuffisante ; fermez d'autres applications et recommencez."},
+    {105, "Aucune variable dans le fichier de données"},
+    {106, "Calculs en cours..."},
+    {107, "Support Vector Machines"},
+    {108, "Réseaux Bayésiens Naïfs"},
+    {110, "K Plus Proches Voisins"},
+    {116,
+     "Au moins une valeur non-entière rencontrée lors du traitement des variables catégorielles. "
+     "Seules les valeurs entières sont autorisées pour les variables spécifiées comme des "
+     "variables catégorielles pour les analyses. Vérifiez les spécifications de la variable et "
+     "ses valeurs."},
+    {117, "Sélectionnez au moins une variable indépendante"},
+    {119, "Sélectionnez les variables de l'analyse"},
+    {120, "Dépend. continue(s) : "},
+    {121, "Dépend. catégorielle(s) : "},
+    {122, "Prédicteurs continus : "},
+    {123, "Prédicteurs catégoriels : "},
+    {124, "Codes des prédicteurs"},
+    {125, "Au moins un contrôle avec des données incorrectes."},
+    {126, "Tous les codes doivent être des entiers"},
+    {127, "Codes des réponses"},
+    {130, "Impossible de créer la feuille de données ; recommencez."},
+    {135, "Prévues"},
+    {139, "Formulaire de Saisie Personnalisé"},
+    {140, "Double-cliquez dans la cellule pour l'éditer"},
+    {141, "Valeur"},
+    {142, "Indép."},
+    {143,
+     "Entrée incorrecte pour un prédicteur (indépendant). Les entrées des prédicteurs catégoriels "
+     "doivent correspondre à l'une des valeurs-texte ou codes de la variable. Exemple : pour un "
+     "prédicteur contenant des valeurs-texte {Homme, Femme} avec des codes {1, 2}, vous pouvez "
+     "saisir soit Homme ou Femme (ou leurs valeurs de code 1 ou 2)."},
+    {155,
+     "Imprécision numérique détectée lors de l'estimation. Vérifiez vos données et recommencez."},
+    {156, "Correct"},
+    {157, "Incorrect"},
+    {158, "Matrice de confusion"},
+    {162, " Variable dépendante : "},
+    {164, " Variable indépendante : "},
+    {165, " Variables indépendantes : "},
+    {178, ", "},
+    {179, "Prévues (lignes) x Observées (colonnes)"},
+    {187,
+     "Sélectionnez une variable contenant les identifiants d'échantillons et un code identifiant "
+     "de façon unique les observations à utiliser dans l'analyse."},
+    {188,
+     "Toutes les autres observations valides (avec des pondérations positives et respectant les "
+     "filtres de sélection) seront considérées comme appartenant à "},
+    {189,
+     "l'échantillon de test. Pour toutes les observations valides, vous pouvez calculer, "
+     "enregistrer et utiliser les valeurs prévues et résidus dans vos analyses ultérieures. "},
+    {190, "Spécifications de la Validation Croisée "},
+    {191, "Identifiant d'échantillon"},
+    {192,
+     "Sélectionnez une variable contenant les identifiants d'échantillons et un code pour réaliser "
+     "la validation croisée."},
+    {193, "Sélectionnez un code pour effectuer la validation croisée."},
+    {194,
+     "Code de l'échantillon incorrect ; vérifiez les valeurs-texte de la variable contenant les "
+     "identifiants d'échantillons."},
+    {205, "Pour réaliser une analyse KNN, vous devez spécifier un échantillon de test."},
+    {207, "La valeur des N premières obs. doit être supérieure à 1 et inférieure à %d."},
+    {208,
+     "Au moins un contrôle avec des données incorrectes. Vérifiez vos paramètres et recommencez."},
+    {209, "non"},
+    {210, "oui"},
+    {211, "L'amorce aléatoire doit être supérieure à 0."},
+    {214, "Le nombre max. de plus proches voisins doit être supérieur au minimum."},
+    {218,
+     "Aucune observation d'apprentissage dans l'analyse. Vérifiez vos variables et filtres de "
+     "sélection."},
+    {219,
+     "Aucune observation de test dans l'analyse. Vérifiez vos variables et filtres de sélection et "
+     "recommencez."},
+    {220,
+     "Vous avez sélectionné une variable indépendante catégorielle (entrée) avec une valeur "
+     "nominale. Les variables catégorielles doivent contenir au moins 2 étiquettes nominales. "
+     "Vérifiez vos données et filtres de sélection puis recommencez."},
+    {221,
+     "Vous avez sélectionné une variable dépendante catégorielle (sortie) avec une valeur "
+     "nominale. Les variables catégorielles doivent contenir au moins 2 étiquettes nominales. "
+     "Vérifiez vos données et filtres de sélection puis recommencez."},
+    {225, "Classe"},
+    {226, "Nom"},
+    {227, "Total"},
+    {234, "Spécif. du modèle"},
+    {235, "Nbre de vars indépendantes"},
+    {255, "(%)"},
+    {256, "Moy. observée"},
+    {257, "Moy. prévues"},
+    {259, "Ecarts-types prév."},
+    {260, "Erreur moy."},
+    {261, "Ec-T. Erreurr"},
+    {262, "Erreur abs. moy."},
+    {263, "Ratio Ec-T."},
+    {264, "Corrélation"},
+    {269, "K Optimal"},
+    {277, "Ec-Type Obs."},
+    {288, "Itérations... %d"},
+    {289, "(Apprentissage)"},
+    {290, "(Test)"},
+    {291, "(Les 2 sous-ens.)"},
+    {292, "Support Vector Machine pour des problèmes de classification et de régression"},
+    {293, "Réseaux Bayésiens Naïfs pour des problèmes de classification multiple"},
+    {294,
+     "K Plus Proches Voisins (KNN) pour des problèmes de classification multiple et de régression "
+     "multiple"},
+    {296, "Saisissez une taille valide pour l'éch. d'apprentissage."},
+    {308,
+     "Vous ne pouvez pas utiliser des variables dépendantes (réponse) à la fois continues et "
+     "catégorielles. Sélectionnez des variables dépendantes soit continues, soit catégorielles. "
+     "Dans ce dernier cas, QUORVANTIS Machine Learning traitera l'analyse comme un problème de "
+     "classification. Sinon, elle sera traitée comme un problème de régression. Vous pouvez "
+     "toutefois choisir à la fois des prédiceurs continus et catégoriels si besoin. Appuyez sur OK "
+     "pour recommencer. "},
+    {309, "Initialisation de la validation croisée..."},
+    {310, "Validation croisée terminée"},
+    {311, "Calcul des statistiques de classification en cours..."},
+    {312, "Calcul des statistiques de régression en cours..."},
+    {315,
+     "La variable d'échantillon doit être distincte des variables indépendantes/dépendantes."},
+    {325, "Synthèse du modèle"},
+    {333, "Synthèse de la classification"},
+    {334, "Synthèse de la régression"},
+    {335, "Somme erreur au carré"},
+    {357, "Précision validation croisée (%)"},
+    {358, "Erreur validation croisée"},
+};
+
+MessageServices* CurrentMessages() {
+  const CAnalysisSupport* analysis = CAnalysisContext::Current();
+  return analysis == nullptr ? nullptr : analysis->services().messages;
+}
+
+bool Show(int number, std::string_view text) {
+  if (MessageServices* messages = CurrentMessages())
+    messages->DspMessageBox(BoxType::information, number, text);
+  return false;
+}
+
+}  // namespace
+
+std::span<const StringEntry> StringTable() { return kStrings; }
+
+std::string_view GetResourceString(int number) {
+  const auto entry = std::ranges::lower_bound(kStrings, number, {}, &StringEntry::number);
+  assert(entry != std::end(kStrings) && entry->number == number && "text missing from the table");
+  return entry->text;
+}
+
+bool Refuse(int number) { return Show(number, GetResourceString(number)); }
+
+bool Refuse(int number, long long value) {
+  std::string text(GetResourceString(number));
+  text.replace(text.find("%d"), 2, std::to_string(value));
+  return Show(number, text);
+}
+
+bool RefuseText(std::string_view text) { return Show(0, text); }
+
+bool Confirm(int number) {
+  MessageServices* messages = CurrentMessages();
+  return messages != nullptr && messages->DspMessageBox(BoxType::okCancel, number,
+                                                        GetResourceString(number)) == BoxButton::ok;
+}
+
+}  // namespace qrvml
