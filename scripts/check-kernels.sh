@@ -10,7 +10,7 @@ if ((${#objects[@]} == 0)); then echo "no kernels found in $build" >&2 && exit 1
 
 bad=0
 for object in "${objects[@]}"; do
-  shared=$(nm -C --defined-only "$object" | awk '$2 ~ /^[WwVvu]$/ { $1 = ""; print }')
+  shared=$(nm -C --defined-only "$object" | awk '$2 == "W" { $1 = ""; print }')
   if [[ -n $shared ]]; then printf '%s shares:\n%s\n' "${object##*/src/}" "$shared" && bad=1; fi
 done
 exit "$bad"
