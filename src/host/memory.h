@@ -81,6 +81,8 @@ class HostArray {
   void Fill(T value) {
     for (std::size_t i = 0; i < size_; ++i) data_[i] = value;
   }
+  /// Makes the array empty and keeps its storage for the next Resize.
+  void Clear() { size_ = 0; }
   /// Gives the storage back; the array is then empty.
   void Release() noexcept {
     if (data_ != nullptr) memory_->FreeMem(data_);

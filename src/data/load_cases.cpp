@@ -1,0 +1,196 @@
+// The second pass over the file: missing values substituted, final means and ranges, and the used
+// cases in the layout that the method's engine takes.
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <new>
+
+#include "data/analysis_data_set.h"
+#include "data/case_reader.h"
+#include "host/analysis_support.h"
+#include "host/numerics.h"
+#include "host/string_table.h"
+
+namespace qrvml {
+
+class CaseLoad {
+ public:
+  CaseLoad(AnalysisDataSet& data, Method method, TrainingRowSink* sink)
+      : data_(data),
+        rules_(RulesOf(method)),
+        sink_(sink),
+        reader_(*CAnalysisContext::Current()->services().file, data.roles_) {}
+
+  bool Run() {
+    Start();
+    ProgressPass progress(data_.numberOfCases_, 102);
+    for (std::int32_t number = 1; number <= data_.numberOfCases_; ++number) {
+      const CaseStatus status = reader_.Read(number);
+      if (status == CaseStatus::stop) return false;
+      const std::uint8_t flag = data_.Flag(number);
+      if (status == CaseStatus::skip || (flag != kTraining && flag != kTest)) continue;
+      if (!TakeCase(number, flag)) return false;
+    }
+    progress.Close();
+    Finish();
+    return true;
+  }
+
+ private:
+  bool HasSink() const { return rules_.storedAs == StoredAs::indicatorRows; }
+  int SubsetsKept() const { return data_.sampling.apply ? kSubsets : 1; }
+
+  void Start() {
+    for (int s = 0; s < SubsetsKept(); ++s)
+      data_.statistics_[static_cast<std::size_t>(s)].Start(reader_.slots());
+    const std::int64_t weighted[2] = {data_.trainingCount_, data_.testCount_};
+    for (int s = 0; s < (data_.sampling.apply ? 2 : 1); ++s) {
+      const std::int64_t rows =
+          rules_.storedAs == StoredAs::rowsPerCase ? data_.storedCounts_[s] : weighted[s];
+      if (rows > std::numeric_limits<std::int32_t>::max()) throw MemoryRefused();
+      rows_[s] = static_cast<std::int32_t>(rows);
+      if (HasSink() || rows == 0) continue;
+      const auto sample = static_cast<std::size_t>(s);
+      const auto count = static_cast<std::size_t>(rows);
+      data_.caseNumbers_[sample].Resize(count);
+      if (!data_.storeValues) continue;
+      data_.predictorRows_[sample].Resize(count * data_.roles_.predictors.size());
+      data_.dependentRows_[sample].Resize(count * data_.roles_.dependents.size());
+    }
+    if (HasSink()) {
+      indicatorRow_.Resize(static_cast<std::size_t>(data_.svmInputWidth_));
+      sink_->AllocateRows(rows_[0], data_.svmInputWidth_);
+    }
+  }
+
+  /// False: the host delivers other cases than in the first pass, as if it had stopped.
+  bool TakeCase(std::int32_t number, std::uint8_t flag) {
+    const std::int32_t weight = data_.Weight(number);
+    if (reader_.HasMissing()) {
+      AddWithMissing(flag, weight);
+    } else {
+      data_.statistics_[flag].AddCase(reader_.values(), weight);
+      if (data_.sampling.apply) Both().AddCase(reader_.values(), weight);
+    }
+    const std::int32_t copies = rules_.storedAs == StoredAs::rowsPerCase ? 1 : weight;
+    if (copies > rows_[flag] - next_[flag]) return false;
+    if (HasSink()) {
+      if (flag == kTraining) HandOver(copies);
+    } else {
+      Store(number, flag, copies);
+    }
+    next_[flag] += copies;
+    return true;
+  }
+
+  CaseStatistics& Both() { return data_.statistics_[static_cast<std::size_t>(Subset::both)]; }
+
+  /// A missing value is replaced by the mean of the case's own sample in that sample's statistics,
+  /// and, where the method says so, by the mean of both samples in everything else.
+  void AddWithMissing(std::uint8_t flag, std::int32_t weight) {
+    const bool substitutes = data_.missingDataRule == MissingDataRule::meanSubstitution;
+    for (std::size_t slot = 0; slot < reader_.slots(); ++slot) {
+      double& value = reader_.values()[slot];
+      double own = value;
+      if (reader_.IsMissing(slot)) {
+        if (!substitutes) continue;
+        own = data_.substitutes_[flag][slot];
+        value = data_.Substitute(slot, flag, rules_);
+      }
+      data_.statistics_[flag].Add(slot, own, weight);
+      if (data_.sampling.apply) Both().Add(slot, value, weight);
+    }
+  }
+
+  void Store(std::int32_t number, std::uint8_t flag, std::int32_t copies) {
+    const std::size_t predictors = data_.roles_.predictors.size();
+    const std::size_t dependents = data_.roles_.dependents.size();
+    for (std::int32_t copy = 0; copy < copies; ++copy) {
+      const auto row = static_cast<std::size_t>(next_[flag] + copy);
+      data_.caseNumbers_[flag][row] = number;
+      if (!data_.storeValues) continue;
+      std::memcpy(data_.predictorRows_[flag].data() + row * predictors, reader_.values(),
+                  predictors * sizeof(double));
+      std::memcpy(data_.dependentRows_[flag].data() + row * dependents,
+                  reader_.values() + predictors, dependents * sizeof(double));
+    }
+  }
+
+  void HandOver(std::int32_t copies) {
+    const std::size_t continuous = data_.roles_.continuousPredictors.size();
+    double* column = std::copy_n(reader_.values(), continuous, indicatorRow_.data());
+    for (std::size_t i = 0; i < data_.roles_.categoricalPredictors.size(); ++i) {
+      const double value = reader_.values()[continuous + i];
+      for (const auto& category : data_.predictorTables_[i].table.codes())
+        *column++ = IsEqual(value, static_cast<double>(category.code)) ? 1.0 : 0.0;
+    }
+    const std::span<const double> dependents(reader_.values() + data_.roles_.predictors.size(),
+                                             data_.roles_.dependents.size());
+    for (std::int32_t copy = 0; copy < copies; ++copy)
+      sink_->AddTrainingRow(next_[kTraining] + copy, indicatorRow_, dependents);
+  }
+
+  void Finish() {
+    const std::int64_t counts[kSubsets] = {data_.trainingCount_, data_.testCount_,
+                                           data_.totalCount()};
+    for (int s = 0; s < SubsetsKept(); ++s) {
+      CaseStatistics& statistics = data_.statistics_[static_cast<std::size_t>(s)];
+      if (rules_.meansOverValidOnly) {
+        statistics.MakeMeansOfValid();
+      } else {
+        statistics.MakeMeans(counts[s]);
+      }
+    }
+    data_.ComputeScaling();
+  }
+
+  AnalysisDataSet& data_;
+  const ReadingRules& rules_;
+  TrainingRowSink* sink_;
+  CaseReader reader_;
+  HostArray<double> indicatorRow_;
+  std::int32_t rows_[2] = {0, 0};  // rows there is room for, per sample
+  std::int32_t next_[2] = {0, 0};  // rows stored
+};
+
+bool AnalysisDataSet::LoadCases(Method method, TrainingRowSink* sink) {
+  loadedFor_ = method;
+  try {
+    if (CaseLoad(*this, method, sink).Run()) return true;
+  } catch (const std::bad_alloc&) {
+    Refuse(104);
+  }
+  ReleaseCases();
+  return false;
+}
+
+double AnalysisDataSet::Substitute(std::size_t slot, std::uint8_t flag,
+                                   const ReadingRules& rules) const {
+  const bool both = rules.substitutesBothMean && sampling.apply;
+  return substitutes_[both ? static_cast<std::size_t>(Subset::both) : flag][slot];
+}
+
+bool AnalysisDataSet::ReadStoredCase(Sample sample, std::int32_t row, std::span<double> predictors,
+                                     std::span<double> dependents) {
+  const auto s = static_cast<std::size_t>(sample);
+  if (storeValues) {
+    const auto r = static_cast<std::size_t>(row);
+    std::ranges::copy(predictorRows_[s].subspan(r * predictors.size(), predictors.size()),
+                      predictors.begin());
+    std::ranges::copy(dependentRows_[s].subspan(r * dependents.size(), dependents.size()),
+                      dependents.begin());
+    return true;
+  }
+  CaseReader reader(*CAnalysisContext::Current()->services().file, roles_);
+  if (reader.ReadValues(CaseNumberOf(sample, row)) != CaseStatus::delivered) return false;
+  for (std::size_t slot = 0; slot < reader.slots(); ++slot) {
+    if (missingDataRule == MissingDataRule::meanSubstitution && reader.IsMissing(slot))
+      reader.values()[slot] = Substitute(slot, static_cast<std::uint8_t>(s), RulesOf(loadedFor_));
+  }
+  std::copy_n(reader.values(), predictors.size(), predictors.begin());
+  std::copy_n(reader.values() + predictors.size(), dependents.size(), dependents.begin());
+  return true;
+}
+
+}  // namespace qrvml
