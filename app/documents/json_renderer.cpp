@@ -1,0 +1,145 @@
+#include "documents/json_renderer.h"
+
+#include "documents/json_writer.h"
+
+namespace qrvml {
+namespace {
+
+constexpr double kSchema = 1;
+
+void WriteMember(JsonWriter& json, std::string_view name, std::string_view text) {
+  json.Key(name);
+  json.String(text);
+}
+
+std::string_view FormatName(NumberFormat format) {
+  return format == NumberFormat::count ? "count" : "general";
+}
+
+void WriteStrings(JsonWriter& json, const std::vector<std::string>& texts) {
+  json.BeginArray();
+  for (const std::string& text : texts) json.String(text);
+  json.EndArray();
+}
+
+void WriteCell(JsonWriter& json, const SpreadsheetColumn& column, std::size_t row) {
+  json.BeginObject();
+  json.Key("value");
+  json.Number(column.values[row]);
+  if (!column.texts.empty() && !column.texts[row].empty())
+    WriteMember(json, "text", column.texts[row]);
+  if (!column.marks.empty() && column.marks[row] != 0) {
+    json.Key("marked");
+    json.Boolean(true);
+  }
+  json.EndObject();
+}
+
+struct BodyWriter {
+  JsonWriter& json;
+
+  void operator()(const ResultsText& results) const {
+    WriteMember(json, "kind", "results");
+    json.Key("lines");
+    WriteStrings(json, results.lines);
+  }
+
+  void operator()(const Spreadsheet& sheet) const {
+    WriteMember(json, "kind", "spreadsheet");
+    WriteMember(json, "title", sheet.title);
+    json.Key("header");
+    WriteStrings(json, sheet.header);
+    json.Key("rowTitle");
+    WriteStrings(json, {sheet.rowTitle, sheet.rowTitleSecond});
+    json.Key("columns");
+    json.BeginArray();
+    for (const SpreadsheetColumn& column : sheet.columns) {
+      json.BreakLine();
+      json.BeginObject();
+      WriteMember(json, "first", column.first);
+      WriteMember(json, "second", column.second);
+      WriteMember(json, "format", FormatName(column.format));
+      json.EndObject();
+    }
+    json.EndArray();
+    json.Key("rows");
+    json.BeginArray();
+    for (std::size_t row = 0; row < sheet.rowNames.size(); ++row) {
+      json.BreakLine();
+      json.BeginObject();
+      WriteMember(json, "name", sheet.rowNames[row]);
+      json.Key("cells");
+      json.BeginArray();
+      for (const SpreadsheetColumn& column : sheet.columns) WriteCell(json, column, row);
+      json.EndArray();
+      json.EndObject();
+    }
+    json.EndArray();
+  }
+};
+
+void WriteValues(JsonWriter& json, std::string_view key, const std::vector<NamedValue>& values) {
+  json.BreakLine();
+  json.Key(key);
+  json.BeginObject();
+  for (const auto& [name, value] : values) {
+    json.Key(name);
+    if (const double* number = std::get_if<double>(&value)) {
+      json.Number(*number);
+    } else {
+      json.String(std::get<std::string>(value));
+    }
+  }
+  json.EndObject();
+}
+
+}  // namespace
+
+void WriteJson(JsonWriter& json, const Document& document) {
+  json.BeginObject();
+  std::visit(BodyWriter{json}, document);
+  json.EndObject();
+}
+
+std::string DocumentJson(const Document& document) {
+  std::string text;
+  JsonWriter json(text);
+  WriteJson(json, document);
+  return text += '\n';
+}
+
+std::string ReportJson(const RunReport& report, const Workbook& workbook) {
+  std::string text;
+  JsonWriter json(text);
+  json.BeginObject();
+  json.Key("schema");
+  json.Number(kSchema);
+  WriteValues(json, "analysis", report.analysis);
+  WriteValues(json, "properties", report.properties);
+  json.BreakLine();
+  json.Key("messages");
+  json.BeginArray();
+  for (const ReportedMessage& message : report.messages) {
+    json.BreakLine();
+    json.BeginObject();
+    json.Key("number");
+    json.Number(message.number);
+    WriteMember(json, "text", message.text);
+    WriteMember(json, "step", message.step);
+    json.EndObject();
+  }
+  json.EndArray();
+  json.BreakLine();
+  json.Key("documents");
+  json.BeginArray();
+  for (const Document& document : workbook.documents()) {
+    json.BreakLine();
+    WriteJson(json, document);
+  }
+  json.EndArray();
+  json.BreakLine();
+  json.EndObject();
+  return text += '\n';
+}
+
+}  // namespace qrvml

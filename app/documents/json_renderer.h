@@ -1,0 +1,38 @@
+// Documents and reports of a run as JSON.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "documents/workbook.h"
+
+namespace qrvml {
+
+class JsonWriter;
+
+/// A named number or text.
+using NamedValue = std::pair<std::string, std::variant<double, std::string>>;
+
+struct ReportedMessage {
+  int number = 0;
+  std::string text;
+  std::string step;
+};
+
+/// What is told of a run besides its documents.
+struct RunReport {
+  std::vector<NamedValue> analysis;    // kind, file, cases, ...
+  std::vector<NamedValue> properties;  // every readable property after the run
+  std::vector<ReportedMessage> messages;
+};
+
+/// One document: an object. An empty cell's value is null, the marker -9999 stays a number.
+void WriteJson(JsonWriter& json, const Document& document);
+std::string DocumentJson(const Document& document);
+
+/// The whole run: {"schema":1,"analysis":...,"properties":...,"messages":...,"documents":...}.
+std::string ReportJson(const RunReport& report, const Workbook& workbook);
+
+}  // namespace qrvml

@@ -1,0 +1,19 @@
+// Documents as text for a terminal or a plain file.
+#pragma once
+
+#include <string>
+
+#include "documents/workbook.h"
+
+namespace qrvml {
+
+/// A document as lines, each ended by a line feed. A spreadsheet shows its title, its header lines,
+/// a heading of up to two lines, a rule and the rows; numbers stand at the right, columns are
+/// aligned by what they take on a terminal, a marked cell carries " *".
+std::string DocumentText(const Document& document);
+
+/// A number as a cell shows it: general with up to 6 significant digits and whole numbers in full;
+/// a count without decimals; empty for an empty cell.
+std::string CellNumber(double value, NumberFormat format);
+
+}  // namespace qrvml

@@ -1,0 +1,30 @@
+#include "documents/workbook.h"
+
+#include <utility>
+
+namespace qrvml {
+namespace {
+
+struct TitleOf {
+  std::string_view operator()(const ResultsText&) const { return "results"; }
+  std::string_view operator()(const Spreadsheet& spreadsheet) const { return spreadsheet.title; }
+};
+
+}  // namespace
+
+void Workbook::PutResults(std::vector<std::string> lines) {
+  const bool stands =
+      !documents_.empty() && std::holds_alternative<ResultsText>(documents_.front());
+  if (!stands) documents_.insert(documents_.begin(), ResultsText{});
+  std::get<ResultsText>(documents_.front()).lines = std::move(lines);
+  if (onChange) onChange(0);
+}
+
+void Workbook::Add(Spreadsheet&& spreadsheet) {
+  documents_.emplace_back(std::move(spreadsheet));
+  if (onChange) onChange(documents_.size() - 1);
+}
+
+std::string_view DocumentTitle(const Document& document) { return std::visit(TitleOf{}, document); }
+
+}  // namespace qrvml

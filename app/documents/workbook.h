@@ -1,0 +1,40 @@
+// The documents of an analysis in the order in which they were made.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "host/documents.h"
+
+namespace qrvml {
+
+/// The text at the top of a results dialog.
+struct ResultsText {
+  std::vector<std::string> lines;
+};
+
+/// Everything that renders documents handles every alternative.
+using Document = std::variant<ResultsText, Spreadsheet>;
+
+class Workbook {
+ public:
+  const std::vector<Document>& documents() const { return documents_; }
+  /// The results text: always the first document; a later one takes its place.
+  void PutResults(std::vector<std::string> lines);
+  void Add(Spreadsheet&& spreadsheet);
+
+  /// Called with the position of each document that was added or replaced.
+  std::function<void(std::size_t)> onChange;
+
+ private:
+  std::vector<Document> documents_;
+};
+
+/// The document's title; "results" for a results text.
+std::string_view DocumentTitle(const Document& document);
+
+}  // namespace qrvml

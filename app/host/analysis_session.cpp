@@ -1,0 +1,117 @@
+#include "host/analysis_session.h"
+
+#include <algorithm>
+
+#include "host/control.h"
+
+namespace qrvml {
+namespace {
+
+constexpr int kFirstStep = 100;
+constexpr int kFirstDialogStep = 101;
+
+AutomationResult Failure(std::string text) { return {kAutomationFailure, std::move(text)}; }
+
+}  // namespace
+
+AnalysisSession::AnalysisSession(const HostServices& services, DialogSequence& sequence,
+                                 RandomStreams& random)
+    : services_(services), sequence_(sequence), random_(random) {}
+
+AnalysisSession::~AnalysisSession() { sequence_.Close(); }
+
+bool AnalysisSession::Open(AnalysisFactory factory, std::string& error) {
+  analysis_.reset(factory());
+  if (analysis_ == nullptr) {
+    error = "the analysis cannot be created: not enough memory";
+    return false;
+  }
+  analysis_->Attach(services_);
+  if (RunFrom(kFirstStep, error)) return true;
+  analysis_.reset();
+  return false;
+}
+
+bool AnalysisSession::RunFrom(int step, std::string& error) {
+  step_ = 0;
+  while (step != 0) {
+    if (analysis_->RunStep(step) < 0) {
+      error = "the analysis cannot go on: its step " + std::to_string(step) + " failed";
+      return false;
+    }
+    step_ = step;
+    const SequenceEntry* entry = analysis_->sequence().Find(step);
+    step = entry == nullptr ? 0 : entry->following;
+  }
+  return true;
+}
+
+std::shared_ptr<QrvAnalysisDialog> AnalysisSession::dialog() const {
+  return IsOpen() ? sequence_.current()->Automation() : nullptr;
+}
+
+const Control* AnalysisSession::Find(std::string_view name) const {
+  const std::shared_ptr<QrvAnalysisDialog> open = dialog();
+  if (open == nullptr) return nullptr;
+  const auto controls = open->Controls();
+  const auto found = std::ranges::find(controls, name, &Control::name);
+  return found == controls.end() ? nullptr : &*found;
+}
+
+AutomationResult AnalysisSession::GoOn(AutomationResult result) {
+  const std::optional<NextStep> next = sequence_.TakeNext();
+  if (!next) return result;
+  if (next->direction == Direction::forward && !analysis_->ForwardSequence(next->step, 0))
+    return Failure("The analysis does not go on to step " + std::to_string(next->step));
+  if (beforeLeaving) beforeLeaving(*sequence_.current()->Automation());
+  sequence_.Close();
+  std::string error;
+  if (!RunFrom(next->step, error)) return Failure(error);
+  return result;
+}
+
+template <class Operation>
+AutomationResult AnalysisSession::Call(Operation operation) {
+  const std::shared_ptr<QrvAnalysisDialog> open = dialog();
+  if (open == nullptr) return Failure("The analysis has ended");
+  return GoOn(operation(*open));
+}
+
+AutomationResult AnalysisSession::Get(std::string_view name, AutomationValue& value) {
+  const Control* control = Find(name);
+  if (control != nullptr && control->kind == ControlKind::action) random_.Forget();
+  return Call([&](QrvAnalysisDialog& open) { return open.Get(name, value); });
+}
+
+AutomationResult AnalysisSession::Put(std::string_view name, const AutomationValue& value) {
+  return Call([&](QrvAnalysisDialog& open) { return open.Put(name, value); });
+}
+
+AutomationResult AnalysisSession::Type(std::string_view name, std::string_view text) {
+  return Call([&](QrvAnalysisDialog& open) { return open.Type(name, text); });
+}
+
+AutomationResult AnalysisSession::Press(std::string_view name) {
+  random_.Forget();
+  return Call([&](QrvAnalysisDialog& open) { return open.Press(name); });
+}
+
+AutomationResult AnalysisSession::OK() {
+  random_.Forget();
+  return Call([](QrvAnalysisDialog& open) { return open.OAOK(); });
+}
+
+AutomationResult AnalysisSession::Cancel() {
+  return Call([](QrvAnalysisDialog& open) { return open.OACancel(); });
+}
+
+bool AnalysisSession::ReplaceFile(DataFile& file, std::string& error) {
+  sequence_.Close();
+  sequence_.TakeNext();
+  services_.file = &file;
+  analysis_->Attach(services_);
+  analysis_->InitializeAfterFileChanged();
+  return RunFrom(kFirstDialogStep, error);
+}
+
+}  // namespace qrvml
