@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -74,6 +75,13 @@ class CAnalysisSupport {
   virtual std::string GetAnalysisName() const = 0;
   /// Runs the operation of a step with this analysis current; -1 for a step that does not exist.
   virtual int RunStep(int step) = 0;
+  /// The table of the dialog that a step opens, without opening it; empty for a step without one.
+  virtual std::span<const Control> ControlsOf(int step) const {
+    (void)step;
+    return {};
+  }
+  /// What a report tells of the last run: name and value, e.g. "training" 112 and "test" 38.
+  virtual std::vector<std::pair<std::string, double>> Figures() const { return {}; }
 
   /// The host attaches its services once, before the first step.
   void Attach(const HostServices& services) { services_ = services; }
