@@ -24,6 +24,7 @@ void AnalysisDataSet::ResetDefaults() {
   numberOfCases_ = file == nullptr ? 0 : file->NumberOfCases();
 
   sampling = {};
+  sampleChoice = {};
   sampling.seed = static_cast<std::int32_t>(std::time(nullptr) / 1000);
   sampling.firstN = static_cast<std::int32_t>(numberOfCases_ * 0.75);
   missingDataRule = MissingDataRule::casewiseDeletion;

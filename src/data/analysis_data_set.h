@@ -64,6 +64,7 @@ class AnalysisDataSet {
 
   // --- Settings ----------------------------------------------------------------------------------
   SamplingSettings sampling;
+  SampleChoice sampleChoice;
   MissingDataRule missingDataRule = MissingDataRule::casewiseDeletion;
   bool storeValues = true;  // false: LoadCases keeps case numbers, cases are read again when needed
   bool rereadNeeded = true;

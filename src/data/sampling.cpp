@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "data/case_reader.h"
+#include "data/value_text.h"
 #include "host/analysis_support.h"
 #include "host/string_table.h"
 
@@ -21,6 +23,21 @@ bool AllocateFlags(SamplingSettings& sampling, std::int32_t cases, HostArray<std
 }
 
 }  // namespace
+
+double FindFirstCode(int variable, bool integralOnly) {
+  DataFile& file = *CAnalysisContext::Current()->services().file;
+  const double missing = file.getmd5(variable);
+  HostArray<double> values(static_cast<std::size_t>(file.NumberOfVariables()) + 1);
+  ProgressPass progress(file.NumberOfCases(), 106);
+  for (int number = 1; number <= file.NumberOfCases(); ++number) {
+    const CaseStatus status = file.cstart(number, values.data());
+    if (status == CaseStatus::stop) break;
+    if (status == CaseStatus::skip) continue;
+    const double value = values[static_cast<std::size_t>(variable)];
+    if (!IsEqual(value, missing) && (!integralOnly || IsIntegral(value))) return value;
+  }
+  return 0.0;
+}
 
 bool DrawRandomSample(SamplingSettings& sampling, std::int32_t cases,
                       HostArray<std::uint8_t>& flags) {

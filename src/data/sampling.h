@@ -26,6 +26,23 @@ struct SamplingSettings {
   std::int32_t firstN = 0;                        // leading cases used for training
 };
 
+/// What the sample identifier dialog works on; copied into the settings when it closes.
+struct SampleChoice {
+  std::int16_t variable = 0;         // chosen variable, 1-based, 0: none
+  std::int16_t variableCount = 0;    // variables chosen: 0 or 1
+  float code = 0;                    // learning code
+  std::int16_t codeChosen = 0;
+  std::int16_t state = 1;            // 1 active, 0 inactive
+  std::int16_t cancelled = 0;
+  std::int16_t activeAtLastOK = 0;
+  std::string codeText;              // as typed, at most kLongestCodeText bytes
+};
+inline constexpr std::size_t kLongestCodeText = 2000;
+
+/// The first value of a variable, in file order, that is not missing (and, where only integers
+/// will do, is one); 0.0 when there is none or the host stops.
+double FindFirstCode(int variable, bool integralOnly);
+
 /// Marks the test cases of a random split: exactly cases - trunc(cases * percentage * 0.01) of them,
 /// drawn from the host's generator. Every case of the file takes part, before any selection, weight
 /// or missing-data test. Sets firstN to the number of training cases and `defined` on success.

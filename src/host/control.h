@@ -80,7 +80,7 @@ struct Control {
   std::string_view name;   // automation property or action; outside the interface: control name
   ControlKind kind = ControlKind::check;
   std::string_view label;  // as the dialog shows it, with its access key
-  std::string_view tab;    // caption of the tab; empty: below the tabs
+  std::string_view tab{};   // caption of the tab; empty: below the tabs
   Range range{};
   int decimals = 0;        // shown; the control holds the full number
   DescriptionRow row{};

@@ -24,13 +24,13 @@ void PollCancel() {
 
 /// Working storage of one search over the grid.
 struct KNNEngine::CrossValidation {
-  std::vector<std::int32_t> gridK;          // K of each grid point, ascending
-  HostArray<std::int32_t> fold;             // fold of each prototype
-  HostArray<double> queries;                // inputs of the prototypes of one batch, row-major
-  HostArray<Neighbour> neighbours;          // of these queries, slots each
-  HostArray<std::int32_t> found;            // neighbours found per query
-  std::int32_t slots = 0;                   // searched per query
-  std::int32_t batch = 0;                   // queries searched together
+  std::vector<std::int32_t> gridK;  // K of each grid point, ascending
+  HostArray<std::int32_t> fold;     // fold of each prototype
+  HostArray<double> queries;        // inputs of the prototypes of one batch, row-major
+  HostArray<Neighbour> neighbours;  // of these queries, slots each
+  HostArray<std::int32_t> found;    // neighbours found per query
+  std::int32_t slots = 0;           // searched per query
+  std::int32_t batch = 0;           // queries searched together
   bool isFirstCase = true;
 
   CrossValidation(std::int32_t prototypes, std::size_t inputs, std::int32_t slotsPerQuery)
@@ -43,12 +43,12 @@ struct KNNEngine::CrossValidation {
   }
 };
 
-std::vector<std::int32_t> KNNEngine::ShufflePrototypes() const {
+HostArray<std::int32_t> KNNEngine::ShufflePrototypes() const {
   // A random pairing: prototype i and prototype r change places, so the shuffle is its own inverse.
   // Every position consumes a draw, also one that is already paired.
   RandomServices& random = *CAnalysisContext::Current()->services().random;
   const std::int32_t count = prototypes();
-  std::vector<std::int32_t> shuffled(static_cast<std::size_t>(count), -1);
+  HostArray<std::int32_t> shuffled(static_cast<std::size_t>(count), -1);
   std::int32_t draws = 0;
   const auto draw = [&] {
     if (++draws % kDrawsPerPoll == 0) PollCancel();
@@ -76,7 +76,7 @@ void KNNEngine::SelectKByCrossValidation(bool silent) {
   PrepareSearch();
 
   show("Shuffling data for corss validation...");
-  const std::vector<std::int32_t> shuffled = ShufflePrototypes();
+  const HostArray<std::int32_t> shuffled = ShufflePrototypes();
   show("Data shuffling is complete");
 
   crossValidationErrors.Assign(static_cast<std::size_t>(gridPoints), 0.0);
@@ -97,8 +97,8 @@ void KNNEngine::SelectKByCrossValidation(bool silent) {
       display->ShowDetail("Corss validation fold " + std::to_string(f + 1));
     const std::int32_t end = foldStart(f + 1);
     for (std::int32_t c = foldStart(f); c < end; c += run.batch) {
-      const std::span<const std::int32_t> cases(shuffled.data() + c,
-                                                static_cast<std::size_t>(std::min(run.batch, end - c)));
+      const std::span<const std::int32_t> cases(
+          shuffled.data() + c, static_cast<std::size_t>(std::min(run.batch, end - c)));
       CrossValidate(run, cases, f);
     }
   }

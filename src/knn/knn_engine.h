@@ -29,12 +29,12 @@ class KNNEngine {
   explicit KNNEngine(AnalysisDataSet& data);
 
   // --- Settings ----------------------------------------------------------------------------------
-  bool weighted = false;               // distance-weighted vote
-  bool applyCrossValidation = false;   // choose k by cross-validation
-  double minimumK = 1.0;               // grid of the search: minimumK, + deltaK, … maximumK
+  bool weighted = false;              // distance-weighted vote
+  bool applyCrossValidation = false;  // choose k by cross-validation
+  double minimumK = 1.0;              // grid of the search: minimumK, + deltaK, … maximumK
   double maximumK = 5.0;
   double deltaK = 1.0;
-  std::int32_t k = 1;                  // neighbours used for prediction
+  std::int32_t k = 1;  // neighbours used for prediction
   Metric metric = Metric::euclidean;
   std::int32_t folds = 10;             // v of the cross-validation
   std::int32_t crossValidationSeed;    // of its shuffle; default: seconds since 1970 / 1000
@@ -42,9 +42,9 @@ class KNNEngine {
 
   // --- Results of the K search -------------------------------------------------------------------
   std::int32_t gridPoints = 0;
-  double bestError = 0;                      // regression: smallest mean squared error
-  double bestAccuracy = 0;                   // classification: highest percentage correct
-  HostArray<double> crossValidationErrors;   // per grid point: error, or accuracy in percent
+  double bestError = 0;                     // regression: smallest mean squared error
+  double bestAccuracy = 0;                  // classification: highest percentage correct
+  HostArray<double> crossValidationErrors;  // per grid point: error, or accuracy in percent
 
   /// K of grid point g.
   std::int32_t GridK(std::int32_t g) const {
@@ -76,7 +76,8 @@ class KNNEngine {
   enum class Load { inputs = 0, dependents = 1, both = 2 };
   bool LoadCase(Sample sample, std::int32_t index, Load what, bool withLabel);
   /// The nearest prototypes of a query (unscaled), nearest first, without those of the excluded
-  /// group: neighbourIndex (-1: an empty slot) and neighbourWeight. Throws MemoryRefused, Cancelled.
+  /// group: neighbourIndex (-1: an empty slot) and neighbourWeight. Throws MemoryRefused,
+  /// Cancelled.
   void FindNearestPrototypes(std::span<const double> query, Exclusion excluded = {});
   /// Predictions, residuals, spreads and class scores from the first k neighbours; `search` finds
   /// these first. Without observed values (empty) the residuals are -9999. Throws as above.
@@ -85,13 +86,13 @@ class KNNEngine {
   /// predictions below filled. Searches run many cases at a time. Throws as above.
   void PredictSample(Sample sample, const std::function<void(std::int32_t)>& visit);
 
-  HostArray<std::int32_t> neighbourIndex;   // per slot: prototype, -1: empty
-  HostArray<double> neighbourWeight;        // per slot
-  HostArray<double> currentInputs;          // of the case last loaded or predicted
+  HostArray<std::int32_t> neighbourIndex;  // per slot: prototype, -1: empty
+  HostArray<double> neighbourWeight;       // per slot
+  HostArray<double> currentInputs;         // of the case last loaded or predicted
   HostArray<double> currentDependents;
-  HostArray<double> predictions;            // per dependent: value, or code of the class
-  HostArray<double> residuals;              // observed - predicted; of a class 0 correct, 1 wrong
-  HostArray<double> spreads;                // per continuous dependent; 0 while k is 1
+  HostArray<double> predictions;  // per dependent: value, or code of the class
+  HostArray<double> residuals;    // observed - predicted; of a class 0 correct, 1 wrong
+  HostArray<double> spreads;      // per continuous dependent; 0 while k is 1
   std::vector<HostArray<double>> classScores;  // per categorical dependent: share of each class
   std::string caseLabel;
 
@@ -111,8 +112,8 @@ class KNNEngine {
   /// The K search; sets k, the errors per grid point and the best of them. Throws MemoryRefused,
   /// Cancelled.
   void SelectKByCrossValidation(bool silent);
-  /// A random self-inverse permutation of the prototypes. Throws Cancelled.
-  std::vector<std::int32_t> ShufflePrototypes() const;
+  /// A random self-inverse permutation of the prototypes. Throws Cancelled, MemoryRefused.
+  HostArray<std::int32_t> ShufflePrototypes() const;
   /// Predicts the cases of a fold, at most one batch, for every K of the grid. Throws as above.
   void CrossValidate(CrossValidation& run, std::span<const std::int32_t> cases, std::int32_t fold);
   void AddToGrid(const CrossValidation& run, std::int32_t prototype, std::int32_t filled);
@@ -124,13 +125,13 @@ class KNNEngine {
   AnalysisDataSet& data_;
   NeighbourSearch search_;
   bool searchReady_ = false;
-  Metric searchMetric_ = Metric::euclidean;   // what search_ was built for
+  Metric searchMetric_ = Metric::euclidean;  // what search_ was built for
   bool searchScaled_ = false;
   PrototypeVotes votes_;
   KnnVote vote_;
-  HostArray<Neighbour> found_;                // of the query searched last
-  std::vector<ConfusionCounts> confusion_;    // per categorical dependent
-  std::vector<RegressionSummary> regression_; // per continuous dependent
+  HostArray<Neighbour> found_;                 // of the query searched last
+  std::vector<ConfusionCounts> confusion_;     // per categorical dependent
+  std::vector<RegressionSummary> regression_;  // per continuous dependent
 };
 
 }  // namespace qrvml
