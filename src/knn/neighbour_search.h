@@ -15,20 +15,27 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <span>
 
 #include "host/memory.h"
 
 namespace qrvml {
 
-enum class Metric : std::int16_t { euclidean = 0, squaredEuclidean = 1, cityBlock = 2, chebychev = 3 };
+enum class Metric : std::int16_t {
+  euclidean = 0,
+  squaredEuclidean = 1,
+  cityBlock = 2,
+  chebychev = 3
+};
 
 struct Neighbour {
   double distance;
   std::int32_t prototype;  // position in stored order, from 0
 };
 
-/// Row-major cases and how their inputs are scaled. Nothing is owned; the arrays outlive the search.
+/// Row-major cases and how their inputs are scaled. Nothing is owned; the arrays outlive the
+/// search.
 struct PrototypeRows {
   const double* rows = nullptr;   // count x (continuous + categorical), unscaled
   std::int32_t count = 0;         // prototypes
@@ -44,6 +51,8 @@ struct Exclusion {
   std::int32_t excluded = -1;
 };
 
+class PackedPrototypes;
+
 class NeighbourSearch {
  public:
   NeighbourSearch();
@@ -51,17 +60,22 @@ class NeighbourSearch {
   NeighbourSearch(NeighbourSearch&&) noexcept;
   NeighbourSearch& operator=(NeighbourSearch&&) noexcept;
 
-  /// Packs the prototypes for searching. Throws MemoryRefused, and is then empty.
-  void Build(const PrototypeRows& prototypes, Metric metric);
+  /// Packs the prototypes for searching: about half the size of the rows.
+  ///
+  /// poll      called at least every 100 ms of work; true stops the packing, which then returns
+  ///           false. May be empty.
+  /// Throws MemoryRefused. After a failure there is nothing to search.
+  bool Build(const PrototypeRows& prototypes, Metric metric,
+             const std::function<bool()>& poll = {});
   void Release();
 
-  /// The min(slots, eligible prototypes) nearest prototypes of each query, nearest first.
+  /// The nearest prototypes of each query, nearest first: min(slots, those that are eligible).
   ///
   /// requires  Build; queries row-major count x inputs, unscaled; slots >= 1;
   ///           neighbours.size() == count * slots; found.size() == count
   /// gives     neighbours[q * slots + s], s < found[q]; the rest of a query's slots is untouched
-  /// threads   worker threads that may share the queries (1: none is started); the result does
-  ///           not depend on it
+  /// threads   threads that may share the queries, the calling one included (1: none is started);
+  ///           the result does not depend on it
   /// poll      called on the calling thread only, at least every 100 ms of work; true stops the
   ///           search, which then returns false with undefined contents. May be empty.
   /// Throws MemoryRefused.
@@ -69,9 +83,14 @@ class NeighbourSearch {
             int threads, std::span<Neighbour> neighbours, std::span<std::int32_t> found,
             const std::function<bool()>& poll) const;
 
+  /// The newest x86-64 level (2, 3 or 4) the kernels may use on this processor.
+  static int ProcessorLevel();
+  /// Lets the next Build use kernels of this level at most. The result does not depend on it.
+  void LimitLevel(int level);
+
  private:
-  struct Packed;
-  Packed* packed_ = nullptr;
+  int level_;
+  std::unique_ptr<PackedPrototypes> packed_;
 };
 
 }  // namespace qrvml

@@ -1,0 +1,72 @@
+// The inner loops of the nearest-prototype search: the float filter and the bounds of boxes.
+//
+// One source (neighbour_kernel_body.h) is compiled for three processor levels. A filter value only
+// decides which prototypes are computed in double afterwards, so the levels may round it
+// differently (fused or not) and the neighbours found are still the same bits.
+//
+// Storage. A block holds kLanes prototypes, input by input: block[input * kLanes + lane]. A chunk
+// is kChunkBlocks consecutive blocks. A box is the smallest and the largest value of each input
+// over the prototypes of a block or chunk; boxes are stored in groups of kBoxGroup, input by input:
+// group[(2 * input + side) * kBoxGroup + box], side 0 the smallest, 1 the largest.
+#pragma once
+
+#include <cstdint>
+
+namespace qrvml {
+
+inline constexpr int kLanes = 48;        // prototypes of a block; a multiple of every vector length
+inline constexpr int kChunkBlocks = 16;  // blocks of a chunk
+inline constexpr int kChunkLanes = kLanes * kChunkBlocks;
+inline constexpr int kBoxGroup = 16;         // boxes tested at once; equals kChunkBlocks
+inline constexpr int kTile = 6;              // queries that share a pass over a chunk
+inline constexpr int kSurvivorPadding = 16;  // elements past `full + kLanes` a kernel may overwrite
+
+/// How one input's difference enters the filter value.
+enum class FilterTerm : int { square = 0, absolute = 1, maximum = 2 };
+
+/// The inputs of a packed case: continuous first, then categorical codes, which contribute
+/// `mismatch` where they differ.
+struct FilterShape {
+  std::int32_t continuous = 0;
+  std::int32_t categorical = 0;
+  float mismatch = 0;
+};
+
+/// One of the queries that share a pass. Survivors are appended at `survivors`.
+struct FilterQuery {
+  const float* inputs;     // packed like a prototype
+  float limit;             // prototypes with a greater filter value are out; below 0: takes no part
+  float* value;            // survivors' filter values, room for full + kLanes + kSurvivorPadding
+  std::int32_t* position;  // survivors' packed positions, same room
+  std::int32_t survivors;
+  std::int32_t full;  // number of survivors at which the pass is interrupted
+};
+
+/// A chunk, or its first blocks where it is the last one.
+struct FilterChunk {
+  const float* blocks;
+  const float* boxes;     // box group of the blocks; null: every block is computed
+  std::int32_t position;  // packed position of the first lane
+  std::int32_t blockCount;
+};
+
+struct NeighbourKernel {
+  int level;  // x86-64 level it needs: 2, 3 or 4
+
+  /// Filters a chunk's blocks from `firstBlock` on for kTile queries. Returns the number of blocks
+  /// done: less than blockCount when a query is full. *wanted grows by the number of (query, block)
+  /// pairs that were computed.
+  int (*scan[3])(const FilterShape&, const FilterChunk&, FilterQuery* queries, int firstBlock,
+                 std::int64_t* wanted);
+  /// bounds[box] = a value no greater than any filter value of the query and a prototype in the
+  /// box.
+  void (*bound[3])(const FilterShape&, const float* group, const float* query, float* bounds);
+  /// The box of one block: smallest[input], largest[input].
+  void (*enclose)(std::int32_t inputs, const float* block, float* smallest, float* largest);
+};
+
+extern const NeighbourKernel kNeighbourKernelV2;
+extern const NeighbourKernel kNeighbourKernelV3;
+extern const NeighbourKernel kNeighbourKernelV4;
+
+}  // namespace qrvml

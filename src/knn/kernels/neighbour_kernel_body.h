@@ -1,0 +1,277 @@
+// The source of the kernels, included once by the file of each processor level.
+//
+// Everything here has internal linkage and nothing of the standard library is instantiated: code
+// compiled for a newer processor must not be shared with the rest of the library by the linker.
+#pragma once
+
+#include <immintrin.h>
+
+#include "knn/kernels/neighbour_kernel.h"
+
+namespace {
+
+using qrvml::FilterChunk;
+using qrvml::FilterQuery;
+using qrvml::FilterShape;
+using qrvml::FilterTerm;
+using qrvml::kBoxGroup;
+using qrvml::kLanes;
+using qrvml::kTile;
+
+#if defined(__AVX512F__)
+using Vector = __m512;
+constexpr int kWidth = 16;
+constexpr int kVectors = 3;  // vectors of prototypes in a register tile
+inline Vector Load(const float* p) { return _mm512_loadu_ps(p); }
+inline void Store(float* p, Vector v) { _mm512_storeu_ps(p, v); }
+inline Vector Spread(float x) { return _mm512_set1_ps(x); }
+// The unmasked forms make g++ 12 warn about its own header.
+inline Vector Greater(Vector a, Vector b) { return _mm512_maskz_max_ps(0xFFFF, a, b); }
+inline Vector Smaller(Vector a, Vector b) { return _mm512_maskz_min_ps(0xFFFF, a, b); }
+inline Vector Absolute(Vector a) { return _mm512_abs_ps(a); }
+inline Vector AddSquare(Vector sum, Vector t) { return _mm512_fmadd_ps(t, t, sum); }
+inline Vector WhereDifferent(Vector a, Vector b, Vector x) {
+  return _mm512_maskz_mov_ps(_mm512_cmp_ps_mask(a, b, _CMP_NEQ_UQ), x);
+}
+inline Vector WhereOutside(Vector low, Vector high, Vector a, Vector x) {
+  return _mm512_maskz_mov_ps(
+      _mm512_cmp_ps_mask(a, low, _CMP_LT_OQ) | _mm512_cmp_ps_mask(a, high, _CMP_GT_OQ), x);
+}
+inline unsigned NotAbove(Vector a, Vector limit) {
+  return _mm512_cmp_ps_mask(a, limit, _CMP_LE_OQ);
+}
+#elif defined(__AVX2__)
+using Vector = __m256;
+constexpr int kWidth = 8;
+constexpr int kVectors = 2;
+inline Vector Load(const float* p) { return _mm256_loadu_ps(p); }
+inline void Store(float* p, Vector v) { _mm256_storeu_ps(p, v); }
+inline Vector Spread(float x) { return _mm256_set1_ps(x); }
+inline Vector Greater(Vector a, Vector b) { return _mm256_max_ps(a, b); }
+inline Vector Smaller(Vector a, Vector b) { return _mm256_min_ps(a, b); }
+inline Vector Absolute(Vector a) { return _mm256_andnot_ps(_mm256_set1_ps(-0.0F), a); }
+inline Vector AddSquare(Vector sum, Vector t) { return _mm256_fmadd_ps(t, t, sum); }
+inline Vector WhereDifferent(Vector a, Vector b, Vector x) {
+  return _mm256_and_ps(_mm256_cmp_ps(a, b, _CMP_NEQ_UQ), x);
+}
+inline Vector WhereOutside(Vector low, Vector high, Vector a, Vector x) {
+  return _mm256_and_ps(
+      _mm256_or_ps(_mm256_cmp_ps(a, low, _CMP_LT_OQ), _mm256_cmp_ps(a, high, _CMP_GT_OQ)), x);
+}
+inline unsigned NotAbove(Vector a, Vector limit) {
+  return unsigned(_mm256_movemask_ps(_mm256_cmp_ps(a, limit, _CMP_LE_OQ)));
+}
+#else
+using Vector = __m128;
+constexpr int kWidth = 4;
+constexpr int kVectors = 2;
+inline Vector Load(const float* p) { return _mm_loadu_ps(p); }
+inline void Store(float* p, Vector v) { _mm_storeu_ps(p, v); }
+inline Vector Spread(float x) { return _mm_set1_ps(x); }
+inline Vector Greater(Vector a, Vector b) { return _mm_max_ps(a, b); }
+inline Vector Smaller(Vector a, Vector b) { return _mm_min_ps(a, b); }
+inline Vector Absolute(Vector a) { return _mm_andnot_ps(_mm_set1_ps(-0.0F), a); }
+inline Vector AddSquare(Vector sum, Vector t) { return sum + t * t; }
+inline Vector WhereDifferent(Vector a, Vector b, Vector x) {
+  return _mm_and_ps(_mm_cmpneq_ps(a, b), x);
+}
+inline Vector WhereOutside(Vector low, Vector high, Vector a, Vector x) {
+  return _mm_and_ps(_mm_or_ps(_mm_cmplt_ps(a, low), _mm_cmpgt_ps(a, high)), x);
+}
+inline unsigned NotAbove(Vector a, Vector limit) {
+  return unsigned(_mm_movemask_ps(_mm_cmple_ps(a, limit)));
+}
+#endif
+
+template <FilterTerm term>
+inline Vector Accumulate(Vector sum, Vector difference) {
+  if constexpr (term == FilterTerm::square) return AddSquare(sum, difference);
+  if constexpr (term == FilterTerm::absolute) return sum + Absolute(difference);
+  return Greater(sum, Absolute(difference));
+}
+
+template <FilterTerm term>
+inline Vector AccumulateMismatch(Vector sum, Vector mismatch) {
+  if constexpr (term == FilterTerm::maximum) return Greater(sum, mismatch);
+  return sum + mismatch;
+}
+
+/// Appends the lanes of `values` that are set in `lanes`; `position` is the first lane's.
+inline void Append(FilterQuery& query, Vector values, unsigned lanes, std::int32_t position) {
+#if defined(__AVX512F__)
+  // Compressing in a register and storing it whole: compressing stores are slow on some processors.
+  const __m512i positions =
+      _mm512_add_epi32(_mm512_set1_epi32(position),
+                       _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
+  const __mmask16 mask = __mmask16(lanes);
+  _mm512_storeu_ps(query.value + query.survivors, _mm512_maskz_compress_ps(mask, values));
+  _mm512_storeu_si512(query.position + query.survivors,
+                      _mm512_maskz_compress_epi32(mask, positions));
+  query.survivors += __builtin_popcount(lanes);
+#else
+  alignas(64) float lane[kWidth];
+  Store(lane, values);
+  for (; lanes != 0; lanes &= lanes - 1) {
+    const int i = __builtin_ctz(lanes);
+    query.value[query.survivors] = lane[i];
+    query.position[query.survivors] = position + i;
+    ++query.survivors;
+  }
+#endif
+}
+
+/// One block against `count` of the queries.
+template <FilterTerm term, int count>
+void Tile(const FilterShape& shape, const float* block, FilterQuery* const* queries,
+          std::int32_t position) {
+  const float* inputs[count];
+  for (int q = 0; q < count; ++q) inputs[q] = queries[q]->inputs;
+
+  for (int first = 0; first < kLanes; first += kVectors * kWidth) {
+    Vector sum[count][kVectors];
+#pragma GCC unroll 8
+    for (int q = 0; q < count; ++q) {
+#pragma GCC unroll 8
+      for (int v = 0; v < kVectors; ++v) sum[q][v] = Spread(0.0F);
+    }
+    const float* lanes = block + first;
+    std::int32_t i = 0;
+    for (; i < shape.continuous; ++i, lanes += kLanes) {
+      Vector prototype[kVectors];
+#pragma GCC unroll 8
+      for (int v = 0; v < kVectors; ++v) prototype[v] = Load(lanes + v * kWidth);
+#pragma GCC unroll 8
+      for (int q = 0; q < count; ++q) {
+        const Vector query = Spread(inputs[q][i]);
+#pragma GCC unroll 8
+        for (int v = 0; v < kVectors; ++v) {
+          sum[q][v] = Accumulate<term>(sum[q][v], prototype[v] - query);
+        }
+      }
+    }
+    const Vector mismatch = Spread(shape.mismatch);
+    for (; i < shape.continuous + shape.categorical; ++i, lanes += kLanes) {
+      Vector prototype[kVectors];
+#pragma GCC unroll 8
+      for (int v = 0; v < kVectors; ++v) prototype[v] = Load(lanes + v * kWidth);
+#pragma GCC unroll 8
+      for (int q = 0; q < count; ++q) {
+        const Vector query = Spread(inputs[q][i]);
+#pragma GCC unroll 8
+        for (int v = 0; v < kVectors; ++v) {
+          sum[q][v] =
+              AccumulateMismatch<term>(sum[q][v], WhereDifferent(prototype[v], query, mismatch));
+        }
+      }
+    }
+#pragma GCC unroll 8
+    for (int q = 0; q < count; ++q) {
+      const Vector limit = Spread(queries[q]->limit);
+#pragma GCC unroll 8
+      for (int v = 0; v < kVectors; ++v) {
+        const unsigned near = NotAbove(sum[q][v], limit);
+        if (__builtin_expect(near != 0, 0)) {
+          Append(*queries[q], sum[q][v], near, position + first + v * kWidth);
+        }
+      }
+    }
+  }
+}
+
+// Rounding is monotone and the terms come in the order of Tile, so the bound is below every filter
+// value in the box without a margin.
+template <FilterTerm term>
+void Bound(const FilterShape& shape, const float* group, const float* query, float* bounds) {
+  constexpr int kParts = kBoxGroup / kWidth;
+  Vector sum[kParts];
+  for (int v = 0; v < kParts; ++v) sum[v] = Spread(0.0F);
+  std::int32_t i = 0;
+  for (; i < shape.continuous; ++i, group += 2 * kBoxGroup) {
+    const Vector x = Spread(query[i]);
+#pragma GCC unroll 8
+    for (int v = 0; v < kParts; ++v) {
+      const Vector below = Load(group + v * kWidth) - x;
+      const Vector above = x - Load(group + kBoxGroup + v * kWidth);
+      sum[v] = Accumulate<term>(sum[v], Greater(Greater(below, above), Spread(0.0F)));
+    }
+  }
+  const Vector mismatch = Spread(shape.mismatch);
+  for (; i < shape.continuous + shape.categorical; ++i, group += 2 * kBoxGroup) {
+    const Vector x = Spread(query[i]);
+#pragma GCC unroll 8
+    for (int v = 0; v < kParts; ++v) {
+      const Vector outside =
+          WhereOutside(Load(group + v * kWidth), Load(group + kBoxGroup + v * kWidth), x, mismatch);
+      sum[v] = AccumulateMismatch<term>(sum[v], outside);
+    }
+  }
+  for (int v = 0; v < kParts; ++v) Store(bounds + v * kWidth, sum[v]);
+}
+
+template <FilterTerm term>
+int Scan(const FilterShape& shape, const FilterChunk& chunk, FilterQuery* queries, int firstBlock,
+         std::int64_t* wanted) {
+  static constexpr decltype(&Tile<term, 1>) kTiles[kTile] = {
+      Tile<term, 1>, Tile<term, 2>, Tile<term, 3>, Tile<term, 4>, Tile<term, 5>, Tile<term, 6>};
+  static_assert(kBoxGroup == qrvml::kChunkBlocks);
+
+  unsigned blocks[kTile];  // per query, bit b: block b may hold a survivor
+  const unsigned all = (1U << chunk.blockCount) - 1U;
+  for (int q = 0; q < kTile; ++q) {
+    blocks[q] = queries[q].limit >= 0.0F ? all : 0U;
+    if (blocks[q] == 0U || chunk.boxes == nullptr) continue;
+    alignas(64) float bounds[kBoxGroup];
+    Bound<term>(shape, chunk.boxes, queries[q].inputs, bounds);
+    const Vector limit = Spread(queries[q].limit);
+    unsigned near = 0;
+    for (int v = 0; v < kBoxGroup; v += kWidth) near |= NotAbove(Load(bounds + v), limit) << v;
+    blocks[q] &= near;
+  }
+
+  const std::int64_t blockSize = std::int64_t(shape.continuous + shape.categorical) * kLanes;
+  for (int b = firstBlock; b < chunk.blockCount; ++b) {
+    FilterQuery* active[kTile];
+    int count = 0;
+    for (int q = 0; q < kTile; ++q) {
+      active[count] = &queries[q];
+      count += int((blocks[q] >> b) & 1U);
+    }
+    if (count == 0) continue;
+    *wanted += count;
+    kTiles[count - 1](shape, chunk.blocks + b * blockSize, active, chunk.position + b * kLanes);
+    bool full = false;
+    for (int q = 0; q < count; ++q) full |= active[q]->survivors >= active[q]->full;
+    if (full) return b + 1;
+  }
+  return chunk.blockCount;
+}
+
+void Enclose(std::int32_t inputs, const float* block, float* smallest, float* largest) {
+  for (std::int32_t i = 0; i < inputs; ++i, block += kLanes) {
+    Vector low = Load(block);
+    Vector high = low;
+    for (int lane = kWidth; lane < kLanes; lane += kWidth) {
+      low = Smaller(low, Load(block + lane));
+      high = Greater(high, Load(block + lane));
+    }
+    alignas(64) float lows[kWidth];
+    alignas(64) float highs[kWidth];
+    Store(lows, low);
+    Store(highs, high);
+    smallest[i] = lows[0];
+    largest[i] = highs[0];
+    for (int lane = 1; lane < kWidth; ++lane) {
+      smallest[i] = lows[lane] < smallest[i] ? lows[lane] : smallest[i];
+      largest[i] = highs[lane] > largest[i] ? highs[lane] : largest[i];
+    }
+  }
+}
+
+constexpr qrvml::NeighbourKernel MakeKernel(int level) {
+  return {level,
+          {Scan<FilterTerm::square>, Scan<FilterTerm::absolute>, Scan<FilterTerm::maximum>},
+          {Bound<FilterTerm::square>, Bound<FilterTerm::absolute>, Bound<FilterTerm::maximum>},
+          Enclose};
+}
+
+}  // namespace

@@ -1,0 +1,303 @@
+#include "knn/neighbour_search_packed.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace qrvml {
+namespace {
+
+constexpr double kFarOut = 0x1p40;           // filter coordinates beyond this have no bound
+constexpr std::int64_t kPollWork = 1 << 22;  // inputs handled between two polls: some 10 ms
+constexpr std::int32_t kFrameSample = 1024;  // prototypes that show typical values
+
+const double kHalfUlp = 0x1p-24 * (1 + 0x1p-20);  // relative error of packing one input
+const double kLeastError = 0x1p-149;              // the same near zero
+
+FilterTerm TermOf(Metric metric) {
+  switch (metric) {
+    case Metric::cityBlock:
+      return FilterTerm::absolute;
+    case Metric::chebychev:
+      return FilterTerm::maximum;
+    default:
+      return FilterTerm::square;
+  }
+}
+
+/// One error coordinate joins the length of the others.
+double Join(FilterTerm term, double sum, double t) {
+  if (term == FilterTerm::square) return sum + t * t;
+  return term == FilterTerm::absolute ? sum + t : std::max(sum, t);
+}
+
+/// The accumulator of the defining scan for `width` prototypes side by side: independent sums hide
+/// the latency of addition, each keeps its own order.
+template <FilterTerm term, int width>
+void Accumulate(const PrototypeRows& source, const double* query, const double* const* rows,
+                double* sums) {
+  double sum[width] = {};
+  std::int32_t i = 0;
+  for (; i < source.continuous; ++i) {
+    for (int w = 0; w < width; ++w) {
+      const double t = query[i] - (source.shift[i] + source.scale[i] * rows[w][i]);
+      if constexpr (term == FilterTerm::square) {
+        sum[w] += t * t;
+      } else if constexpr (term == FilterTerm::absolute) {
+        sum[w] += std::fabs(t);
+      } else {
+        sum[w] = std::fabs(t) >= sum[w] ? std::fabs(t) : sum[w];
+      }
+    }
+  }
+  for (; i < source.continuous + source.categorical; ++i) {
+    for (int w = 0; w < width; ++w) {
+      const double t = query[i] == source.shift[i] + source.scale[i] * rows[w][i] ? 0.0 : 1.0;
+      if constexpr (term == FilterTerm::maximum) {
+        sum[w] = t >= sum[w] ? t : sum[w];
+      } else {
+        sum[w] += t;
+      }
+    }
+  }
+  for (int w = 0; w < width; ++w) sums[w] = sum[w];
+}
+
+template <FilterTerm term>
+void AccumulateAll(const PrototypeRows& source, const double* query, const std::int32_t* stored,
+                   int count, double* sums) {
+  constexpr int kSideBySide = 4;
+  const std::size_t inputs = source.continuous + source.categorical;
+  int done = 0;
+  for (; done + kSideBySide <= count; done += kSideBySide) {
+    const double* rows[kSideBySide];
+    for (int w = 0; w < kSideBySide; ++w) rows[w] = source.rows + stored[done + w] * inputs;
+    Accumulate<term, kSideBySide>(source, query, rows, sums + done);
+  }
+  for (; done < count; ++done) {
+    const double* row = source.rows + stored[done] * inputs;
+    Accumulate<term, 1>(source, query, &row, sums + done);
+  }
+}
+
+}  // namespace
+
+bool PackedPrototypes::Build(const PrototypeRows& prototypes, Metric metric,
+                             const NeighbourKernel& kernel, const std::function<bool()>& poll) {
+  source_ = prototypes;
+  metric_ = metric;
+  term_ = TermOf(metric);
+  kernel_ = &kernel;
+  poll_ = poll ? &poll : nullptr;
+  g_ = (inputs() + 8) * 0x1p-23;
+  h_ = (inputs() + 8) * 0x1p-50;
+  tiny_ = (inputs() + 8) * 0x1p-140;
+  ChooseFrame();
+  const bool done = GrowTree() && Arrange() && Fill();
+  poll_ = nullptr;
+  return done;
+}
+
+bool PackedPrototypes::Pause(std::int64_t work) {
+  pendingWork_ += work;
+  if (pendingWork_ < kPollWork) return false;
+  pendingWork_ = 0;
+  return poll_ != nullptr && (*poll_)();
+}
+
+void PackedPrototypes::ChooseFrame() {
+  // Medians, so that a few outliers do not cost the others their precision.
+  const std::int32_t step = std::max(1, source_.count / kFrameSample);
+  centre_.Assign(source_.continuous, 0.0);
+  HostArray<double> values(std::size_t(source_.count / step) + 1);
+  double typical = 0;
+  for (std::int32_t i = 0; i < source_.continuous; ++i) {
+    std::int32_t known = 0;
+    for (std::int32_t p = 0; p < source_.count; p += step) {
+      const double s =
+          source_.shift[i] + source_.scale[i] * source_.rows[std::size_t(p) * inputs() + i];
+      if (std::isfinite(s)) values[known++] = s;
+    }
+    if (known == 0) continue;
+    std::nth_element(values.begin(), values.begin() + known / 2, values.begin() + known);
+    centre_[i] = values[known / 2];
+    for (std::int32_t v = 0; v < known; ++v) {
+      const double t = std::fabs(values[v] - centre_[i]);
+      if (std::isfinite(t)) typical = std::max(typical, t);
+    }
+  }
+  if (source_.categorical > 0 || typical == 0) typical = std::max(typical, 1.0);
+  // The exponent's limits keep the rounding of the smallest doubles below `tiny`.
+  unit_ = std::ldexp(1.0, std::clamp(-std::ilogb(typical), -1000, 400));
+  const double mismatch = term_ == FilterTerm::square ? unit_ * unit_ : unit_;
+  shape_ = {source_.continuous, source_.categorical, float(mismatch)};
+}
+
+bool PackedPrototypes::PackPrototype(const double* row, float* packed) const {
+  bool regular = true;
+  std::int32_t i = 0;
+  for (; i < source_.continuous; ++i) {
+    const double x = unit_ * ((source_.shift[i] + source_.scale[i] * row[i]) - centre_[i]);
+    regular &= std::fabs(x) <= kFarOut;
+    packed[i] = float(x);
+  }
+  for (; i < inputs(); ++i) {
+    const double code = source_.shift[i] + source_.scale[i] * row[i];
+    packed[i] = float(code);
+    regular &= double(packed[i]) == code;
+  }
+  return regular;
+}
+
+bool PackedPrototypes::PackQuery(const double* row, double* scaled, float* packed) const {
+  bool regular = true;
+  for (std::int32_t i = 0; i < inputs(); ++i) {
+    scaled[i] = source_.shift[i] + source_.scale[i] * row[i];
+    const double x = i < source_.continuous ? unit_ * (scaled[i] - centre_[i]) : scaled[i];
+    packed[i] = float(x);
+    if (i < source_.continuous) {
+      regular &= std::fabs(x) <= kFarOut;
+    } else if (double(packed[i]) != x) {
+      packed[i] = std::numeric_limits<float>::quiet_NaN();
+    }
+  }
+  return regular;
+}
+
+double PackedPrototypes::PackingError(const float* packed) const {
+  double sum = 0;
+  for (std::int32_t i = 0; i < source_.continuous; ++i) {
+    sum = Join(term_, sum, kHalfUlp * std::fabs(double(packed[i])) + kLeastError);
+  }
+  return term_ == FilterTerm::square ? std::sqrt(sum) * (1 + h_) : sum * (1 + h_);
+}
+
+double PackedPrototypes::Farthest(float value) const {
+  const double bound = double(value) * (1 + g_) + tiny_;
+  return term_ == FilterTerm::square ? std::sqrt(bound) : bound;
+}
+
+double PackedPrototypes::Reach(double distance) const {
+  if (metric_ == Metric::squaredEuclidean) distance = std::sqrt(distance);
+  return unit_ * distance * (1 + h_) + std::sqrt(tiny_);
+}
+
+float PackedPrototypes::Limit(double reach, double errors) const {
+  constexpr double kGreatest = std::numeric_limits<float>::max();
+  const double length = reach * (1 + h_) + errors;
+  const double value = term_ == FilterTerm::square ? length * length : length;
+  return float(std::min(kGreatest, (value + tiny_) / (1 - g_) * (1 + 0x1p-20)));
+}
+
+void PackedPrototypes::Distances(const double* scaledQuery, const std::int32_t* stored, int count,
+                                 double* distances) const {
+  switch (term_) {
+    case FilterTerm::square:
+      AccumulateAll<FilterTerm::square>(source_, scaledQuery, stored, count, distances);
+      break;
+    case FilterTerm::absolute:
+      AccumulateAll<FilterTerm::absolute>(source_, scaledQuery, stored, count, distances);
+      break;
+    case FilterTerm::maximum:
+      AccumulateAll<FilterTerm::maximum>(source_, scaledQuery, stored, count, distances);
+      break;
+  }
+  if (metric_ != Metric::euclidean) return;
+  for (int d = 0; d < count; ++d) distances[d] = std::sqrt(distances[d]);
+}
+
+bool PackedPrototypes::GrowTree() {
+  constexpr std::int32_t kPerLeaf = 2;  // sampled prototypes that place a split
+  int levels = 0;
+  while (levels < 20 && (std::int64_t{kLanes} << levels) < source_.count) ++levels;
+  const std::int32_t wanted = std::min(source_.count, kPerLeaf << levels);
+  HostArray<float> sample(std::size_t(wanted) * inputs());
+  std::int32_t taken = 0;
+  for (std::int32_t s = 0; s < wanted; ++s) {
+    const std::size_t p = std::size_t(std::int64_t(s) * source_.count / wanted);
+    float* packed = &sample[std::size_t(taken) * inputs()];
+    if (PackPrototype(source_.rows + p * inputs(), packed)) ++taken;
+    if (Pause(inputs())) return false;
+  }
+  tree_.Grow(shape_, sample.data(), taken, levels);
+  return true;
+}
+
+bool PackedPrototypes::Arrange() {
+  HostArray<float> packed(inputs());
+  HostArray<std::int32_t> leaf(source_.count);  // the irregular ones after the last leaf
+  HostArray<std::int32_t> start(std::size_t(tree_.LeafCount()) + 2, 0);
+  for (std::int32_t p = 0; p < source_.count; ++p) {
+    const bool regular = PackPrototype(source_.rows + std::size_t(p) * inputs(), packed.data());
+    leaf[p] = regular ? tree_.Leaf(packed.data()) : tree_.LeafCount();
+    ++start[leaf[p] + 1];
+    if (Pause(inputs())) return false;
+  }
+  for (std::int32_t l = 0; l <= tree_.LeafCount(); ++l) start[l + 1] += start[l];
+  regular_ = start[tree_.LeafCount()];
+  order_.Resize(source_.count);
+  for (std::int32_t p = 0; p < source_.count; ++p) order_[start[leaf[p]]++] = p;
+  return true;
+}
+
+bool PackedPrototypes::Fill() {
+  const std::size_t width = inputs();
+  const std::int32_t blocks = (regular_ + kLanes - 1) / kLanes;
+  chunks_ = (blocks + kChunkBlocks - 1) / kChunkBlocks;
+  const std::size_t groups = (std::size_t(chunks_) + kBoxGroup - 1) / kBoxGroup;
+  blocks_.Resize(std::size_t(blocks) * kLanes * width);
+  blockBoxes_.Assign(std::size_t(chunks_) * 2 * kBoxGroup * width, 0.0F);
+  chunkBoxes_.Assign(groups * 2 * kBoxGroup * width, 0.0F);
+  chunkError_.Resize(chunks_);
+  HostArray<float> packed(width);
+  HostArray<float> box(2 * width);
+  greatestError_ = 0;
+  for (std::int32_t b = 0; b < blocks; ++b) {
+    float* block = &blocks_[b * width * kLanes];
+    for (int lane = 0; lane < kLanes; ++lane) {
+      // Lanes past the end repeat the last prototype, which keeps the box small.
+      const std::int32_t p = order_[std::min(b * kLanes + lane, regular_ - 1)];
+      PackPrototype(source_.rows + p * width, packed.data());
+      for (std::size_t i = 0; i < width; ++i) block[i * kLanes + lane] = packed[i];
+    }
+    float* group = &blockBoxes_[std::size_t(b / kChunkBlocks) * 2 * kBoxGroup * width];
+    kernel_->enclose(std::int32_t(width), block, box.data(), box.data() + width);
+    for (std::size_t i = 0; i < width; ++i) {
+      group[2 * i * kBoxGroup + b % kChunkBlocks] = box[i];
+      group[(2 * i + 1) * kBoxGroup + b % kChunkBlocks] = box[width + i];
+    }
+    if ((b + 1) % kChunkBlocks == 0 || b + 1 == blocks) {
+      EncloseChunk(b / kChunkBlocks, b % kChunkBlocks + 1, box);
+    }
+    if (Pause(std::int64_t(width) * kLanes)) return false;
+  }
+  return true;
+}
+
+void PackedPrototypes::EncloseChunk(std::int32_t chunk, std::int32_t blocks,
+                                    HostArray<float>& box) {
+  const std::size_t width = inputs();
+  const float* group = &blockBoxes_[std::size_t(chunk) * 2 * kBoxGroup * width];
+  float* groupOfChunks = &chunkBoxes_[std::size_t(chunk / kBoxGroup) * 2 * kBoxGroup * width];
+  for (std::size_t i = 0; i < width; ++i) {
+    const float* smallest = group + 2 * i * kBoxGroup;
+    const float* largest = smallest + kBoxGroup;
+    const float low = *std::min_element(smallest, smallest + blocks);
+    const float high = *std::max_element(largest, largest + blocks);
+    groupOfChunks[2 * i * kBoxGroup + chunk % kBoxGroup] = low;
+    groupOfChunks[(2 * i + 1) * kBoxGroup + chunk % kBoxGroup] = high;
+    box[i] = std::max(std::fabs(low), std::fabs(high));
+  }
+  chunkError_[chunk] = PackingError(box.data());
+  greatestError_ = std::max(greatestError_, chunkError_[chunk]);
+}
+
+FilterChunk PackedPrototypes::Chunk(std::int32_t chunk, bool boxes) const {
+  const std::size_t width = inputs();
+  const std::int32_t blocks = (regular_ + kLanes - 1) / kLanes;
+  return {&blocks_[std::size_t(chunk) * kChunkLanes * width],
+          boxes ? &blockBoxes_[std::size_t(chunk) * 2 * kBoxGroup * width] : nullptr,
+          chunk * kChunkLanes, std::min(kChunkBlocks, blocks - chunk * kChunkBlocks)};
+}
+
+}  // namespace qrvml
