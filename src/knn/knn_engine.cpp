@@ -50,6 +50,16 @@ bool KNNEngine::Allocate() {
   }
 }
 
+bool KNNEngine::SetNeighbours(std::int32_t neighbours) {
+  try {
+    k = neighbours;
+    AllocateSlots(k);
+    return true;
+  } catch (const std::bad_alloc&) {
+    return Refuse(104);
+  }
+}
+
 void KNNEngine::AllocateSlots(std::int32_t slots) {
   neighbourIndex.Assign(static_cast<std::size_t>(slots), -1);
   neighbourWeight.Assign(static_cast<std::size_t>(slots), 0.0);
@@ -116,7 +126,8 @@ bool KNNEngine::LoadCase(Sample sample, std::int32_t index, Load what, bool with
 }
 
 std::int32_t KNNEngine::BatchSize(std::int32_t slots) {
-  // Enough queries to share the prototypes' way through the caches, in at most 32 MiB of neighbours.
+  // Enough queries to share the prototypes' way through the caches, in at most 32 MiB of
+  // neighbours.
   constexpr std::int32_t kQueries = 1024;
   constexpr auto kNeighbours = std::int32_t{1} << 21;
   return std::clamp(kNeighbours / slots, std::int32_t{1}, kQueries);

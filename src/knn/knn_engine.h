@@ -55,6 +55,8 @@ class KNNEngine {
   /// (Re)allocates the working arrays for the data set's current cases and, with cross-validation,
   /// the grid. False: message 104; everything is then freed.
   bool Allocate();
+  /// Another number of neighbours after training. False: message 104.
+  bool SetNeighbours(std::int32_t neighbours);
   /// Frees all working arrays and results; the settings stay.
   void Reset();
   /// The training run: K search where it is asked for, then the statistics of the test sample.

@@ -1,0 +1,121 @@
+#include "frame/machine_learning.h"
+
+#include <new>
+
+#include "frame/module_entry.h"
+#include "frame/startup_dialog.h"
+#include "host/string_table.h"
+#include "knn/knn_dialog.h"
+#include "knn/knn_results_dialog.h"
+
+namespace qrvml {
+namespace {
+
+bool RefuseUnavailable(MLTypeOfAnalysis kind) {
+  return RefuseText(std::string(GetResourceString(kAnalysisKinds[kind].nameText)) +
+                    ": not available in this version.");
+}
+
+}  // namespace
+
+MachineLearning::MachineLearning(void* document) : CAnalysisSupport(document) {
+  const auto entry = [](int step, int (MachineLearning::*operation)(), int following = 0) {
+    return SequenceEntry{step, static_cast<int (CAnalysisSupport::*)()>(operation), following};
+  };
+  sequence_.Register({
+      entry(kInitStep, &MachineLearning::Init, kStartStep),
+      entry(kStartStep, &MachineLearning::StartAnalysis),
+      entry(kSvmStep, &MachineLearning::StartSVM),
+      entry(kNaiveBayesStep, &MachineLearning::StartNB),
+      entry(kKnnStep, &MachineLearning::StartKNN),
+      entry(kKnnResultsStep, &MachineLearning::StartResultsKNN),
+      entry(kNaiveBayesResultsStep, &MachineLearning::StartResultsNB),
+      entry(kSvmResultsStep, &MachineLearning::StartResultsSVM),
+  });
+}
+
+MachineLearning::~MachineLearning() { DeletePointers(); }
+
+void* MachineLearning::GetLibInstance() const { return ModuleInstance(); }
+
+std::string MachineLearning::GetAnalysisName() const { return std::string(GetResourceString(100)); }
+
+int MachineLearning::RunStep(int step) {
+  CAnalysisContext::Scope scope(this);
+  const SequenceEntry* entry = sequence_.Find(step);
+  if (entry == nullptr) return -1;
+  try {
+    return (this->*entry->operation)();
+  } catch (const std::bad_alloc&) {
+    Refuse(104);
+    return -1;
+  }
+}
+
+int MachineLearning::Init() {
+  CAnalysisContext::Scope scope(this);
+  DeletePointers();
+  return Initialize();
+}
+
+int MachineLearning::Initialize() {
+  CAnalysisContext::Scope scope(this);
+  InitializeVariables();
+  InitializePointers();
+  AllocateMemoryForPointers();
+  data_->ResetDefaults();
+  return 1;
+}
+
+void MachineLearning::InitializeVariables() {
+  analysisKind = scMLSVM;
+  dataMatrixLimit = 30000000;
+}
+
+void MachineLearning::InitializePointers() {
+  data_ = nullptr;
+  knnEngine_ = nullptr;
+}
+
+void MachineLearning::AllocateMemoryForPointers() { data_ = std::make_unique<AnalysisDataSet>(); }
+
+void MachineLearning::DeletePointers() {
+  knnEngine_.reset();
+  data_.reset();
+}
+
+bool MachineLearning::GetAnalysis() {
+  if (analysisKind != scMLKNN) return RefuseUnavailable(analysisKind);
+  // The engine that goes and the one that comes both work on the data set.
+  knnEngine_.reset();
+  data_->ResetDefaults();
+  knnEngine_ = std::make_unique<KNNEngine>(*data_);
+  return true;
+}
+
+template <class Dialog, class... Arguments>
+int MachineLearning::StartDialog(Arguments&... arguments) {
+  std::unique_ptr<CAnalysisDialog> dialog(new (std::nothrow) Dialog(arguments...));
+  return services().dialogs->CreateModelessDialog(Dialog::kTemplate, std::move(dialog)) == 0 ? 0
+                                                                                            : -1;
+}
+
+int MachineLearning::StartAnalysis() { return StartDialog<StartupDialog>(*this); }
+
+int MachineLearning::StartKNN() {
+  if (knnEngine_ == nullptr) return -1;
+  return StartDialog<KNNDialog>(*this, *data_, *knnEngine_);
+}
+
+int MachineLearning::StartResultsKNN() {
+  if (knnEngine_ == nullptr) return -1;
+  return StartDialog<KNNResultsDialog>(*this, *data_, *knnEngine_);
+}
+
+// The dialogs of the two kinds that GetAnalysis refuses; the host is told that none was created.
+int MachineLearning::StartSVM() { return RefuseUnavailable(scMLSVM) ? 0 : -1; }
+int MachineLearning::StartNB() { return RefuseUnavailable(scMLNB) ? 0 : -1; }
+int MachineLearning::StartResultsSVM() { return RefuseUnavailable(scMLSVM) ? 0 : -1; }
+int MachineLearning::StartResultsNB() { return RefuseUnavailable(scMLNB) ? 0 : -1; }
+
+}  // namespace qrvml

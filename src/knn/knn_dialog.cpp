@@ -1,0 +1,113 @@
+#include "knn/knn_dialog.h"
+
+#include "dialogs/training_progress_dialog.h"
+#include "host/analysis_support.h"
+#include "host/numerics.h"
+#include "knn/knn_texts.h"
+
+namespace qrvml {
+namespace {
+
+constexpr SpecificationProfile kProfile = {
+    .method = Method::knn,
+    .interfaceName = "MachineLearningKNN",
+    .title = "K Plus Proches Voisins ",
+    .resultsStep = 107,
+    .alwaysSplits = true,
+    .percentageProperty = "SizeOfPrototypeSample",
+    .percentageRange = "Size of training sample must lay in the range 1-100",
+    .unreadableSampling = 208,
+    .firstCasesReserve = 0,
+};
+
+/// A range message: the text, the bound and a full stop.
+bool RefuseRange(std::string_view text, std::int64_t bound) {
+  return RefuseText(std::string(text) + std::to_string(bound) + '.');
+}
+
+}  // namespace
+
+KNNDialog::KNNDialog(CAnalysisSupport& analysis, AnalysisDataSet& data, KNNEngine& engine)
+    : SpecificationDialog(analysis, data, kProfile), engine_(engine) {}
+
+void KNNDialog::SetStandardized(bool on) {
+  data().scaleInputs = on;
+  data().scaleOutputs = false;
+}
+
+bool KNNDialog::OnOK() {
+  if (!HasDependents()) {
+    ChooseVariables();
+    return false;
+  }
+  if (!(SampleVariableIsNoAnalysisVariable()  // 315
+        && DrawSample()                       // 208, percentage text, 207, 104
+        && HasTestSample()                    // 205
+        && ReadCases()                        // 104, 116, 218 to 221
+        && ReadSettings()                     // 125, range texts, 211, 214
+        && engine_.Allocate()                 // 104
+        && Train()))                          // 104, 155
+    return false;
+  ExitToResults();
+  return true;
+}
+
+bool KNNDialog::HasTestSample() { return data().sampling.defined || Refuse(205); }
+
+bool KNNDialog::ReadSettings() {
+  engine_.Reset();
+  const std::int32_t prototypes = data().StoredRows(Sample::training);
+  std::int32_t value = 0;
+  if (!ReadField("KNearestNeighbors", value)) return Refuse(125);
+  if (value < 1 || value > prototypes) return RefuseRange(knn::kNeighboursRange, prototypes);
+  engine_.k = value;
+  if (!ReadField("CrossVSeed", value) || value > kHighestSeed) return Refuse(125);
+  if (value < 0) return Refuse(211);
+  engine_.crossValidationSeed = value;
+  return !engine_.applyCrossValidation || ReadCrossValidation(prototypes);
+}
+
+bool KNNDialog::ReadCrossValidation(std::int32_t prototypes) {
+  const std::int32_t most = prototypes - 1;
+  std::int32_t value = 0;
+  if (!ReadField("VValue", value)) return Refuse(125);
+  if (value < 1 || value > most)
+    return RefuseRange(
+        "The size of the cross-validation sample for the specific analysis must lay in the range 1-",
+        most);
+  engine_.folds = value;
+
+  if (!ReadField("MinimumK", value)) return Refuse(125);
+  if (value < 1 || value > most)
+    return RefuseRange(
+        "Minimum number of nearest neighbors for the specific analysis must be lay in the range 1-",
+        most);
+  engine_.minimumK = value;
+
+  if (!ReadField("MaximumK", value)) return Refuse(125);
+  if (value < 1 || value > most)
+    return RefuseRange(
+        "Maximum number of nearest neighbors for the specified analysis must lay in the range 1-",
+        most);
+  if (!IsGreater(value, engine_.minimumK)) return Refuse(214);
+  engine_.maximumK = value;
+
+  // An increment below 1 would make no grid; no range text speaks of it.
+  if (!ReadField("DeltaK", value) || value < 1) return Refuse(125);
+  const auto sum = static_cast<std::int64_t>(engine_.minimumK + engine_.maximumK);
+  if (value > sum)
+    return RefuseRange(
+        "Nearest neighbor increment for the specified analysis must be smaller or equal ", sum);
+  engine_.deltaK = value;
+  return true;
+}
+
+bool KNNDialog::Train() {
+  const HostServices& services = analysis().services();
+  if (services.automation->IsOleAutomation()) return engine_.TrainKnn(true);
+  TrainingProgressDialog progress(
+      analysis(), [this] { return engine_.TrainKnn(false); }, engine_.display);
+  return services.dialogs->RunModalDialog(TrainingProgressDialog::kTemplate, progress);
+}
+
+}  // namespace qrvml

@@ -1,0 +1,36 @@
+// The specification dialog of nearest neighbours: collects the settings, validates them in a fixed
+// order, reads the data and trains.
+#pragma once
+
+#include "dialogs/specification_dialog.h"
+#include "knn/knn_engine.h"
+
+namespace qrvml {
+
+class KNNDialog final : public SpecificationDialog {
+ public:
+  static constexpr int kTemplate = 3740;
+  static constexpr int kStep = 104;
+
+  KNNDialog(CAnalysisSupport& analysis, AnalysisDataSet& data, KNNEngine& engine);
+
+  std::span<const Control> Controls() const override;
+  bool OnOK() override;
+
+  KNNEngine& engine() { return engine_; }
+  const KNNEngine& engine() const { return engine_; }
+  void SetStandardized(bool on);
+
+ protected:
+  void VariablesChanged() override { engine_.Reset(); }
+
+ private:
+  bool HasTestSample();             // 205
+  bool ReadSettings();              // 125, range texts, 211, 214
+  bool ReadCrossValidation(std::int32_t prototypes);
+  bool Train();
+
+  KNNEngine& engine_;
+};
+
+}  // namespace qrvml
