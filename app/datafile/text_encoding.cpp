@@ -84,10 +84,4 @@ std::string DecodeWindows1252(std::string_view text) {
   return decoded;
 }
 
-std::size_t CodePoints(std::string_view text) {
-  std::size_t points = 0;
-  for (char c : text) points += (static_cast<unsigned char>(c) & 0xC0) != 0x80;
-  return points;
-}
-
 }  // namespace qrvml

@@ -17,7 +17,4 @@ std::size_t FindInvalidUtf8(std::string_view text);
 /// characters of the same number, so different texts stay different.
 std::string DecodeWindows1252(std::string_view text);
 
-/// How many code points valid UTF-8 has.
-std::size_t CodePoints(std::string_view text);
-
 }  // namespace qrvml

@@ -1,0 +1,53 @@
+// A private in-memory instance of the embedded database that can reach nothing outside itself: no
+// files, no network, no extensions, and its configuration cannot be changed any more.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include <duckdb.h>
+
+namespace qrvml {
+
+/// The result of a query; moved, not copied.
+class DuckDbResult {
+ public:
+  DuckDbResult() = default;
+  DuckDbResult(DuckDbResult&& other) noexcept : result_(other.result_) { other.result_ = {}; }
+  DuckDbResult& operator=(DuckDbResult&&) = delete;
+  ~DuckDbResult() { duckdb_destroy_result(&result_); }
+
+  duckdb_result* Handle() { return &result_; }
+  /// The first row's first column as text, "" when there is no row.
+  std::string FirstText();
+
+ private:
+  duckdb_result result_ = {};
+};
+
+class DuckDbSession {
+ public:
+  /// Throws std::runtime_error when the database cannot be started.
+  DuckDbSession();
+  DuckDbSession(const DuckDbSession&) = delete;
+  DuckDbSession& operator=(const DuckDbSession&) = delete;
+  ~DuckDbSession();
+
+  duckdb_connection Connection() { return connection_; }
+  /// Runs one statement. False: `error` is the database's own text.
+  bool Query(const std::string& statement, DuckDbResult& result, std::string& error);
+  /// How many statements a text holds; 0: it cannot be parsed, `error` is the database's own text.
+  std::uint64_t CountStatements(const std::string& text, std::string& error);
+
+ private:
+  duckdb_database database_ = nullptr;
+  duckdb_connection connection_ = nullptr;
+};
+
+/// A text as a literal: 'it''s'.
+std::string SqlLiteral(std::string_view text);
+/// A name as an identifier: "a ""b""".
+std::string SqlIdentifier(std::string_view name);
+
+}  // namespace qrvml
