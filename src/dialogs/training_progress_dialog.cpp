@@ -19,9 +19,7 @@ TrainingProgressDialog::TrainingProgressDialog(CAnalysisSupport& analysis,
 bool TrainingProgressDialog::OnOK() {
   ProgressServices& progress = *analysis().services().progress;
   progress.CreateIterDisplay(kFirstIteration, kDisplayLines);
-  std::string iterations(GetResourceString(288));
-  iterations.replace(iterations.find("%d"), 2, std::to_string(kFirstIteration));
-  ShowDetail(iterations);
+  ShowDetail(GetResourceString(288, kFirstIteration));
   display_ = this;
   const bool trained = train_();
   display_ = nullptr;

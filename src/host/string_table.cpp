@@ -164,12 +164,20 @@ std::string_view GetResourceString(int number) {
   return entry->text;
 }
 
+std::string GetResourceString(int number, long long value) {
+  const std::string_view text = GetResourceString(number);
+  const std::size_t place = text.find("%d");
+  assert(place != std::string_view::npos && "text takes no number");
+  std::string filled(text.substr(0, place));
+  filled += std::to_string(value);
+  filled += text.substr(place + 2);
+  return filled;
+}
+
 bool Refuse(int number) { return Show(number, GetResourceString(number)); }
 
 bool Refuse(int number, long long value) {
-  std::string text(GetResourceString(number));
-  text.replace(text.find("%d"), 2, std::to_string(value));
-  return Show(number, text);
+  return Show(number, GetResourceString(number, value));
 }
 
 bool RefuseText(std::string_view text) { return Show(0, text); }

@@ -20,11 +20,13 @@ std::span<const StringEntry> StringTable();
 /// The text of a number. The number must be in the table.
 std::string_view GetResourceString(int number);
 
+/// The same with its "%d" replaced by `value`.
+std::string GetResourceString(int number, long long value);
+
 // Failures are reported where they are found. Each of these shows an information box on the
 // current analysis and returns false, so that an operation can end with `return Refuse(117);`.
 
 bool Refuse(int number);
-/// The text's "%d" replaced by `value`.
 bool Refuse(int number, long long value);
 /// A fixed text that is not in the table.
 bool RefuseText(std::string_view text);
