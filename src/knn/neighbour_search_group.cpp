@@ -7,31 +7,28 @@
 namespace qrvml {
 namespace {
 
-constexpr double kUnknown = -1;
-constexpr std::int64_t kPollWork = 1 << 25;  // inputs compared between two polls: some 10 ms
+constexpr std::int64_t kPollWork = 1 << 23;  // inputs compared between two polls: a few ms
 constexpr std::int64_t kExactWork = 16;      // cost of an input in double, in inputs of the filter
-constexpr std::int32_t kFewSurvivors = 32;
-constexpr int kSideBySide = 16;                 // distances computed at once
+constexpr std::int32_t kFewCandidates = 32;
+constexpr std::int32_t kSideBySide = 16;        // distances computed at once
 constexpr std::int32_t kBoxTrialInterval = 16;  // visits after which useless boxes are tried again
 constexpr double kUselessBoxes = 0.93;  // share of blocks wanted, from which boxes cost more
 
-std::int32_t FullAt(std::int32_t nearest) { return std::max(kFewSurvivors, nearest); }
+/// Candidates beyond the nearest at which ties are settled.
+std::int32_t TieRoom(std::int32_t nearest) { return std::max(kFewCandidates, nearest / 2); }
 
-std::int32_t TieRoom(std::int32_t nearest) { return std::max(kFewSurvivors, nearest / 2); }
+/// Candidates that are added before the reach is tightened again.
+std::int32_t Intake(std::int32_t nearest) { return std::max(kFewCandidates, nearest); }
 
-std::size_t SurvivorRoom(std::int32_t nearest) {
-  return std::size_t(FullAt(nearest)) + kLanes + kSurvivorPadding;
-}
-
-std::size_t CandidateRoom(std::int32_t nearest) {
-  return std::size_t(nearest) + TieRoom(nearest) + SurvivorRoom(nearest);
+std::size_t Room(std::int32_t nearest) {
+  return std::size_t(nearest) + TieRoom(nearest) + Intake(nearest) + kLanes + kCandidatePadding;
 }
 
 }  // namespace
 
 bool SearchPace::Spend(std::int64_t work) {
   pending_ += work;
-  if (pending_ >= kPollWork) {
+  if (pending_ >= kPollWork && !stop_) {
     pending_ = 0;
     if (poll_ != nullptr && (*poll_)()) stop_ = true;
   }
@@ -40,10 +37,13 @@ bool SearchPace::Spend(std::int64_t work) {
 
 std::size_t QueryGroup::BytesPerQuery(const PackedPrototypes& packed, std::int32_t slots) {
   const std::int32_t nearest = std::min(slots, packed.source().count);
-  return CandidateRoom(nearest) * sizeof(Candidate) +
-         SurvivorRoom(nearest) * (sizeof(float) + sizeof(std::int32_t)) +
+  return Room(nearest) * (sizeof(double) + sizeof(float) + sizeof(std::int32_t)) +
          std::size_t(packed.inputs()) * (sizeof(double) + sizeof(float)) +
          std::size_t(packed.chunks()) * sizeof(float);
+}
+
+bool QueryGroup::Nearer(const Settled& a, const Settled& b) {
+  return a.distance != b.distance ? a.distance < b.distance : a.stored < b.stored;
 }
 
 QueryGroup::QueryGroup(const PackedPrototypes& packed, std::int32_t slots, Exclusion exclusion,
@@ -53,22 +53,20 @@ QueryGroup::QueryGroup(const PackedPrototypes& packed, std::int32_t slots, Exclu
       inputs_(packed.inputs()),
       slots_(slots),
       nearest_(std::min(slots, packed.source().count)),
-      full_(FullAt(nearest_)),
-      room_(CandidateRoom(nearest_)),
+      room_(Room(nearest_)),
       boundRoom_((std::size_t(packed.chunks()) + kBoxGroup - 1) / kBoxGroup * kBoxGroup),
       scaled_(std::size_t(width) * inputs_),
       centred_(std::size_t(width) * inputs_),
       bounds_(width * boundRoom_),
-      values_(width * SurvivorRoom(nearest_)),
-      positions_(width * SurvivorRoom(nearest_)),
-      candidates_(width * room_),
+      values_(width * room_),
+      positions_(width * room_),
+      distances_(width * room_),
+      ranking_(room_),
       seats_(packed.chunks()) {
-  for (std::int32_t q = 0; q < kTile; ++q)
-    filters_[q] = {nullptr, -1.0F, nullptr, nullptr, 0, full_};
   for (std::int32_t q = 0; q < width; ++q) {
     filters_[q].inputs = &centred_[std::size_t(q) * inputs_];
-    filters_[q].value = &values_[q * SurvivorRoom(nearest_)];
-    filters_[q].position = &positions_[q * SurvivorRoom(nearest_)];
+    filters_[q].value = &values_[q * room_];
+    filters_[q].position = &positions_[q * room_];
   }
 }
 
@@ -86,8 +84,9 @@ bool QueryGroup::Start(const double* queries, std::span<const std::int32_t> chos
                                        &scaled_[std::size_t(q) * inputs_], centred);
     query.error = query.regular ? packed_->PackingError(centred) : 0;
     query.reach = std::numeric_limits<double>::infinity();
-    query.candidates = 0;
-    filters_[q].survivors = 0;
+    query.checked = query.settled = 0;
+    filters_[q].candidates = 0;
+    filters_[q].full = Intake(nearest_);
     if (query.regular) BoundChunks(q);
     any |= query.regular;
   }
@@ -166,8 +165,9 @@ bool QueryGroup::Visit(std::int32_t chunk, SearchPace& pace) {
   while (true) {
     done = scan(packed_->shape(), blocks, filters_, done, &wanted);
     for (std::int32_t q = 0; q < count_; ++q) {
-      if (filters_[q].survivors < full_) continue;
-      TakeSurvivors(q);
+      if (filters_[q].candidates < filters_[q].full) continue;
+      Check(q);
+      Tighten(q, nearest_ / 8);
       if (filters_[q].limit >= 0) filters_[q].limit = LimitAt(q, error);
     }
     if (done == blocks.blockCount) break;
@@ -179,84 +179,96 @@ bool QueryGroup::Visit(std::int32_t chunk, SearchPace& pace) {
   return !pace.Spend(wanted * kLanes * inputs_);
 }
 
-void QueryGroup::TakeSurvivors(std::int32_t q) {
+void QueryGroup::Check(std::int32_t q) {
   FilterQuery& filter = filters_[q];
-  Candidate* candidates = CandidatesOf(q);
-  std::int32_t& count = queries_[q].candidates;
-  for (std::int32_t s = 0; s < filter.survivors; ++s) {
-    const std::int32_t position = filter.position[s];
+  std::int32_t& checked = queries_[q].checked;
+  for (std::int32_t c = checked; c < filter.candidates; ++c) {
+    const std::int32_t position = filter.position[c];
     if (position >= packed_->regular() || Excluded(packed_->order()[position])) continue;
-    candidates[count++] = {kUnknown, filter.value[s], position};
+    filter.value[checked] = filter.value[c];
+    filter.position[checked++] = position;
   }
-  filter.survivors = 0;
-  Tighten(q);
+  filter.candidates = checked;
 }
 
-void QueryGroup::Tighten(std::int32_t q) {
-  Query& query = queries_[q];
-  if (query.candidates < nearest_) return;
-  Candidate* first = CandidatesOf(q);
-  Candidate* last = first + query.candidates;
-  std::nth_element(first, first + nearest_ - 1, last,
-                   [](const Candidate& a, const Candidate& b) { return a.value < b.value; });
+double QueryGroup::ErrorUpTo(std::int32_t q, float value) const {
+  const double greatest = packed_->greatestError();
+  if (greatest < 0x1p-16 * packed_->Farthest(value)) return greatest;  // makes no difference
   double error = 0;
-  for (std::int32_t c = 0; c < nearest_; ++c) {
-    error = std::max(error, packed_->chunkError(first[c].position / kChunkLanes));
+  for (std::int32_t c = 0; c < filters_[q].candidates; ++c) {
+    if (filters_[q].value[c] > value) continue;
+    error = std::max(error, packed_->chunkError(filters_[q].position[c] / kChunkLanes));
   }
-  query.reach =
-      std::min(query.reach, packed_->Farthest(first[nearest_ - 1].value) + query.error + error);
-  const float limit = LimitAt(q, packed_->greatestError());
-  last = std::remove_if(first + nearest_, last,
-                        [limit](const Candidate& c) { return c.value > limit; });
-  query.candidates = std::int32_t(last - first);
-  if (query.candidates > nearest_ + TieRoom(nearest_)) Settle(q);
+  return error;
+}
+
+void QueryGroup::Tighten(std::int32_t q, std::int32_t slack) {
+  Query& query = queries_[q];
+  FilterQuery& filter = filters_[q];
+  if (filter.candidates >= nearest_) {
+    const NeighbourKernel& kernel = packed_->kernel();
+    const float kth = kernel.select(filter.value, filter.candidates, nearest_, slack);
+    query.reach = std::min(query.reach, packed_->Farthest(kth) + query.error + ErrorUpTo(q, kth));
+    const float limit = LimitAt(q, packed_->greatestError());
+    std::int32_t kept = 0;
+    for (std::int32_t c = 0; c < query.settled; ++c) {
+      filter.value[kept] = filter.value[c];
+      filter.position[kept] = filter.position[c];
+      DistancesOf(q)[kept] = DistancesOf(q)[c];
+      kept += filter.value[c] <= limit ? 1 : 0;
+    }
+    kernel.keep(filter, kept, query.settled, limit);
+    query.settled = kept;
+    query.checked = filter.candidates;
+    if (filter.candidates > nearest_ + TieRoom(nearest_)) Settle(q);
+  }
+  filter.full = filter.candidates + Intake(nearest_);
 }
 
 void QueryGroup::ComputeDistances(std::int32_t q) {
-  Candidate* candidates = CandidatesOf(q);
-  const std::int32_t count = queries_[q].candidates;
-  std::int32_t which[kSideBySide];
-  std::int32_t stored[kSideBySide];
-  double distances[kSideBySide];
-  int pending = 0;
-  for (std::int32_t c = 0; c <= count; ++c) {
-    if (pending == kSideBySide || (c == count && pending > 0)) {
-      packed_->Distances(ScaledOf(q), stored, pending, distances);
-      for (int d = 0; d < pending; ++d) candidates[which[d]].distance = distances[d];
-      pending = 0;
+  std::int32_t& settled = queries_[q].settled;
+  while (settled < filters_[q].candidates) {
+    std::int32_t stored[kSideBySide];
+    const std::int32_t count = std::min(kSideBySide, filters_[q].candidates - settled);
+    for (std::int32_t c = 0; c < count; ++c) {
+      stored[c] = packed_->order()[filters_[q].position[settled + c]];
     }
-    if (c == count || candidates[c].distance != kUnknown) continue;
-    which[pending] = c;
-    stored[pending++] = packed_->order()[candidates[c].position];
+    packed_->Distances(&scaled_[std::size_t(q) * inputs_], stored, count, DistancesOf(q) + settled);
+    settled += count;
   }
 }
 
 void QueryGroup::Settle(std::int32_t q) {
-  Query& query = queries_[q];
   ComputeDistances(q);
-  Candidate* first = CandidatesOf(q);
-  // A distance that never is near (NaN, infinite) is out before distances are ordered.
-  Candidate* last = std::remove_if(first, first + query.candidates, [](const Candidate& c) {
-    return !(c.distance < std::numeric_limits<double>::max());
-  });
-  query.candidates = std::int32_t(last - first);
-  if (query.candidates <= nearest_) return;
-  const std::int32_t* order = packed_->order();
-  std::nth_element(first, first + nearest_ - 1, last,
-                   [order](const Candidate& a, const Candidate& b) {
-                     return a.distance != b.distance ? a.distance < b.distance
-                                                     : order[a.position] < order[b.position];
-                   });
-  query.candidates = nearest_;
-  query.reach = std::min(query.reach, packed_->Reach(first[nearest_ - 1].distance));
+  FilterQuery& filter = filters_[q];
+  const double* distances = DistancesOf(q);
+  std::int32_t count = 0;
+  for (std::int32_t c = 0; c < filter.candidates; ++c) {
+    if (!(distances[c] < std::numeric_limits<double>::max())) continue;  // never near
+    const std::int32_t position = filter.position[c];
+    ranking_[count++] = {distances[c], packed_->order()[position], position, filter.value[c]};
+  }
+  if (count > nearest_) {
+    std::nth_element(ranking_.begin(), ranking_.begin() + nearest_ - 1, ranking_.begin() + count,
+                     Nearer);
+    count = nearest_;
+    queries_[q].reach = std::min(queries_[q].reach, packed_->Reach(ranking_[count - 1].distance));
+  }
+  for (std::int32_t c = 0; c < count; ++c) {
+    DistancesOf(q)[c] = ranking_[c].distance;
+    filter.position[c] = ranking_[c].position;
+    filter.value[c] = ranking_[c].value;
+  }
+  filter.candidates = queries_[q].checked = queries_[q].settled = count;
 }
 
 bool QueryGroup::AddUnfiltered(std::int32_t q, std::int32_t from, SearchPace& pace) {
-  Query& query = queries_[q];
+  FilterQuery& filter = filters_[q];
   for (std::int32_t position = from; position < packed_->source().count; ++position) {
     if (Excluded(packed_->order()[position])) continue;
-    CandidatesOf(q)[query.candidates++] = {kUnknown, 0.0F, position};
-    if (query.candidates == std::int32_t(room_)) Settle(q);
+    filter.value[filter.candidates] = 0;
+    filter.position[filter.candidates++] = position;
+    if (filter.candidates == std::int32_t(room_)) Settle(q);
     if (pace.Spend(inputs_ * kExactWork)) return false;
   }
   return true;
@@ -265,20 +277,21 @@ bool QueryGroup::AddUnfiltered(std::int32_t q, std::int32_t from, SearchPace& pa
 bool QueryGroup::Finish(std::span<Neighbour> neighbours, std::span<std::int32_t> found,
                         SearchPace& pace) {
   for (std::int32_t q = 0; q < count_; ++q) {
-    Query& query = queries_[q];
-    if (query.regular) TakeSurvivors(q);
-    if (!AddUnfiltered(q, query.regular ? packed_->regular() : 0, pace)) return false;
-    if (pace.Spend(query.candidates * inputs_ * kExactWork)) return false;
-    Settle(q);
-    const Candidate* candidates = CandidatesOf(q);
-    Neighbour* nearest = neighbours.data() + std::size_t(query.index) * slots_;
-    for (std::int32_t c = 0; c < query.candidates; ++c) {
-      nearest[c] = {candidates[c].distance, packed_->order()[candidates[c].position]};
+    const Query& query = queries_[q];
+    if (query.regular) {
+      Check(q);
+      Tighten(q, 0);
     }
-    std::sort(nearest, nearest + query.candidates, [](const Neighbour& a, const Neighbour& b) {
-      return a.distance != b.distance ? a.distance < b.distance : a.prototype < b.prototype;
-    });
-    found[query.index] = query.candidates;
+    if (!AddUnfiltered(q, query.regular ? packed_->regular() : 0, pace)) return false;
+    if (pace.Spend(filters_[q].candidates * inputs_ * kExactWork)) return false;
+    Settle(q);
+    const std::int32_t count = filters_[q].candidates;
+    std::sort(ranking_.begin(), ranking_.begin() + count, Nearer);
+    Neighbour* nearest = neighbours.data() + std::size_t(query.index) * slots_;
+    for (std::int32_t s = 0; s < count; ++s) {
+      nearest[s] = {ranking_[s].distance, ranking_[s].stored};
+    }
+    found[query.index] = count;
   }
   return true;
 }

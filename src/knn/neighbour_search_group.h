@@ -49,17 +49,21 @@ class QueryGroup {
   bool Finish(std::span<Neighbour> neighbours, std::span<std::int32_t> found, SearchPace& pace);
 
  private:
-  struct Candidate {
-    double distance;        // of the defining scan, or kUnknown
-    float value;            // filter value; 0 when it never had one
-    std::int32_t position;  // packed
+  /// A candidate whose distance is known.
+  struct Settled {
+    double distance;
+    std::int32_t stored;
+    std::int32_t position;
+    float value;
   };
+  static bool Nearer(const Settled& a, const Settled& b);
   struct Query {
-    std::int32_t index = 0;  // among the caller's queries
-    bool regular = false;    // has a place in filter space
-    double error = 0;        // E of the query
-    double reach = 0;        // upper bound of the K-th distance in filter space
-    std::int32_t candidates = 0;
+    std::int32_t index = 0;    // among the caller's queries
+    bool regular = false;      // has a place in filter space
+    double error = 0;          // E of the query
+    double reach = 0;          // upper bound of the K-th distance in filter space
+    std::int32_t checked = 0;  // candidates known to be prototypes that take part
+    std::int32_t settled = 0;  // the first candidates, whose distances are known
   };
   struct Seat {
     float bound;
@@ -70,16 +74,16 @@ class QueryGroup {
   std::int32_t NearestChunk(std::int32_t q) const;
   bool WorthVisiting(std::int32_t chunk) const;
   float LimitAt(std::int32_t q, double chunkError) const;
-  void TakeSurvivors(std::int32_t q);
-  void Tighten(std::int32_t q);
+  void Check(std::int32_t q);
+  void Tighten(std::int32_t q, std::int32_t slack);
+  double ErrorUpTo(std::int32_t q, float value) const;
   void Settle(std::int32_t q);
-  bool AddUnfiltered(std::int32_t q, std::int32_t from, SearchPace& pace);
   void ComputeDistances(std::int32_t q);
+  bool AddUnfiltered(std::int32_t q, std::int32_t from, SearchPace& pace);
   bool Excluded(std::int32_t stored) const {
     return exclusion_.group != nullptr && exclusion_.group[stored] == exclusion_.excluded;
   }
-  Candidate* CandidatesOf(std::int32_t q) { return &candidates_[std::size_t(q) * room_]; }
-  const double* ScaledOf(std::int32_t q) const { return &scaled_[std::size_t(q) * inputs_]; }
+  double* DistancesOf(std::int32_t q) { return &distances_[std::size_t(q) * room_]; }
   float* BoundsOf(std::int32_t q) { return &bounds_[std::size_t(q) * boundRoom_]; }
   const float* BoundsOf(std::int32_t q) const { return &bounds_[std::size_t(q) * boundRoom_]; }
 
@@ -88,7 +92,6 @@ class QueryGroup {
   std::int32_t inputs_;
   std::int32_t slots_;    // of the caller
   std::int32_t nearest_;  // K: slots, at most all prototypes
-  std::int32_t full_;     // survivors that are taken in at once
   std::size_t room_;      // candidates of a query
   std::size_t boundRoom_;
   std::int32_t count_ = 0;  // queries taken in
@@ -99,13 +102,14 @@ class QueryGroup {
 
   Query queries_[kTile];
   FilterQuery filters_[kTile];
-  HostArray<double> scaled_;  // width x inputs
-  HostArray<float> centred_;  // width x inputs
-  HostArray<float> bounds_;   // width x chunks
-  HostArray<float> values_;   // survivors of the filter
-  HostArray<std::int32_t> positions_;
-  HostArray<Candidate> candidates_;
-  HostArray<Seat> seats_;  // chunks worth a visit
+  HostArray<double> scaled_;           // width x inputs
+  HostArray<float> centred_;           // width x inputs
+  HostArray<float> bounds_;            // width x chunks
+  HostArray<float> values_;            // width x candidates
+  HostArray<std::int32_t> positions_;  // width x candidates
+  HostArray<double> distances_;        // width x candidates
+  HostArray<Settled> ranking_;         // candidates of one query
+  HostArray<Seat> seats_;              // chunks worth a visit
 };
 
 }  // namespace qrvml

@@ -8,7 +8,7 @@ namespace qrvml {
 namespace {
 
 constexpr double kFarOut = 0x1p40;           // filter coordinates beyond this have no bound
-constexpr std::int64_t kPollWork = 1 << 22;  // inputs handled between two polls: some 10 ms
+constexpr std::int64_t kPollWork = 1 << 18;  // inputs handled between two polls: a few ms
 constexpr std::int32_t kFrameSample = 1024;  // prototypes that show typical values
 
 const double kHalfUlp = 0x1p-24 * (1 + 0x1p-20);  // relative error of packing one input

@@ -17,9 +17,9 @@ namespace qrvml {
 inline constexpr int kLanes = 48;        // prototypes of a block; a multiple of every vector length
 inline constexpr int kChunkBlocks = 16;  // blocks of a chunk
 inline constexpr int kChunkLanes = kLanes * kChunkBlocks;
-inline constexpr int kBoxGroup = 16;         // boxes tested at once; equals kChunkBlocks
-inline constexpr int kTile = 6;              // queries that share a pass over a chunk
-inline constexpr int kSurvivorPadding = 16;  // elements past `full + kLanes` a kernel may overwrite
+inline constexpr int kBoxGroup = 16;          // boxes tested at once; equals kChunkBlocks
+inline constexpr int kTile = 6;               // queries that share a pass over a chunk
+inline constexpr int kCandidatePadding = 16;  // elements past the last candidate a kernel may touch
 
 /// How one input's difference enters the filter value.
 enum class FilterTerm : int { square = 0, absolute = 1, maximum = 2 };
@@ -32,14 +32,14 @@ struct FilterShape {
   float mismatch = 0;
 };
 
-/// One of the queries that share a pass. Survivors are appended at `survivors`.
+/// One of the queries that share a pass, and its candidates: prototypes that passed the filter.
 struct FilterQuery {
-  const float* inputs;     // packed like a prototype
-  float limit;             // prototypes with a greater filter value are out; below 0: takes no part
-  float* value;            // survivors' filter values, room for full + kLanes + kSurvivorPadding
-  std::int32_t* position;  // survivors' packed positions, same room
-  std::int32_t survivors;
-  std::int32_t full;  // number of survivors at which the pass is interrupted
+  const float* inputs = nullptr;  // packed like a prototype
+  float limit = -1;             // prototypes with a greater filter value are out; below 0: no part
+  std::int32_t candidates = 0;  // in the arrays below
+  std::int32_t full = 0;        // number of candidates at which the pass is interrupted
+  float* value = nullptr;       // filter values; room for full + kLanes + kCandidatePadding
+  std::int32_t* position = nullptr;  // packed positions; same room
 };
 
 /// A chunk, or its first blocks where it is the last one.
@@ -61,6 +61,11 @@ struct NeighbourKernel {
   /// bounds[box] = a value no greater than any filter value of the query and a prototype in the
   /// box.
   void (*bound[3])(const FilterShape&, const float* group, const float* query, float* bounds);
+  /// The value at `rank` (from 1) among `count` values >= 0, or one of the next `slack` in order.
+  float (*select)(const float* values, std::int32_t count, std::int32_t rank, std::int32_t slack);
+  /// Moves the candidates from `from` on that are not above `limit` to `to` <= from, in order;
+  /// they are then the last ones.
+  void (*keep)(FilterQuery&, std::int32_t to, std::int32_t from, float limit);
   /// The box of one block: smallest[input], largest[input].
   void (*enclose)(std::int32_t inputs, const float* block, float* smallest, float* largest);
 };

@@ -96,28 +96,90 @@ inline Vector AccumulateMismatch(Vector sum, Vector mismatch) {
   return sum + mismatch;
 }
 
+#if defined(__AVX512F__)
+// Compressing in a register and storing it whole: compressing stores are slow on some processors.
+inline void Append(FilterQuery& query, Vector values, unsigned lanes, __m512i positions) {
+  _mm512_storeu_ps(query.value + query.candidates,
+                   _mm512_maskz_compress_ps(__mmask16(lanes), values));
+  _mm512_storeu_si512(query.position + query.candidates,
+                      _mm512_maskz_compress_epi32(__mmask16(lanes), positions));
+  query.candidates += __builtin_popcount(lanes);
+}
+#endif
+
 /// Appends the lanes of `values` that are set in `lanes`; `position` is the first lane's.
 inline void Append(FilterQuery& query, Vector values, unsigned lanes, std::int32_t position) {
 #if defined(__AVX512F__)
-  // Compressing in a register and storing it whole: compressing stores are slow on some processors.
-  const __m512i positions =
-      _mm512_add_epi32(_mm512_set1_epi32(position),
-                       _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15));
-  const __mmask16 mask = __mmask16(lanes);
-  _mm512_storeu_ps(query.value + query.survivors, _mm512_maskz_compress_ps(mask, values));
-  _mm512_storeu_si512(query.position + query.survivors,
-                      _mm512_maskz_compress_epi32(mask, positions));
-  query.survivors += __builtin_popcount(lanes);
+  Append(query, values, lanes,
+         _mm512_add_epi32(_mm512_set1_epi32(position),
+                          _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15)));
 #else
   alignas(64) float lane[kWidth];
   Store(lane, values);
   for (; lanes != 0; lanes &= lanes - 1) {
     const int i = __builtin_ctz(lanes);
-    query.value[query.survivors] = lane[i];
-    query.position[query.survivors] = position + i;
-    ++query.survivors;
+    query.value[query.candidates] = lane[i];
+    query.position[query.candidates] = position + i;
+    ++query.candidates;
   }
 #endif
+}
+
+void Keep(FilterQuery& query, std::int32_t to, std::int32_t from, float limit) {
+  const std::int32_t count = query.candidates;
+  query.candidates = to;
+#if defined(__AVX512F__)
+  for (std::int32_t c = from; c < count; c += kWidth) {
+    const Vector values = Load(query.value + c);
+    const unsigned known = count - c >= kWidth ? 0xFFFFU : (1U << (count - c)) - 1U;
+    Append(query, values, NotAbove(values, Spread(limit)) & known,
+           _mm512_loadu_si512(query.position + c));
+  }
+#else
+  for (std::int32_t c = from; c < count; ++c) {
+    const float value = query.value[c];
+    query.value[query.candidates] = value;
+    query.position[query.candidates] = query.position[c];
+    query.candidates += value <= limit ? 1 : 0;
+  }
+#endif
+}
+
+inline std::int32_t CountNotAbove(const float* values, std::int32_t count, float limit) {
+  const Vector bound = Spread(limit);
+  std::int32_t below = 0;
+  std::int32_t c = 0;
+  for (; c + kWidth <= count; c += kWidth) {
+    below += __builtin_popcount(NotAbove(Load(values + c), bound));
+  }
+  if (c < count) {
+    const unsigned known = (1U << (count - c)) - 1U;
+    below += __builtin_popcount(NotAbove(Load(values + c), bound) & known);
+  }
+  return below;
+}
+
+// Bisects the bit patterns, which are ordered like the values, without a branch on any value.
+float Select(const float* values, std::int32_t count, std::int32_t rank, std::int32_t slack) {
+  float low = values[0];
+  float high = values[0];
+  for (std::int32_t c = 1; c < count; ++c) {
+    low = values[c] < low ? values[c] : low;
+    high = values[c] > high ? values[c] : high;
+  }
+  std::int32_t below = __builtin_bit_cast(std::int32_t, low) - 1;  // fewer than rank up to here
+  std::int32_t enough = __builtin_bit_cast(std::int32_t, high);
+  while (enough - below > 1) {
+    const std::int32_t middle = below + (enough - below) / 2;
+    const std::int32_t reached = CountNotAbove(values, count, __builtin_bit_cast(float, middle));
+    if (reached < rank) {
+      below = middle;
+    } else {
+      enough = middle;
+      if (reached <= rank + slack) break;
+    }
+  }
+  return __builtin_bit_cast(float, enough);
 }
 
 /// One block against `count` of the queries.
@@ -240,7 +302,7 @@ int Scan(const FilterShape& shape, const FilterChunk& chunk, FilterQuery* querie
     *wanted += count;
     kTiles[count - 1](shape, chunk.blocks + b * blockSize, active, chunk.position + b * kLanes);
     bool full = false;
-    for (int q = 0; q < count; ++q) full |= active[q]->survivors >= active[q]->full;
+    for (int q = 0; q < count; ++q) full |= active[q]->candidates >= active[q]->full;
     if (full) return b + 1;
   }
   return chunk.blockCount;
@@ -271,6 +333,8 @@ constexpr qrvml::NeighbourKernel MakeKernel(int level) {
   return {level,
           {Scan<FilterTerm::square>, Scan<FilterTerm::absolute>, Scan<FilterTerm::maximum>},
           {Bound<FilterTerm::square>, Bound<FilterTerm::absolute>, Bound<FilterTerm::maximum>},
+          Select,
+          Keep,
           Enclose};
 }
 
