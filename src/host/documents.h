@@ -20,26 +20,80 @@ enum class NumberFormat : std::uint8_t {
   count,    // no decimals
 };
 
+/// A text that is shown wherever a column holds a value.
+struct ValueLabel {
+  double value;
+  std::string text;
+  bool marked = false;  // the cell is drawn as a warning
+};
+
 /// One column of a spreadsheet. An empty cell is a not-a-number.
 struct SpreadsheetColumn {
   std::string first;                  // heading
   std::string second;                 // second heading line, may be empty
   NumberFormat format = NumberFormat::general;
   std::vector<double> values;         // one per row
-  std::vector<std::string> texts;     // empty, or one per row: shown instead of the number
+  std::vector<ValueLabel> labels;     // ascending by value, each once; a table of a million rows
+                                      // carries its categories here
+  std::vector<std::string> texts;     // empty, or one per row: shown instead of the number where
+                                      // not empty; goes before `labels`
   std::vector<std::uint8_t> marks;    // empty, or one per row: 1 draws the cell as a warning
 };
 
 inline constexpr double kEmptyCell = std::numeric_limits<double>::quiet_NaN();
 
-/// A table with named rows, columnar inside: every column has rowNames.size() values.
+/// A table with named rows, columnar inside: every column has Rows() values.
 struct Spreadsheet {
   std::string title;
   std::vector<std::string> header;    // lines below the title
   std::string rowTitle;               // corner label above the row names
   std::string rowTitleSecond;         // its second line
   std::vector<std::string> rowNames;
+  std::vector<std::int32_t> rowCases; // instead of rowNames: 1-based case numbers of the open file,
+                                      // whose labels (else numbers) name the rows
   std::vector<SpreadsheetColumn> columns;
+
+  std::size_t Rows() const { return rowCases.empty() ? rowNames.size() : rowCases.size(); }
+};
+
+enum class GraphType : std::uint8_t {
+  histogram,  // edges and counts
+  scatter,    // series of points; with a fitted line where `fit` is set
+  line,       // series of points in order of x
+  surface,    // series of points in space
+};
+
+/// An axis. step 0: the renderer chooses round steps.
+struct GraphAxis {
+  std::string title;
+  double minimum = 0;
+  double maximum = 0;
+  double step = 0;
+};
+
+/// Points in order. A not-a-number coordinate leaves its point out.
+struct GraphSeries {
+  std::string name;                 // empty: no legend
+  std::vector<double> x, y, z;      // z only in space
+  std::vector<std::int32_t> cases;  // empty, or the case of each point, whose label goes with it
+};
+
+struct Graph {
+  GraphType type = GraphType::scatter;
+  std::string title;                // lines separated by line ends
+  std::vector<GraphAxis> axes;      // x, y and, in space, z
+  std::vector<GraphSeries> series;
+  bool fit = false;                 // scatter: draw the least-squares line of each series
+  std::vector<double> edges;        // histogram: one more than counts, ascending
+  std::vector<double> counts;
+  std::vector<ValueLabel> edgeLabels;  // histogram of categories: texts of category codes
+};
+
+/// A text document, e.g. generated code. `mode` is the host's kind of document.
+struct TextDocument {
+  int mode = 0;
+  std::string title;
+  std::string text;
 };
 
 }  // namespace qrvml

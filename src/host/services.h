@@ -66,6 +66,8 @@ struct CodesRequest {
   double lowest = 0, highest = 0;            // allowed codes
 };
 
+struct InputTable;
+
 struct VariableListsRequest {
   std::string title;
   std::vector<std::string> captions;     // one per list
@@ -96,6 +98,9 @@ class DialogServices {
   virtual bool GetStartValues(std::string_view title, std::span<const std::string> rows,
                               std::span<double> values) = 0;
 
+  /// The input form.
+  virtual bool looka4dlg(InputTable&) { return false; }
+
   virtual bool OpenTvxFile() = 0;     // the host's open-data-file dialog; true: a file was opened
   virtual bool DefineSelCond() = 0;   // selection conditions
   virtual bool DefineWeight() = 0;    // case weights
@@ -111,8 +116,50 @@ class OutputServices {
   virtual ~OutputServices() = default;
   /// Puts a spreadsheet into the workbook. False: the host cannot create it.
   virtual bool looka4(Spreadsheet&& spreadsheet) = 0;
+  /// Puts a graph into the workbook. False: the host cannot create it.
+  virtual bool ShowGraph(Graph&&) { return false; }
+  /// Puts a text document into the workbook.
+  virtual bool CreateTextDoc(TextDocument&&) { return false; }
   /// Replaces the results text of the current dialog, line by line.
   virtual void cupst(std::span<const std::string> lines) = 0;
+};
+
+/// A new variable of a saved data file.
+struct NewVariable {
+  std::string name;
+  std::string longName;
+  std::vector<ValueLabel> labels;     // texts of codes
+  double missingCode = kMissingOutput;
+};
+
+/// Saving predictions: a new data file with variables of the open one and new ones. A save is whole
+/// or not at all.
+class SavingServices {
+ public:
+  virtual ~SavingServices() = default;
+  /// Lets the user pick from offered names; positions from 0, before and after. False: cancelled.
+  virtual bool PickOutputs(std::string_view title, std::string_view prompt,
+                           std::span<const std::string> offered, std::vector<int>& picked) = 0;
+  /// Asks for the target file. False: cancelled.
+  virtual bool DoSaveFileNameDlg(std::string& path) = 0;
+  /// Begins a new data file with variables of the open file (1-based) followed by new ones. False,
+  /// after a message: it cannot be written, or exists and may not be replaced.
+  virtual bool SubsetAndAddEx(const std::string& path, std::span<const int> kept,
+                              std::span<const NewVariable> added) = 0;
+  /// Writes a row: a case of the open file, whose kept variables go along, and the new values.
+  virtual bool PutDataF(int caseNumber, std::span<const double> added) = 0;
+  /// Completes the file (true) or leaves everything as it was before (false, after a message).
+  virtual bool FinishSave() = 0;
+  /// Gives up; everything is as it was before.
+  virtual void AbandonSave() = 0;
+};
+
+/// The input form: an editable table with one column.
+struct InputTable {
+  std::string title, hint;
+  std::string rowTitle, column;       // heading of the row names and of the column
+  std::vector<std::string> rowNames;
+  std::vector<std::string> cells;     // texts, before and after
 };
 
 class AutomationServices {
@@ -148,6 +195,7 @@ struct HostServices {
   RandomServices* random = nullptr;
   DialogServices* dialogs = nullptr;
   OutputServices* output = nullptr;
+  SavingServices* saving = nullptr;
   AutomationServices* automation = nullptr;
   ComputeServices* compute = nullptr;
 };
