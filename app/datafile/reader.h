@@ -14,9 +14,9 @@ namespace qrvml {
 
 /// What the user fixed; the rest is found in the file.
 struct ReadOptions {
-  std::optional<char> delimiter;
-  std::optional<char> decimal;  // '.' or ','
-  std::optional<TextEncoding> encoding;
+  std::optional<char> delimiter = std::nullopt;
+  std::optional<char> decimal = std::nullopt;  // '.' or ','
+  std::optional<TextEncoding> encoding = std::nullopt;
   int threads = 0;  // 0: all cores
 };
 
