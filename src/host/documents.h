@@ -21,7 +21,7 @@ enum class NumberFormat : std::uint8_t {
 };
 
 /// A text that is shown wherever a column holds a value.
-struct ValueLabel {
+struct CellLabel {
   double value;
   std::string text;
   bool marked = false;  // the cell is drawn as a warning
@@ -33,7 +33,7 @@ struct SpreadsheetColumn {
   std::string second;                 // second heading line, may be empty
   NumberFormat format = NumberFormat::general;
   std::vector<double> values;         // one per row
-  std::vector<ValueLabel> labels;     // ascending by value, each once; a table of a million rows
+  std::vector<CellLabel> labels;     // ascending by value, each once; a table of a million rows
                                       // carries its categories here
   std::vector<std::string> texts;     // empty, or one per row: shown instead of the number where
                                       // not empty; goes before `labels`
@@ -86,7 +86,7 @@ struct Graph {
   bool fit = false;                 // scatter: draw the least-squares line of each series
   std::vector<double> edges;        // histogram: one more than counts, ascending
   std::vector<double> counts;
-  std::vector<ValueLabel> edgeLabels;  // histogram of categories: texts of category codes
+  std::vector<CellLabel> edgeLabels;  // histogram of categories: texts of category codes
 };
 
 /// A text document, e.g. generated code. `mode` is the host's kind of document.

@@ -128,7 +128,7 @@ class OutputServices {
 struct NewVariable {
   std::string name;
   std::string longName;
-  std::vector<ValueLabel> labels;     // texts of codes
+  std::vector<CellLabel> labels;     // texts of codes
   double missingCode = kMissingOutput;
 };
 
