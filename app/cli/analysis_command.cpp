@@ -91,6 +91,7 @@ class AnalysisRun {
         files_(options.out, options.formats) {
     host_.messages.show = [this](const LoggedMessage& message) { Tell(message.text); };
     host_.progress.casesRead = [this] { return watched_.lastCase(); };
+    host_.workbook.caseName = [&file](int caseNumber) { return file.getlab(caseNumber); };
     host_.workbook.onChange = [this](std::size_t position) { DocumentChanged(position); };
     session_.beforeLeaving = [this](QrvAnalysisDialog& dialog) {
       properties_ = ReadProperties(dialog);
@@ -158,7 +159,8 @@ class AnalysisRun {
       return;
     }
     host_.progress.ClearLine();
-    Print((printedAny_ ? "\n" : "") + DocumentText(host_.workbook.documents()[position]));
+    Print((printedAny_ ? "\n" : "") +
+          DocumentText(host_.workbook.documents()[position], host_.workbook.caseName));
     printedAny_ = true;
   }
 

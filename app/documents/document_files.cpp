@@ -28,6 +28,13 @@ constexpr std::string_view kPlainLetters =
 constexpr char32_t kFirstPlain = 0xC0;
 static_assert(kPlainLetters.size() == 0x180 - kFirstPlain);
 
+struct Ligature {
+  char32_t point;
+  std::string_view letters;
+};
+constexpr Ligature kLigatures[] = {
+    {0xC6, "ae"}, {0xE6, "ae"}, {0x152, "oe"}, {0x153, "oe"}, {0xDF, "ss"}};
+
 char PlainLetter(char32_t point) {
   if (point >= 'A' && point <= 'Z') return static_cast<char>(point - 'A' + 'a');
   if ((point >= 'a' && point <= 'z') || (point >= '0' && point <= '9'))
@@ -64,9 +71,16 @@ bool ReadFormats(std::string_view text, std::vector<const DocumentFormat*>& form
 std::string Slug(std::string_view title) {
   std::string slug;
   for (std::size_t at = 0; at < title.size() && slug.size() < kLongestSlug;) {
-    const char letter = PlainLetter(NextCodePoint(title, at));
+    const char32_t point = NextCodePoint(title, at);
+    const auto ligature = std::ranges::find(kLigatures, point, &Ligature::point);
+    if (ligature != std::end(kLigatures)) {
+      slug += ligature->letters;
+      continue;
+    }
+    const char letter = PlainLetter(point);
     if (letter != '-' || (!slug.empty() && slug.back() != '-')) slug += letter;
   }
+  slug.resize(std::min(slug.size(), kLongestSlug));
   while (!slug.empty() && slug.back() == '-') slug.pop_back();
   return slug.empty() ? "document" : slug;
 }
@@ -123,9 +137,8 @@ bool DocumentFiles::Write(const Workbook& workbook, std::string& error) {
     std::snprintf(number, sizeof number, "%03zu-", position + 1);
     const std::string name = number + Slug(DocumentTitle(document)) + '.';
     for (const DocumentFormat* format : formats_) {
-      if (!WriteFileWhole(folder_ / (name + std::string(format->name)), format->render(document),
-                          error))
-        return false;
+      const std::string text = format->render(document, workbook.caseName);
+      if (!WriteFileWhole(folder_ / (name + std::string(format->name)), text, error)) return false;
     }
   }
   touched_.clear();

@@ -13,7 +13,7 @@ namespace qrvml {
 /// A file format for documents.
 struct DocumentFormat {
   std::string_view name;  // also the file's extension
-  std::string (*render)(const Document&);
+  std::string (*render)(const Document&, const CaseNamer&);
 };
 
 /// Reads "txt,json"; false with `error` naming an unknown format and those that exist.

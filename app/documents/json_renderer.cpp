@@ -22,13 +22,12 @@ void WriteStrings(JsonWriter& json, const std::vector<std::string>& texts) {
   json.EndArray();
 }
 
-void WriteCell(JsonWriter& json, const SpreadsheetColumn& column, std::size_t row) {
+void WriteCell(JsonWriter& json, const CellView& cell) {
   json.BeginObject();
   json.Key("value");
-  json.Number(column.values[row]);
-  if (!column.texts.empty() && !column.texts[row].empty())
-    WriteMember(json, "text", column.texts[row]);
-  if (!column.marks.empty() && column.marks[row] != 0) {
+  json.Number(cell.value);
+  if (!cell.text.empty()) WriteMember(json, "text", cell.text);
+  if (cell.marked) {
     json.Key("marked");
     json.Boolean(true);
   }
@@ -37,6 +36,7 @@ void WriteCell(JsonWriter& json, const SpreadsheetColumn& column, std::size_t ro
 
 struct BodyWriter {
   JsonWriter& json;
+  const CaseNamer& caseName;
 
   void operator()(const ResultsText& results) const {
     WriteMember(json, "kind", "results");
@@ -64,13 +64,13 @@ struct BodyWriter {
     json.EndArray();
     json.Key("rows");
     json.BeginArray();
-    for (std::size_t row = 0; row < sheet.rowNames.size(); ++row) {
+    for (std::size_t row = 0; row < sheet.Rows(); ++row) {
       json.BreakLine();
       json.BeginObject();
-      WriteMember(json, "name", sheet.rowNames[row]);
+      WriteMember(json, "name", RowName(sheet, row, caseName));
       json.Key("cells");
       json.BeginArray();
-      for (const SpreadsheetColumn& column : sheet.columns) WriteCell(json, column, row);
+      for (const SpreadsheetColumn& column : sheet.columns) WriteCell(json, CellAt(column, row));
       json.EndArray();
       json.EndObject();
     }
@@ -95,16 +95,16 @@ void WriteValues(JsonWriter& json, std::string_view key, const std::vector<Named
 
 }  // namespace
 
-void WriteJson(JsonWriter& json, const Document& document) {
+void WriteJson(JsonWriter& json, const Document& document, const CaseNamer& caseName) {
   json.BeginObject();
-  std::visit(BodyWriter{json}, document);
+  std::visit(BodyWriter{json, caseName}, document);
   json.EndObject();
 }
 
-std::string DocumentJson(const Document& document) {
+std::string DocumentJson(const Document& document, const CaseNamer& caseName) {
   std::string text;
   JsonWriter json(text);
-  WriteJson(json, document);
+  WriteJson(json, document, caseName);
   return text += '\n';
 }
 
@@ -134,7 +134,7 @@ std::string ReportJson(const RunReport& report, const Workbook& workbook) {
   json.BeginArray();
   for (const Document& document : workbook.documents()) {
     json.BreakLine();
-    WriteJson(json, document);
+    WriteJson(json, document, workbook.caseName);
   }
   json.EndArray();
   json.BreakLine();

@@ -29,8 +29,8 @@ struct RunReport {
 };
 
 /// One document: an object. An empty cell's value is null, the marker -9999 stays a number.
-void WriteJson(JsonWriter& json, const Document& document);
-std::string DocumentJson(const Document& document);
+void WriteJson(JsonWriter& json, const Document& document, const CaseNamer& caseName);
+std::string DocumentJson(const Document& document, const CaseNamer& caseName);
 
 /// The whole run: {"schema":1,"analysis":...,"properties":...,"messages":...,"documents":...}.
 std::string ReportJson(const RunReport& report, const Workbook& workbook);

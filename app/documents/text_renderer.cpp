@@ -12,7 +12,7 @@ namespace {
 constexpr int kSignificantDigits = 6;
 constexpr double kLargestInFull = 1e15;
 constexpr std::string_view kGap = "  ";
-constexpr std::string_view kMark = " *";
+constexpr std::string_view kMark = " *", kNoMark = "  ";
 
 /// A column ready to print: every text already fit for a terminal.
 struct TextColumn {
@@ -27,11 +27,12 @@ struct TextColumn {
   }
 };
 
-TextColumn NamesColumn(const Spreadsheet& sheet) {
+TextColumn NamesColumn(const Spreadsheet& sheet, const CaseNamer& caseName) {
   TextColumn column;
   column.heading[0] = PrintableText(sheet.rowTitle);
   column.heading[1] = PrintableText(sheet.rowTitleSecond);
-  for (const std::string& name : sheet.rowNames) column.cells.push_back(PrintableText(name));
+  for (std::size_t row = 0; row < sheet.Rows(); ++row)
+    column.cells.push_back(PrintableText(RowName(sheet, row, caseName)));
   column.atRight = false;
   column.Measure();
   return column;
@@ -42,15 +43,16 @@ TextColumn ValuesColumn(const SpreadsheetColumn& source) {
   TextColumn column;
   column.heading[0] = PrintableText(source.first);
   column.heading[1] = PrintableText(source.second);
-  const bool marks = std::ranges::any_of(source.marks, [](std::uint8_t mark) { return mark != 0; });
-  bool texts = false, numbers = false;
+  bool marks = false, texts = false, numbers = false;
+  for (std::size_t row = 0; row < source.values.size() && !marks; ++row)
+    marks = CellAt(source, row).marked;
   for (std::size_t row = 0; row < source.values.size(); ++row) {
-    const bool hasText = !source.texts.empty() && !source.texts[row].empty();
+    const CellView view = CellAt(source, row);
     std::string cell =
-        hasText ? PrintableText(source.texts[row]) : CellNumber(source.values[row], source.format);
-    texts = texts || hasText;
-    numbers = numbers || (!hasText && !cell.empty());
-    if (marks) cell += source.marks[row] != 0 ? kMark : "  ";
+        view.text.empty() ? CellNumber(view.value, source.format) : PrintableText(view.text);
+    texts = texts || !view.text.empty();
+    numbers = numbers || (view.text.empty() && !cell.empty());
+    if (marks) cell += view.marked ? kMark : kNoMark;
     column.cells.push_back(std::move(cell));
   }
   column.atRight = numbers || !texts;
@@ -76,6 +78,8 @@ void AppendLine(std::string& out, const std::vector<TextColumn>& columns, Cell c
 }
 
 struct Renderer {
+  const CaseNamer& caseName;
+
   std::string operator()(const ResultsText& results) const {
     std::string out;
     for (const std::string& line : results.lines) out += PrintableText(line) + '\n';
@@ -86,7 +90,7 @@ struct Renderer {
     std::string out = PrintableText(sheet.title) + '\n';
     for (const std::string& line : sheet.header) out += PrintableText(line) + '\n';
     out += '\n';
-    std::vector<TextColumn> columns{NamesColumn(sheet)};
+    std::vector<TextColumn> columns{NamesColumn(sheet, caseName)};
     for (const SpreadsheetColumn& column : sheet.columns) columns.push_back(ValuesColumn(column));
 
     AppendLine(out, columns, [](const TextColumn& c) { return c.heading[0]; });
@@ -95,7 +99,7 @@ struct Renderer {
     std::size_t width = kGap.size() * (columns.size() - 1);
     for (const TextColumn& column : columns) width += column.width;
     out += std::string(width, '-') + '\n';
-    for (std::size_t row = 0; row < sheet.rowNames.size(); ++row)
+    for (std::size_t row = 0; row < sheet.Rows(); ++row)
       AppendLine(out, columns, [row](const TextColumn& c) { return c.cells[row]; });
     return out;
   }
@@ -116,6 +120,8 @@ std::string CellNumber(double value, NumberFormat format) {
   return {buffer, end};
 }
 
-std::string DocumentText(const Document& document) { return std::visit(Renderer{}, document); }
+std::string DocumentText(const Document& document, const CaseNamer& caseName) {
+  return std::visit(Renderer{caseName}, document);
+}
 
 }  // namespace qrvml

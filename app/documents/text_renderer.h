@@ -10,7 +10,7 @@ namespace qrvml {
 /// A document as lines, each ended by a line feed. A spreadsheet shows its title, its header lines,
 /// a heading of up to two lines, a rule and the rows; numbers stand at the right, columns are
 /// aligned by what they take on a terminal, a marked cell carries " *".
-std::string DocumentText(const Document& document);
+std::string DocumentText(const Document& document, const CaseNamer& caseName);
 
 /// A number as a cell shows it: general with up to 6 significant digits and whole numbers in full;
 /// a count without decimals; empty for an empty cell.

@@ -8,6 +8,7 @@
 #include <variant>
 #include <vector>
 
+#include "documents/cells.h"
 #include "host/documents.h"
 
 namespace qrvml {
@@ -27,6 +28,8 @@ class Workbook {
   void PutResults(std::vector<std::string> lines);
   void Add(Spreadsheet&& spreadsheet);
 
+  /// Names the cases that rows stand for; absent: their numbers name them.
+  CaseNamer caseName;
   /// Called with the position of each document that was added or replaced.
   std::function<void(std::size_t)> onChange;
 

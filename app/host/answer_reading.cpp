@@ -193,6 +193,34 @@ bool ReadCodes(std::span<const ListMember> members, int variable, const CodeBoun
   return true;
 }
 
+namespace {
+
+std::string OnePerRow(std::string_view what, std::span<const std::string> rows) {
+  std::string text =
+      std::to_string(rows.size()) + ' ' + std::string(what) + " are needed, one for each of: ";
+  for (std::size_t i = 0; i < rows.size(); ++i) text += (i > 0 ? ", " : "") + rows[i];
+  return text;
+}
+
+}  // namespace
+
+bool ReadTexts(std::string_view text, std::span<const std::string> rows,
+               std::vector<std::string>& texts, std::string& error) {
+  std::vector<std::vector<ListMember>> parsed;
+  if (!ParseListText(text, parsed, error)) return false;
+  const bool values = parsed.size() == 1 && std::ranges::all_of(parsed[0], [](const auto& m) {
+                        return m.kind == Kind::number || m.kind == Kind::name;
+                      });
+  if (!values || parsed[0].size() != rows.size()) {
+    error = OnePerRow("values", rows);
+    return false;
+  }
+  texts.clear();
+  for (const ListMember& member : parsed[0])
+    texts.push_back(member.kind == Kind::number ? ShortestText(member.number) : member.name);
+  return true;
+}
+
 bool ReadValues(std::string_view text, std::span<const std::string> rows, std::span<double> values,
                 std::string& error) {
   std::vector<std::vector<ListMember>> parsed;
@@ -201,8 +229,7 @@ bool ReadValues(std::string_view text, std::span<const std::string> rows, std::s
                          return m.kind == Kind::number;
                        });
   if (!numbers || parsed[0].size() != rows.size()) {
-    error = std::to_string(rows.size()) + " numbers are needed, one for each of: ";
-    for (std::size_t i = 0; i < rows.size(); ++i) error += (i > 0 ? ", " : "") + rows[i];
+    error = OnePerRow("numbers", rows);
     return false;
   }
   for (std::size_t i = 0; i < rows.size(); ++i) values[i] = parsed[0][i].number;

@@ -48,6 +48,10 @@ bool ReadCodes(std::span<const ListMember> members, int variable, const CodeBoun
 bool ReadValues(std::string_view text, std::span<const std::string> rows, std::span<double> values,
                 std::string& error);
 
+/// One text per row, given as a number, name or label.
+bool ReadTexts(std::string_view text, std::span<const std::string> rows,
+               std::vector<std::string>& texts, std::string& error);
+
 /// A value field's text: a number in the range, or one of the variable's labels (0: of none); in
 /// double quotes it is a label.
 bool ReadValue(std::string_view text, int variable, double lowest, double highest,

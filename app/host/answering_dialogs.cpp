@@ -100,6 +100,15 @@ bool AnsweringDialogs::GetStartValues(std::string_view title, std::span<const st
   return true;
 }
 
+bool AnsweringDialogs::looka4dlg(InputTable& table) {
+  std::string answer, error;
+  if (!answers_.Take(AnswerMember::values, Asked("an input form", table.title), answer))
+    return false;
+  if (!ReadTexts(answer, table.rowNames, table.cells, error))
+    return Refuse(AnswerMember::values, answer, error);
+  return true;
+}
+
 bool AnsweringDialogs::GetValueFromValEdit(std::string_view text, int variable, double lowest,
                                            double highest, double& value) {
   std::string error;

@@ -39,6 +39,9 @@ class AnsweringDialogs : public DialogServices {
   bool GetStartValues(std::string_view title, std::span<const std::string> rows,
                       std::span<double> values) override;
 
+  /// One text for each row: a number, name or label.
+  bool looka4dlg(InputTable& table) override;
+
   bool OpenTvxFile() override { return NotHere("opening a data file"); }
   bool DefineSelCond() override { return NotHere("defining a selection condition"); }
   bool DefineWeight() override { return NotHere("defining a case weight"); }

@@ -1,0 +1,25 @@
+// Texts of tables and graphs that every renderer writes alike.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "documents/cells.h"
+
+namespace qrvml {
+
+/// The name of a 1-based case without surrounding blanks, else its number.
+std::string CaseName(std::int32_t number, const CaseNamer& caseName);
+
+/// Both lines of a heading as one text, joined by a blank.
+std::string JoinedHeading(std::string_view first, std::string_view second);
+
+/// Without blanks, tabs and line ends at both ends.
+std::string_view Trimmed(std::string_view text);
+
+/// Appends the shortest digits that read back as the same double; whole numbers up to 2^53 without
+/// an exponent, infinities as inf and -inf, nothing for a not-a-number.
+void AppendNumber(std::string& out, double value);
+
+}  // namespace qrvml
