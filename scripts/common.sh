@@ -11,9 +11,13 @@ build_packages=(
   libcli11-dev=/usr/include/CLI/CLI.hpp
   nlohmann-json3-dev=/usr/include/nlohmann/json.hpp
   libfmt-dev=/usr/include/fmt/format.h
+  libxlsxwriter-dev=/usr/include/xlsxwriter.h
 )
 test_packages=(
   libgtest-dev=/usr/include/gtest/gtest.h
+  libpugixml-dev=/usr/include/pugixml.hpp
+  libzip-dev=/usr/include/zip.h
+  librsvg2-bin=rsvg-convert
   clang-format-16=clang-format-16
   clang-tidy-16=clang-tidy-16
   binutils=readelf

@@ -10,13 +10,13 @@ constexpr double kLargestInFull = 9007199254740992.0;  // 2^53
 
 }  // namespace
 
-std::string CaseName(std::int32_t number, const CaseNamer& caseName) {
+std::string CaseName(int caseNumber, const CaseNamer& caseName) {
   if (caseName) {
-    const std::string label = caseName(number);
+    const std::string label = caseName(caseNumber);
     const std::string_view name = Trimmed(label);
     if (!name.empty()) return std::string(name);
   }
-  return std::to_string(number);
+  return std::to_string(caseNumber);
 }
 
 std::string JoinedHeading(std::string_view first, std::string_view second) {

@@ -1,16 +1,12 @@
 // Texts of tables and graphs that every renderer writes alike.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 
 #include "documents/cells.h"
 
 namespace qrvml {
-
-/// The name of a 1-based case without surrounding blanks, else its number.
-std::string CaseName(std::int32_t number, const CaseNamer& caseName);
 
 /// Both lines of a heading as one text, joined by a blank.
 std::string JoinedHeading(std::string_view first, std::string_view second);

@@ -33,12 +33,12 @@ inline CellView CellAt(const SpreadsheetColumn& column, std::size_t row) {
 /// The name of a case of the open file; empty when it has none.
 using CaseNamer = std::function<std::string(int caseNumber)>;
 
-/// A row's name; rows that stand for cases are named by them, or by their number.
+/// The name of a case without surrounding blanks, else its number.
+std::string CaseName(int caseNumber, const CaseNamer& caseName);
+
+/// A row's name; rows that stand for cases are named by them.
 inline std::string RowName(const Spreadsheet& sheet, std::size_t row, const CaseNamer& caseName) {
-  if (sheet.rowCases.empty()) return sheet.rowNames[row];
-  const int caseNumber = sheet.rowCases[row];
-  std::string name = caseName ? caseName(caseNumber) : std::string();
-  return name.empty() ? std::to_string(caseNumber) : name;
+  return sheet.rowCases.empty() ? sheet.rowNames[row] : CaseName(sheet.rowCases[row], caseName);
 }
 
 }  // namespace qrvml

@@ -8,7 +8,8 @@
 namespace qrvml {
 
 /// One heading record (corner, then each column's two heading lines joined by a blank) and one
-/// record a row, its name first. Title and header lines are left out, so that the file is one table.
+/// record a row, its name first. Title and header lines are left out, so that the file is one
+/// table.
 /// - A number has all its digits and no other decoration; an empty cell is empty.
 /// - A cell with a text or label has that text.
 /// - A text that a spreadsheet program would take for a formula (first character = + - @, a tab or
