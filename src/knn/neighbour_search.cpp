@@ -75,7 +75,9 @@ class SearchRun {
     for (std::int32_t q = 0; q < count; ++q) {
       const double* row = queries_ + std::size_t(q) * packed_.inputs();
       packed_.PackQuery(row, scaled.data(), centred.data());
-      keys[q] = std::uint64_t(packed_.tree().Leaf(centred.data())) << 32 | std::uint32_t(q);
+      std::int32_t leaf = 0;
+      packed_.tree().Leaves(centred.data(), packed_.inputs(), 1, &leaf);
+      keys[q] = std::uint64_t(leaf) << 32 | std::uint32_t(q);
     }
     std::sort(keys.begin(), keys.end());
     order_.Resize(count);

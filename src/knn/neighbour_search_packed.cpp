@@ -224,14 +224,23 @@ bool PackedPrototypes::GrowTree() {
 }
 
 bool PackedPrototypes::Arrange() {
-  HostArray<float> packed(inputs());
+  constexpr std::int32_t kTogether = 16;
+  HostArray<float> packed(std::size_t(kTogether) * inputs());
   HostArray<std::int32_t> leaf(source_.count);  // the irregular ones after the last leaf
   HostArray<std::int32_t> start(std::size_t(tree_.LeafCount()) + 2, 0);
-  for (std::int32_t p = 0; p < source_.count; ++p) {
-    const bool regular = PackPrototype(source_.rows + std::size_t(p) * inputs(), packed.data());
-    leaf[p] = regular ? tree_.Leaf(packed.data()) : tree_.LeafCount();
-    ++start[leaf[p] + 1];
-    if (Pause(inputs())) return false;
+  for (std::int32_t p = 0; p < source_.count; p += kTogether) {
+    const std::int32_t count = std::min(kTogether, source_.count - p);
+    bool regular[kTogether];
+    for (std::int32_t r = 0; r < count; ++r) {
+      regular[r] = PackPrototype(source_.rows + std::size_t(p + r) * inputs(),
+                                 &packed[std::size_t(r) * inputs()]);
+    }
+    tree_.Leaves(packed.data(), inputs(), count, &leaf[p]);
+    for (std::int32_t r = 0; r < count; ++r) {
+      if (!regular[r]) leaf[p + r] = tree_.LeafCount();
+      ++start[leaf[p + r] + 1];
+    }
+    if (Pause(std::int64_t(count) * inputs())) return false;
   }
   for (std::int32_t l = 0; l <= tree_.LeafCount(); ++l) start[l + 1] += start[l];
   regular_ = start[tree_.LeafCount()];
@@ -251,11 +260,17 @@ bool PackedPrototypes::Fill() {
   chunkError_.Resize(chunks_);
   HostArray<float> packed(width);
   HostArray<float> box(2 * width);
+  constexpr std::int32_t kAhead = 12;  // rows fetched ahead: they lie anywhere
+  constexpr std::size_t kLine = 8;     // doubles of a cache line
   greatestError_ = 0;
   for (std::int32_t b = 0; b < blocks; ++b) {
     float* block = &blocks_[b * width * kLanes];
     for (int lane = 0; lane < kLanes; ++lane) {
       // Lanes past the end repeat the last prototype, which keeps the box small.
+      const std::int32_t ahead = order_[std::min(b * kLanes + lane + kAhead, regular_ - 1)];
+      for (std::size_t i = 0; i < width; i += kLine) {
+        __builtin_prefetch(source_.rows + ahead * width + i);
+      }
       const std::int32_t p = order_[std::min(b * kLanes + lane, regular_ - 1)];
       PackPrototype(source_.rows + p * width, packed.data());
       for (std::size_t i = 0; i < width; ++i) block[i * kLanes + lane] = packed[i];

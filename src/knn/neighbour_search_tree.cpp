@@ -9,6 +9,20 @@ void SpaceTree::Release() {
   splits_.Release();
 }
 
+void SpaceTree::Leaves(const float* rows, std::int32_t inputs, std::int32_t count,
+                       std::int32_t* leaves) const {
+  // Level by level for all rows: the waits of one row's way down overlap with the others'.
+  for (std::int32_t r = 0; r < count; ++r) leaves[r] = 1;
+  for (int level = 0; level < levels_; ++level) {
+    for (std::int32_t r = 0; r < count; ++r) {
+      const Split& split = splits_[leaves[r]];
+      const float value = rows[std::size_t(r) * inputs + split.input];
+      leaves[r] = 2 * leaves[r] + (value >= split.value ? 1 : 0);
+    }
+  }
+  for (std::int32_t r = 0; r < count; ++r) leaves[r] -= LeafCount();
+}
+
 std::int32_t SpaceTree::WidestInput(const FilterShape& shape, const float* sample,
                                     const Keyed* cases, std::int32_t count) const {
   constexpr std::int32_t kEnough = 48;  // cases that show which input varies most

@@ -17,14 +17,9 @@ class SpaceTree {
   void Release();
 
   std::int32_t LeafCount() const { return std::int32_t{1} << levels_; }
-  std::int32_t Leaf(const float* inputs) const {
-    std::int32_t node = 1;
-    for (int level = 0; level < levels_; ++level) {
-      const Split& split = splits_[node];
-      node = 2 * node + (inputs[split.input] >= split.value ? 1 : 0);
-    }
-    return node - LeafCount();
-  }
+  /// The leaf of each of `count` cases, row-major.
+  void Leaves(const float* rows, std::int32_t inputs, std::int32_t count,
+              std::int32_t* leaves) const;
 
  private:
   struct Split {
