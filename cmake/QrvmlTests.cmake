@@ -6,6 +6,17 @@ find_package(GTest REQUIRED)
 include(GoogleTest)
 
 set(test_root "${CMAKE_CURRENT_SOURCE_DIR}/tests")
+set(module_rooms host data dialogs knn bayes svm stats frame deploy)
+set(app_rooms datafile apphost documents qvb server cli)
+
+# A folder that no program takes in would never be run.
+file(GLOB folders CONFIGURE_DEPENDS LIST_DIRECTORIES true RELATIVE "${test_root}" "${test_root}/*")
+list(REMOVE_ITEM folders ${module_rooms} ${app_rooms} support system data)
+foreach(folder ${folders})
+  if(IS_DIRECTORY "${test_root}/${folder}")
+    message(FATAL_ERROR "tests/${folder} belongs to no test program: name it in cmake/QrvmlTests.cmake")
+  endif()
+endforeach()
 
 # qrvml_tests(<name> LABEL <ctest label> NEEDS <targets>... ROOMS <folders of tests/>...
 #             LINKS <libraries>...)
@@ -43,13 +54,13 @@ qrvml_tests(
   qrvml_module_tests
   LABEL module
   NEEDS qrvml_module
-  ROOMS host data knn bayes svm stats frame deploy support
+  ROOMS ${module_rooms} support
   LINKS qrvml_module)
 qrvml_tests(
   qrvml_app_tests
   LABEL app
   NEEDS qrvml_app qrvml_module QRVMachineLearning
-  ROOMS datafile apphost documents qvb server cli support
+  ROOMS ${app_rooms} support
   LINKS qrvml_app qrvml_module)
 qrvml_tests(
   qrvml_system_tests
