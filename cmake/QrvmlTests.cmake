@@ -6,17 +6,21 @@ find_package(GTest REQUIRED)
 include(GoogleTest)
 
 set(test_root "${CMAKE_CURRENT_SOURCE_DIR}/tests")
-set(module_rooms host data dialogs knn bayes svm stats frame deploy)
-set(app_rooms datafile apphost documents qvb server cli)
-
-# A folder that no program takes in would never be run.
-file(GLOB folders CONFIGURE_DEPENDS LIST_DIRECTORIES true RELATIVE "${test_root}" "${test_root}/*")
-list(REMOVE_ITEM folders ${module_rooms} ${app_rooms} support system data)
-foreach(folder ${folders})
-  if(IS_DIRECTORY "${test_root}/${folder}")
-    message(FATAL_ERROR "tests/${folder} belongs to no test program: name it in cmake/QrvmlTests.cmake")
-  endif()
-endforeach()
+# A folder of tests/ that is named like a room of src/ tests the module; every other one tests the
+# application, where tests/apphost/ stands for app/host/.
+function(qrvml_folders variable parent)
+  file(GLOB entries CONFIGURE_DEPENDS LIST_DIRECTORIES true RELATIVE "${parent}" "${parent}/*")
+  set(folders "")
+  foreach(entry ${entries})
+    if(IS_DIRECTORY "${parent}/${entry}")
+      list(APPEND folders ${entry})
+    endif()
+  endforeach()
+  set(${variable} "${folders}" PARENT_SCOPE)
+endfunction()
+qrvml_folders(module_rooms "${CMAKE_CURRENT_SOURCE_DIR}/src")
+qrvml_folders(app_rooms "${test_root}")
+list(REMOVE_ITEM app_rooms ${module_rooms} support system data)
 
 # qrvml_tests(<name> LABEL <ctest label> NEEDS <targets>... ROOMS <folders of tests/>...
 #             LINKS <libraries>...)
