@@ -11,18 +11,19 @@ namespace qrvml {
 
 class HostDataFile;
 
-/// An empty text is "not given" throughout. A variable is named by its name or by its number from
-/// 1; a bare number is a number, in double quotes it is a name.
+/// An empty text is "not given" throughout (and the default, so that an initialiser names only what
+/// it sets). A variable is named by its name or by its number from 1; a bare number is a number, in
+/// double quotes it is a name.
 struct OpenOptions {
-  std::string path;
-  std::string delimiter;  // text files: one character, or "tab"; not given: found in the file
-  std::string decimal;    // text files: "." or ","; not given: found in the file
-  std::string encoding;   // text files: "utf-8" or "windows-1252"; not given: found in the file
-  std::vector<std::string> missing;  // each "VARIABLE=CODE"; the code is a number or a label
-  std::string weight;                // a variable with numbers
-  std::string select;                // a condition over the variables
-  std::string caseNames;             // the variable whose values or texts name the cases
-  int threads = 0;                   // used for reading; 0: all cores
+  std::string path = {};
+  std::string delimiter = {};  // text files: one character, or "tab"; not given: found in the file
+  std::string decimal = {};    // text files: "." or ","; not given: found in the file
+  std::string encoding = {};  // text files: "utf-8" or "windows-1252"; not given: found in the file
+  std::vector<std::string> missing = {};  // each "VARIABLE=CODE"; the code is a number or a label
+  std::string weight = {};                // a variable with numbers
+  std::string select = {};                // a condition over the variables
+  std::string caseNames = {};             // the variable whose values or texts name the cases
+  int threads = 0;                        // used for reading; 0: all cores
 };
 
 /// Reads the file and puts missing-data codes, case names, weight and selection into force, in this

@@ -163,7 +163,8 @@ bool BlockParser::ParseField(const char*& at, const char* end, std::size_t colum
     return true;
   }
 
-  if (wanted && !asText_[column]) {
+  // Where the delimiter is the decimal mark too, an unquoted number has no decimals.
+  if (wanted && !asText_[column] && dialect_.decimal != delimiter) {
     const char* stop = start;
     const NumberForm form = ReadNumber(start, end, dialect_.decimal, value, stop);
     if (form != NumberForm::none) {
@@ -180,8 +181,12 @@ bool BlockParser::ParseField(const char*& at, const char* end, std::size_t colum
   while (!endsAt(at)) ++at;
   if (!wanted) return true;
   const std::string_view text = TrimBlanks({start, static_cast<std::size_t>(at - start)});
-  *cell = asText_[column] && !text.empty() ? CellOfText(text, column, block)
-                                           : CellOfNumber(NumberForm::none, 0, text, column, block);
+  if (asText_[column] && !text.empty()) {
+    *cell = CellOfText(text, column, block);
+  } else {
+    const NumberForm form = ReadWholeNumber(text, dialect_.decimal, value);
+    *cell = CellOfNumber(form, value, text, column, block);
+  }
   return true;
 }
 
