@@ -198,6 +198,8 @@ class DialogAutomation final : public QrvAnalysisDialog {
   }
 
   AutomationResult Write(const Control& control, const AutomationValue& value) {
+    if (dialog_->TakesOnlyEnabled() && !dialog_->IsEnabled(control))
+      return Failure(std::string(control.name) + " is disabled");
     double number = value.number;
     switch (control.kind) {
       case ControlKind::check:
@@ -234,10 +236,9 @@ class DialogAutomation final : public QrvAnalysisDialog {
       }
       case ControlKind::pick: {
         const std::string text = value.isNumber ? ShortestText(number) : value.text;
-        Automation().SetAnswer(control.bind.answer, text);
-        const bool taken = control.bind.press(*dialog_);
-        Automation().SetAnswer(control.bind.answer, {});
-        if (!taken) return Failure();
+        if (!(control.bind.enter != nullptr ? control.bind.enter(*dialog_, text)
+                                            : PressWithAnswer(control, text)))
+          return Failure();
         Record(control, control.bind.text(*dialog_));
         return kDone;
       }
@@ -246,6 +247,13 @@ class DialogAutomation final : public QrvAnalysisDialog {
         return Failure(std::string(control.name) + " is an action and takes no value");
     }
     return Unknown(control.name);
+  }
+
+  bool PressWithAnswer(const Control& control, const std::string& text) {
+    Automation().SetAnswer(control.bind.answer, text);
+    const bool taken = control.bind.press(*dialog_);
+    Automation().SetAnswer(control.bind.answer, {});
+    return taken;
   }
 
   AutomationResult PressControl(const Control& control) {

@@ -85,6 +85,9 @@ class CAnalysisDialog {
   /// The buttons. True: the dialog has ended (or, for a modal dialog, may end).
   virtual bool OnOK() = 0;
   virtual bool OnCancel() = 0;
+  /// Whether a put on a disabled control fails. Otherwise the control keeps what it is given, and
+  /// what it keeps counts once it is enabled.
+  virtual bool TakesOnlyEnabled() const { return false; }
 
   /// The automation object; one per dialog, made with it.
   virtual const std::shared_ptr<QrvAnalysisDialog>& Automation() const { return automation_; }

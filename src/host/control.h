@@ -69,7 +69,8 @@ struct Binding {
                                                             // integer, real: what the setting holds
   std::string (*text)(const CAnalysisDialog&) = nullptr;    // pick, text: value; choice: item text
   bool (*assign)(CAnalysisDialog&, double) = nullptr;       // check, radio, choice: take the value
-  bool (*enter)(CAnalysisDialog&, std::string_view) = nullptr;  // text: take it (absent: a field)
+  bool (*enter)(CAnalysisDialog&, std::string_view) = nullptr;  // text: take it (absent: a field);
+                                                                // pick: instead of an answer
   bool (*press)(CAnalysisDialog&) = nullptr;                // pick, button, action
   std::span<const std::string_view> (*items)() = nullptr;   // choice: names that stand for positions
   int (*constant)(const CAnalysisDialog&) = nullptr;        // host constant recorded for the value

@@ -18,6 +18,7 @@ inline constexpr double kMissingOutput = -9999.0;
 enum class NumberFormat : std::uint8_t {
   general,  // significant digits as needed
   count,    // no decimals
+  fixed6,   // six decimals
 };
 
 /// A text that is shown wherever a column holds a value.
@@ -60,7 +61,7 @@ enum class GraphType : std::uint8_t {
   histogram,  // edges and counts
   scatter,    // series of points; with a fitted line where `fit` is set
   line,       // series of points in order of x
-  surface,    // series of points in space
+  surface,    // series of points in space: height z over x and y
 };
 
 /// An axis. step 0: the renderer chooses round steps.

@@ -66,7 +66,13 @@ struct CodesRequest {
   double lowest = 0, highest = 0;            // allowed codes
 };
 
-struct InputTable;
+/// The input form: an editable table with one column.
+struct InputTable {
+  std::string title, hint;
+  std::string rowTitle, column;       // heading of the row names and of the column
+  std::vector<std::string> rowNames;
+  std::vector<std::string> cells;     // texts, before and after
+};
 
 struct VariableListsRequest {
   std::string title;
@@ -152,14 +158,6 @@ class SavingServices {
   virtual bool FinishSave() = 0;
   /// Gives up; everything is as it was before.
   virtual void AbandonSave() = 0;
-};
-
-/// The input form: an editable table with one column.
-struct InputTable {
-  std::string title, hint;
-  std::string rowTitle, column;       // heading of the row names and of the column
-  std::vector<std::string> rowNames;
-  std::vector<std::string> cells;     // texts, before and after
 };
 
 class AutomationServices {

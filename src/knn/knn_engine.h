@@ -69,7 +69,11 @@ class KNNEngine {
   const RegressionStatistics& regressionStatistics(std::size_t j) const {
     return regression_[j].statistics();
   }
-  const PredictionRanges& ranges(std::size_t j) const { return regression_[j].ranges(); }
+  /// Empty ranges while there are no statistics.
+  const PredictionRanges& ranges(std::size_t j) const {
+    static const PredictionRanges none;
+    return j < regression_.size() ? regression_[j].ranges() : none;
+  }
   bool IsClassification() const { return !data_.roles().categoricalDependents.empty(); }
 
   // --- Prediction --------------------------------------------------------------------------------

@@ -1,140 +1,63 @@
 #include "knn/knn_results_dialog.h"
 
+#include <memory>
+
 #include "data/value_text.h"
-#include "dialogs/specification_dialog.h"
 #include "host/analysis_support.h"
+#include "host/axis_scaling.h"
 #include "host/numerics.h"
 #include "host/string_table.h"
-#include "knn/knn_dialog.h"
-#include "knn/knn_options_rows.h"
+#include "knn/knn_case_source.h"
+#include "knn/knn_texts.h"
 #include "stats/summary_tables.h"
 
 namespace qrvml {
-namespace {
 
-using Dialog = KNNResultsDialog;
-using Of = On<Dialog>;
-
-constexpr std::string_view kBaseTab = "Base";
-
-constexpr knn::OptionsNames kOptions = {
-    .neighbours = "Options.KNearestNeighbors",
-    .metrics = {"Options.Euclidean", "Options.SquaredEuclidean", "Options.CityBlock",
-                "Options.Chebychev"},
-    .standardize = "Options.StandardizeDistances",
-    .weighted = "Options.UseWeightedAverage",
-    .automated = false,
-};
-
-double Prototypes(const CAnalysisDialog& dialog) {
-  return static_cast<const Dialog&>(dialog).data().StoredRows(Sample::training);
+KNNResultsDialog::KNNResultsDialog(CAnalysisSupport& analysis, AnalysisDataSet& data,
+                                   KNNEngine& engine)
+    : ResultsDialog(analysis, data, std::make_unique<KnnCaseSource>(data, engine),
+                    knn::kResultsProfile),
+      engine_(engine) {
+  analysis.services().output->cupst(ResultsText());
 }
 
-template <Subset choice>
-Control SubsetRow(std::string_view name, std::string_view label, int identifier) {
-  return {.name = name,
-          .kind = ControlKind::radio,
-          .label = label,
-          .row = {.identifier = identifier, .kind = 2, .type = 1},
-          .bind = {.number = Of::Number([](const Dialog& d) { return d.subset == choice; }),
-                   .assign = Of::Assign([](Dialog& d, double) {
-                     d.subset = choice;
-                     return true;
-                   })}};
+void KNNResultsDialog::SetStandardized(bool on) {
+  data().scaleInputs = on;
+  data().scaleOutputs = false;
+  data().ComputeScaling();
 }
 
-template <class Act>
-Control TableButton(std::string_view name, std::string_view label, std::string_view tab,
-                    int identifier, Act act) {
-  return {.name = name,
-          .kind = ControlKind::action,
-          .label = label,
-          .tab = tab,
-          .row = {.identifier = identifier, .role = 4, .kind = 1, .type = 1},
-          .bind = {.press = Of::Press(act)}};
-}
-
-std::vector<Control> MakeTable() {
-  std::vector<Control> table = {
-      SubsetRow<Subset::training>("TrainSubset", "Prototypes", 50456),
-      SubsetRow<Subset::test>("TestSubset", "Test", 50457),
-      SubsetRow<Subset::both>("Overall", "Les 2 sous-ens.", 50458),
-      TableButton("Summary", "&Synthèse", {}, 50429,
-                  [](Dialog& d) { return d.ShowModelSummary(); }),
-      TableButton("DescriptiveStat", "Statistiques &descriptives", kBaseTab, 50431,
-                  [](Dialog& d) { return d.ShowStatistics(); }),
-  };
-  const auto options = knn::OptionsRows<Dialog>(kOptions, nullptr, Prototypes);
-  table.insert(table.end(), options.begin(), options.end());
-  return table;
-}
-
-std::string NamesOf(const std::vector<int>& variables, const DataFile& file) {
+std::string KNNResultsDialog::NamesOf(const std::vector<int>& variables) const {
   std::string names;
   for (const int variable : variables) {
     if (!names.empty()) names += GetResourceString(178);
-    names += VariableName(file, variable);
+    names += VariableName(*analysis().services().file, variable);
   }
   return names;
 }
 
-}  // namespace
-
-KNNResultsDialog::KNNResultsDialog(CAnalysisSupport& analysis, AnalysisDataSet& data,
-                                   KNNEngine& engine)
-    : CAnalysisDialog(analysis), data_(data), engine_(engine) {
-  analysis.services().output->cupst(ResultsText());
-}
-
-std::span<const Control> KNNResultsDialog::Controls() const {
-  static const std::vector<Control> table = MakeTable();
-  return table;
-}
-
-bool KNNResultsDialog::OnCancel() {
-  analysis().services().dialogs->ExitDialog(KNNDialog::kStep, kGoBack);
-  return true;
-}
-
-void KNNResultsDialog::SetStandardized(bool on) {
-  data_.scaleInputs = on;
-  data_.scaleOutputs = false;
-  data_.ComputeScaling();
-}
-
 std::vector<std::string> KNNResultsDialog::ResultsText() const {
-  const DataFile& file = *analysis().services().file;
-  const VariableRoles& roles = data_.roles();
+  const VariableRoles& roles = data().roles();
   const auto line = [](std::string_view label, std::string_view value) {
     return std::string(label) + std::string(value);
   };
   std::vector<std::string> lines = {
       "Variables:",
-      line(GetResourceString(162), NamesOf(roles.dependents, file)),
-      line(GetResourceString(roles.predictors.size() > 1 ? 165 : 164),
-           NamesOf(roles.predictors, file)),
+      line(GetResourceString(162), NamesOf(roles.dependents)),
+      line(GetResourceString(roles.predictors.size() > 1 ? 165 : 164), NamesOf(roles.predictors)),
       "",
       "KNN results:",
       line("No. of nearest neighbors = ", std::to_string(engine_.k)),
       line("Distance measure: ", knn::NameOf(engine_.metric)),
-      line("Distance (input) standardization: ", knn::YesNo(data_.scaleInputs)),
+      line("Distance (input) standardization: ", knn::YesNo(data().scaleInputs)),
       line("Weighted average: ", knn::YesNo(engine_.weighted)),
   };
-  if (engine_.applyCrossValidation) {
-    const bool classification = engine_.IsClassification();
-    const double best = classification ? engine_.bestAccuracy : engine_.bestError;
-    lines.push_back(
-        line(GetResourceString(classification ? 357 : 358), " = " + FixedText(best, 5)));
+  if (HasCrossValidation()) {
+    const double best = IsClassification() ? engine_.bestAccuracy : engine_.bestError;
+    lines.push_back(line(GetResourceString(IsClassification() ? 357 : 358),
+                         " = " + FixedText(best, 5)));
   }
   return lines;
-}
-
-std::string KNNResultsDialog::DependentName(std::size_t i) const {
-  return VariableName(*analysis().services().file, data_.roles().dependents[i]);
-}
-
-bool KNNResultsDialog::Show(Spreadsheet&& spreadsheet) {
-  return analysis().services().output->looka4(std::move(spreadsheet)) || Refuse(130);
 }
 
 bool KNNResultsDialog::ShowModelSummary() {
@@ -144,13 +67,13 @@ bool KNNResultsDialog::ShowModelSummary() {
     std::string_view text;
   };
   const Row summary[] = {
-      {GetResourceString(235), data_.roles().predictors.size(), {}},
-      {"Nbre de variables dépendantes", data_.roles().dependents.size(), {}},
+      {GetResourceString(235), items().inputs(), {}},
+      {"Nbre de variables dépendantes", items().dependents(), {}},
       {"Nbre des K plus proches voisins", static_cast<std::size_t>(engine_.k), {}},
-      {"Normé", data_.scaleInputs ? 1u : 0u, knn::YesNo(data_.scaleInputs)},
+      {"Normé", data().scaleInputs ? 1u : 0u, knn::YesNo(data().scaleInputs)},
   };
   Spreadsheet table;
-  table.title = std::string(GetResourceString(325)) + ", " + DependentName(0);
+  table.title = std::string(GetResourceString(325)) + ", " + items().DependentName(0);
   table.rowTitle = GetResourceString(234);
   SpreadsheetColumn& column = table.columns.emplace_back();
   column.first = GetResourceString(141);
@@ -164,7 +87,7 @@ bool KNNResultsDialog::ShowModelSummary() {
 }
 
 bool KNNResultsDialog::ValidateK() {
-  const std::int32_t prototypes = data_.StoredRows(Sample::training);
+  const std::int32_t prototypes = data().StoredRows(Sample::training);
   std::int32_t value = 0;
   if (!ReadField("Options.KNearestNeighbors", value)) return Refuse(125);
   if (value < 1 || value > prototypes)
@@ -172,17 +95,39 @@ bool KNNResultsDialog::ValidateK() {
   return engine_.SetNeighbours(value);
 }
 
+bool KNNResultsDialog::ShowPrototypes() {
+  if (!ValidateK()) return false;
+  Spreadsheet table;
+  table.title = "KNN";
+  table.header = {"Nearest neighbors = " + std::to_string(engine_.k) +
+                      ", Distance type: " + std::string(knn::NameOf(engine_.metric)),
+                  engine_.weighted ? "Voting procedure: based on distance"
+                                   : "Voting procedure: uniform"};
+  table.rowTitle = "Prototypes";
+  for (std::size_t i = 0; i < items().inputs(); ++i) {
+    const ResultItem item{ItemKind::input, i};
+    SpreadsheetColumn& column = table.columns.emplace_back();
+    column.first = items().ColumnName(item);
+    column.labels = items().Labels(item);
+  }
+  cases().Visit(Subset::training, false, [&](const CaseResult& prototype) {
+    table.rowNames.push_back(std::to_string(prototype.caseNumber));
+    for (std::size_t i = 0; i < table.columns.size(); ++i)
+      table.columns[i].values.push_back(prototype.inputs[i]);
+  });
+  return Show(std::move(table));
+}
+
 bool KNNResultsDialog::ShowStatistics() {
   return ValidateK() && engine_.ComputeKnnStatistics(false) &&
-         (engine_.IsClassification() ? ShowClassification() : ShowRegression());
+         (IsClassification() ? ShowClassification() : ShowRegression());
 }
 
 bool KNNResultsDialog::ShowClassification() {
-  const std::size_t count = data_.roles().categoricalDependents.size();
   std::vector<ClassifiedDependent> dependents;
-  for (std::size_t c = 0; c < count; ++c)
-    dependents.push_back({.name = DependentName(c),
-                          .classes = data_.dependentCategories(c).classes(),
+  for (std::size_t c = 0; c < data().roles().categoricalDependents.size(); ++c)
+    dependents.push_back({.name = items().DependentName(c),
+                          .classes = data().dependentCategories(c).classes(),
                           .counts = &engine_.confusion(c),
                           .order = CountsAre::predictedObserved,
                           .suffix = {}});
@@ -197,9 +142,36 @@ bool KNNResultsDialog::ShowClassification() {
 
 bool KNNResultsDialog::ShowRegression() {
   std::vector<RegressedDependent> dependents;
-  for (std::size_t j = 0; j < data_.roles().continuousDependents.size(); ++j)
-    dependents.push_back({DependentName(j), &engine_.regressionStatistics(j)});
+  for (std::size_t j = 0; j < items().continuousDependents(); ++j)
+    dependents.push_back({items().DependentName(j), &engine_.regressionStatistics(j)});
   return Show(RegressionSummaryTable(knn::kSummaryTexts, "Test cases", dependents, {}));
+}
+
+bool KNNResultsDialog::ShowCrossValidation() {
+  constexpr std::string_view kNeighbours = "Nombre de + proches voisins";
+  const std::string_view quality = GetResourceString(IsClassification() ? 357 : 358);
+  Graph graph;
+  graph.type = GraphType::line;
+  graph.title = std::string(kNeighbours) + std::string(GetResourceString(322)) +
+                std::string(quality) + '\n' + std::string(GetResourceString(269)) + " = " +
+                std::to_string(engine_.k);
+  GraphSeries& series = graph.series.emplace_back();
+  ValueRange range;
+  for (std::int32_t g = 0; g < engine_.gridPoints; ++g) {
+    const double value = engine_.crossValidationErrors[static_cast<std::size_t>(g)];
+    series.x.push_back(engine_.GridK(g));
+    series.y.push_back(value);
+    range.Include(value);
+  }
+  const AxisScale x = scling_double_QUA(series.x.front(), series.x.back(), 50, 20);
+  const AxisScale y = scling_double_QUA(range.minimum, range.maximum, 50, 20);
+  graph.axes = {{std::string(kNeighbours), x.lower, x.upper, x.step},
+                {std::string(quality), y.lower, y.upper, y.step}};
+  return Show(std::move(graph));
+}
+
+std::vector<std::string> KNNResultsDialog::PredictionsHeader() const {
+  return {"Plus proches voisins = " + std::to_string(engine_.k)};
 }
 
 }  // namespace qrvml

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "knn/neighbour_search.h"
+#include "results/results_profile.h"
 #include "stats/summary_tables.h"
 
 namespace qrvml::knn {
@@ -50,6 +51,37 @@ inline constexpr SummaryTexts kSummaryTexts = {
     .regressionRows = {"Moy. observée", "Moy. prévues", "Ec-Type Obs.", "Ecarts-types prév.",
                        "Somme erreur au carré", "Erreur moy.", "Ec-T. Erreurr", "Erreur abs. moy.",
                        "Ratio Ec-T.", "Corrélation"},
+};
+
+inline constexpr ResultsProfile kResultsProfile = {
+    .interfaceName = "MachineLearningResultsKNN",
+    .methodName = "K Plus Proches Voisins",
+    .specificationStep = 104,
+    .tableRows = RowPolicy::perWeight,
+    .graphRows = RowPolicy::once,
+    .inputItems = InputItems::first,
+    .columnOrder = ColumnOrder::byKind,
+    .histogramEdges = HistogramEdges::lastClosed,
+    .subsetLabels = {"Prototypes", "Test", "Les 2 sous-ens."},
+    .tableSubsets = {"Prototypes sous-ens.", "Test sous-ens.", "Les 2 sous-ens. sous-ens."},
+    .savedSeparator = " , ",
+    .savedClassSeparator = ", ",
+    .items =
+        {
+            // heading, saved name, its long name, list, axis
+            /* input */ {"Indépendante", "", "", "", ""},
+            /* observed */ {"Dépendante", "", "", "Observées", "(Observées)"},
+            /* predicted */
+            {"Prévues", "Prévisions", "Prévisions calculées", "Prévues", "(Prévisions)"},
+            /* spread */ {"K écarts-types", "", "", "", "(K écarts-types)"},
+            /* residual */ {"Residus", "Résidus", "Résidus calculés", "Residus", "(Résidus)"},
+            /* absolute */ {"", "", "", "Résidus abs.", "(Résidus absolus)"},
+            /* squared */ {"", "", "", "Résidus carrés", "(Résidus au carré)"},
+            /* accuracy */
+            {"Précision", "Précision", "Précision calculée", "Précision", "(Précision)"},
+            /* confidence */
+            {" Niv. de confiance", "Confiance", "Confiance calculée", " (Conf.)", "(Confiance)"},
+        },
 };
 
 }  // namespace qrvml::knn

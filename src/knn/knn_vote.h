@@ -70,9 +70,9 @@ class KnnVote {
   const PrototypeVotes* prototypes_ = nullptr;
   bool weighted_ = false;
   std::int32_t added_ = 0;
-  HostArray<double> sums_;                // per continuous dependent
-  HostArray<double> scores_;              // per class of each categorical dependent
-  std::vector<std::size_t> firstScore_;   // per categorical dependent
+  HostArray<double> sums_;               // per continuous dependent
+  HostArray<double> scores_;             // per class of each categorical dependent
+  std::vector<std::size_t> firstScore_;  // per categorical dependent
 };
 
 }  // namespace qrvml

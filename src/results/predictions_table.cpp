@@ -1,0 +1,108 @@
+// The predictions table of the results dialog, and saving the same values as new variables.
+
+#include <algorithm>
+
+#include "data/value_text.h"
+#include "host/analysis_support.h"
+#include "host/string_table.h"
+#include "results/results_dialog.h"
+
+namespace qrvml {
+namespace {
+
+bool NeedPrediction(std::span<const ResultItem> items) {
+  return std::ranges::any_of(items, &ResultItem::NeedsPrediction);
+}
+
+/// Texts of codes that occur in the cases but not among the categories of the training sample.
+void AddUnseenLabels(const DataFile& file, int variable, SpreadsheetColumn& column) {
+  std::vector<double> unseen;
+  for (const double value : column.values) {
+    const auto isValue = [value](const CellLabel& label) { return label.value == value; };
+    if (value == kMissingOutput || std::ranges::any_of(column.labels, isValue) ||
+        std::ranges::find(unseen, value) != unseen.end())
+      continue;
+    unseen.push_back(value);
+  }
+  for (const double value : unseen)
+    column.labels.push_back({value, ValueText(file, variable, value).text, false});
+  std::ranges::sort(column.labels, {}, &CellLabel::value);
+}
+
+}  // namespace
+
+bool ResultsDialog::ShowPredictions() {
+  const std::vector<ResultItem> columns = TableColumns();
+  Spreadsheet table;
+  table.title = std::string(GetResourceString(131)) + ", " + items_.DependentName(0) + " (" +
+                std::string(profile_.tableSubsets[static_cast<int>(subset)]) + ')';
+  table.header = PredictionsHeader();
+  table.rowTitle = GetResourceString(253);
+  table.rowTitleSecond = GetResourceString(226);
+  for (const ResultItem& item : columns) {
+    SpreadsheetColumn& column = table.columns.emplace_back();
+    column.first = items_.ColumnName(item);
+    column.second = items_.ColumnHeading(item);
+    column.labels = items_.Labels(item);
+  }
+  const std::size_t continuous = items_.continuousDependents();
+  VisitRows(profile_.tableRows, NeedPrediction(columns), [&](const CaseResult& result) {
+    table.rowCases.push_back(result.caseNumber);
+    for (std::size_t i = 0; i < columns.size(); ++i)
+      table.columns[i].values.push_back(ValueOf(columns[i], result, continuous));
+  });
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    const ResultItem& item = columns[i];
+    if (!items_.IsCategorical(item) || item.kind == ItemKind::accuracy) continue;
+    const auto& roles = data_.roles();
+    const int variable = item.kind == ItemKind::input ? roles.predictors[item.index]
+                                                      : roles.dependents[item.index];
+    AddUnseenLabels(*analysis().services().file, variable, table.columns[i]);
+  }
+  return Show(std::move(table));
+}
+
+bool ResultsDialog::SavePredictions() {
+  SavingServices& saving = *analysis().services().saving;
+  const std::vector<ResultItem> offered = items_.Savable(includes);
+  std::vector<std::string> names;
+  for (const ResultItem& item : offered) names.push_back(items_.SavedName(item));
+  std::vector<int> picked;
+  if (!saving.PickOutputs("Select variables to save", "Select variables:", names, picked))
+    return false;
+  std::vector<ResultItem> chosen;
+  std::vector<NewVariable> added;
+  for (const int position : picked) {
+    const ResultItem& item = offered[static_cast<std::size_t>(position)];
+    chosen.push_back(item);
+    added.push_back({items_.SavedName(item), items_.SavedLongName(item), items_.Labels(item),
+                     kMissingOutput});
+  }
+  std::string path = "NEW.QRV";
+  if (!saving.DoSaveFileNameDlg(path)) return false;
+
+  std::vector<int> kept(static_cast<std::size_t>(data_.numberOfVariables()));
+  for (std::size_t v = 0; v < kept.size(); ++v) kept[v] = static_cast<int>(v) + 1;
+  if (!saving.SubsetAndAddEx(path, kept, added)) return false;
+
+  // A save that does not end well, by a message or by an exception, leaves nothing behind.
+  struct Abandon {
+    SavingServices* saving;
+    ~Abandon() {
+      if (saving != nullptr) saving->AbandonSave();
+    }
+  } guard{&saving};
+  const std::size_t continuous = items_.continuousDependents();
+  std::vector<double> values(chosen.size());
+  bool written = true;
+  cases_->Visit(Subset::both, NeedPrediction(chosen), [&](const CaseResult& result) {
+    for (std::size_t i = 0; i < chosen.size(); ++i)
+      values[i] = ValueOf(chosen[i], result, continuous);
+    written = written && saving.PutDataF(result.caseNumber, values);
+  });
+  if (!written) return false;
+  guard.saving = nullptr;
+  return saving.FinishSave();
+}
+
+}  // namespace qrvml

@@ -1,0 +1,55 @@
+// What differs between the methods in their results, side by side: rows, orders, texts. The shared
+// code asks the profile; it never asks which method it serves.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "results/case_result.h"
+
+namespace qrvml {
+
+/// How often a weighted case appears. The source visits it once per unit of weight.
+enum class RowPolicy : std::uint8_t { once, perWeight };
+
+/// Where the inputs stand in the lists of plot items.
+enum class InputItems : std::uint8_t { first, last };
+
+/// Order of the columns of the predictions table when there are several dependents.
+enum class ColumnOrder : std::uint8_t {
+  byKind,       // all observed, all predicted, all residuals, all confidences
+  byDependent,  // all of one dependent, then all of the next
+};
+
+/// Which cases the last bin of a histogram takes beyond its upper edge.
+enum class HistogramEdges : std::uint8_t {
+  lastClosed,  // none; the last bin takes its upper edge
+  clamped,     // values outside go into the first and the last bin
+};
+
+/// Texts of an item: second heading in the predictions table, name and long name of a saved
+/// variable, text in the lists of plot items, ending of its axis text.
+struct ItemTexts {
+  std::string_view heading, saved, savedLong, listed, axis;
+};
+
+struct ResultsProfile {
+  std::string_view interfaceName;
+  std::string_view methodName;           // in the title of custom predictions
+  int specificationStep;                 // where Cancel goes
+  RowPolicy tableRows, graphRows;
+  InputItems inputItems;
+  ColumnOrder columnOrder;
+  HistogramEdges histogramEdges;
+  std::string_view subsetLabels[3];      // radio buttons
+  std::string_view tableSubsets[3];      // in the title of the predictions table
+  std::string_view savedSeparator;       // between dependent and word in a saved name
+  std::string_view savedClassSeparator;  // between dependent-class and word
+
+  // One per ItemKind, in its order.
+  ItemTexts items[9];
+
+  const ItemTexts& TextsOf(ItemKind kind) const { return items[static_cast<int>(kind)]; }
+};
+
+}  // namespace qrvml

@@ -1,0 +1,36 @@
+// The control rows that every results dialog has. A method lists them in its own table, between its
+// own rows.
+#pragma once
+
+#include <string_view>
+
+#include "host/control.h"
+
+namespace qrvml::rows {
+
+inline constexpr std::string_view kPlotTab = "Tracés";
+inline constexpr std::string_view kCustomTab = "Prévisions perso.";
+
+Control TrainSubset(std::string_view label);
+Control TestSubset(std::string_view label);
+Control Overall();
+Control SavePredictionsAndResiduals();
+Control IncludeInputs();
+Control IncludeOutputs();
+Control IncludePredictions();
+Control IncludeResiduals();
+Control IncludeConfidence();
+Control PrintPredictions();
+Control Histograms();
+Control SelectOutputForPlotting();
+Control SelectedItemX();
+Control SelectedItemsY();
+Control SelectedItemZ();
+Control PlotHistogramsOfX();
+Control Plot2DGraphOfXAndY();
+Control Plot3DGraphOfXYZ();
+Control IncludeCaseNames();
+Control CustomPredictions();
+Control PrintCustomPredictions();
+
+}  // namespace qrvml::rows
