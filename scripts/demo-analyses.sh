@@ -16,4 +16,21 @@ Show() { # <what it shows> <arguments of qrvml>...
   "$program" "$@"
 }
 
-Show "What is in the file" data examples/iris.csv
+Show "What is in a file" data examples/iris.csv --head 3
+
+Show "Classification: K chosen by cross-validation over a grid" knn examples/iris.csv \
+  --variables '|Species|1-4|' --ApplyCrossV --MaximumK 15 --seed-for-random-sampling 7 \
+  --cross-v-seed 7
+
+Show "Unbalanced classes, distances standardised, weighted votes" knn examples/fgl.csv \
+  --variables '|type|1-9|' --StandardizeDistances --UseWeightedAverage \
+  --k-nearest-neighbors 5 --seed-for-random-sampling 7 --do DescriptiveStat
+
+Show "Regression with missing values, and the predictions of named cases" knn examples/mtcars.csv \
+  --variables 'mpg||disp hp wt qsec|cyl' --case-names model --StandardizeDistances \
+  --k-nearest-neighbors 3 --seed-for-random-sampling 7 \
+  --do 'DescriptiveStat,IncludeOutputs=1,PrintPredictions'
+
+Show "Categorical inputs only, with case weights" knn examples/titanic.csv \
+  --variables '|Survived||Class Sex Age' --weight Freq --k-nearest-neighbors 9 \
+  --CityBlock --seed-for-random-sampling 7
