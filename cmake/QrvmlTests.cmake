@@ -3,6 +3,10 @@
 #   qrvml_app_tests      the application and the module's objects, in one process
 #   qrvml_system_tests   the built program, as a user runs it
 find_package(GTest REQUIRED)
+# Workbooks and graphs are read back with these. Debian's libzip package file asks for tools that its
+# library package does not bring.
+find_package(pugixml REQUIRED)
+find_library(ZIP_LIBRARY zip REQUIRED)
 include(GoogleTest)
 
 set(test_root "${CMAKE_CURRENT_SOURCE_DIR}/tests")
@@ -65,7 +69,7 @@ qrvml_tests(
   LABEL app
   NEEDS qrvml_app qrvml_module QRVMachineLearning
   ROOMS ${app_rooms} support
-  LINKS qrvml_app qrvml_module)
+  LINKS qrvml_app qrvml_module pugixml::pugixml ${ZIP_LIBRARY})
 qrvml_tests(
   qrvml_system_tests
   LABEL system
