@@ -29,12 +29,8 @@ constexpr KindName kKindNames[] = {
     {ControlKind::integer, "integer"}, {ControlKind::real, "number"},
     {ControlKind::text, "text"},       {ControlKind::choice, "list position from 0"},
     {ControlKind::pick, "list text"},  {ControlKind::button, "button"},
-    {ControlKind::action, "action"},
+    {ControlKind::action, "action"},   {ControlKind::note, "shown text"},
 };
-
-bool HoldsValue(ControlKind kind) {
-  return kind != ControlKind::button && kind != ControlKind::action;
-}
 
 }  // namespace
 

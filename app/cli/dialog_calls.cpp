@@ -142,7 +142,7 @@ bool DialogCalls::Run(const Step& step) {
 std::vector<NamedValue> ReadProperties(QrvAnalysisDialog& dialog) {
   std::vector<NamedValue> properties;
   for (const Control& control : dialog.Controls()) {
-    if (control.kind == ControlKind::button || control.kind == ControlKind::action) continue;
+    if (!HoldsValue(control.kind)) continue;
     AutomationValue value;
     if (!dialog.Get(control.name, value).Succeeded()) continue;
     if (value.isNumber) {

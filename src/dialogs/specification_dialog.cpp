@@ -131,6 +131,18 @@ void SpecificationDialog::SetSamplingMode(SamplingMode mode) {
   data_.rereadNeeded = true;
 }
 
+bool SpecificationDialog::DefineSelectionConditions() {
+  if (!analysis().services().dialogs->DefineSelCond()) return false;
+  data_.rereadNeeded = true;
+  return true;
+}
+
+bool SpecificationDialog::DefineCaseWeights() {
+  if (!analysis().services().dialogs->DefineWeight()) return false;
+  data_.rereadNeeded = true;
+  return true;
+}
+
 template <class Change>
 bool SpecificationDialog::ChangeSample(Change change) {
   SampleIdentifierDialog dialog(analysis(), data_);

@@ -55,6 +55,9 @@ class SpecificationDialog : public CAnalysisDialog {
   std::string PredictorCodesText() const;
   std::string ResponseCodesText() const;
   void SetSamplingMode(SamplingMode mode);
+  /// The host's dialogs; what they change asks for a new read of the data.
+  bool DefineSelectionConditions();
+  bool DefineCaseWeights();
   /// The sample button: the modal dialog, then its choice taken over.
   bool ChooseSample();
   /// The same without showing the dialog: one of its controls changed, then its OK.

@@ -226,11 +226,24 @@ Control SampleActive(const SamplingLabels& labels) {
 
 Control SampleState(const SamplingLabels& labels) {
   return {.name = "Sample.State",
-          .kind = ControlKind::text,
+          .kind = ControlKind::note,
           .label = {},
           .tab = labels.tab,
-          .bind = {.text = Of::Text([](const Dialog& d) { return std::string(d.SampleState()); }),
-                   .enter = Of::Enter([](Dialog&, std::string_view) { return false; })}};
+          .bind = {.text = Of::Text([](const Dialog& d) { return std::string(d.SampleState()); })}};
+}
+
+Control SelectionConditions() {
+  return {.name = "SelectionConditions",
+          .kind = ControlKind::button,
+          .label = {},
+          .bind = {.press = Of::Press([](Dialog& d) { return d.DefineSelectionConditions(); })}};
+}
+
+Control CaseWeights() {
+  return {.name = "CaseWeights",
+          .kind = ControlKind::button,
+          .label = {},
+          .bind = {.press = Of::Press([](Dialog& d) { return d.DefineCaseWeights(); })}};
 }
 
 }  // namespace qrvml::rows

@@ -43,4 +43,8 @@ Control SampleCode(const SamplingLabels& labels);
 Control SampleActive(const SamplingLabels& labels);
 Control SampleState(const SamplingLabels& labels);
 
+/// Outside the automation interface: the host's dialogs for selection conditions and case weights.
+Control SelectionConditions();
+Control CaseWeights();
+
 }  // namespace qrvml::rows

@@ -189,6 +189,10 @@ class DialogAutomation final : public QrvAnalysisDialog {
                                                       : AutomationValue::Text(text);
         return kDone;
       }
+      case ControlKind::note:
+        value = AutomationValue::Text(control.bind.text == nullptr ? std::string(control.label)
+                                                                   : control.bind.text(*dialog_));
+        return kDone;
       case ControlKind::button:
         return Failure(std::string(control.name) + " has no value");
       case ControlKind::action:
@@ -244,7 +248,8 @@ class DialogAutomation final : public QrvAnalysisDialog {
       }
       case ControlKind::button:
       case ControlKind::action:
-        return Failure(std::string(control.name) + " is an action and takes no value");
+      case ControlKind::note:
+        return Failure(std::string(control.name) + " takes no value");
     }
     return Unknown(control.name);
   }

@@ -22,7 +22,13 @@ enum class ControlKind : std::uint8_t {
   pick,     // a button whose modal service is answered by the value that is put
   button,   // a button without a value
   action,   // a button whose automation member acts when it is read
+  note,     // a text that the dialog shows: its label, or what `text` gives
 };
+
+/// Whether a control has a value that can be put and read back.
+constexpr bool HoldsValue(ControlKind kind) {
+  return kind != ControlKind::button && kind != ControlKind::action && kind != ControlKind::note;
+}
 
 /// The members of the dialog base that answer modal services, set before the action that asks.
 enum class AnswerMember : std::uint8_t {

@@ -29,6 +29,7 @@ constexpr knn::OptionsNames kOptions = {
     .metrics = {"Euclidean", "SquaredEuclidean", "CityBlock", "Chebychev"},
     .standardize = "StandardizeDistances",
     .weighted = "UseWeightedAverage",
+    .note = "Options.Note",
     .automated = true,
 };
 
@@ -118,7 +119,8 @@ std::vector<Control> MakeTable() {
       {.identifier = 50428, .role = 0, .kind = 2, .type = 5, .after = 50378}));
   for (const auto& row : {rows::SampleButton(kSampling), rows::SampleVariable(kSampling),
                           rows::SampleCode(kSampling), rows::SampleActive(kSampling),
-                          rows::SampleState(kSampling)})
+                          rows::SampleState(kSampling), rows::SelectionConditions(),
+                          rows::CaseWeights()})
     table.push_back(row);
   return table;
 }

@@ -15,7 +15,7 @@ inline constexpr std::string_view kOptionsTab = "Options";
 
 /// Names of the rows as this dialog calls them, and whether they stand in its automation interface.
 struct OptionsNames {
-  std::string_view neighbours, metrics[4], standardize, weighted;
+  std::string_view neighbours, metrics[4], standardize, weighted, note;
   bool automated;
 };
 
@@ -34,7 +34,7 @@ Control MetricRow(const OptionsNames& names) {
                    })}};
 }
 
-/// The seven rows, in interface order. `neighboursEnabled`: rule of the K field.
+/// The seven rows, in interface order, and the note below them. `neighboursEnabled`: rule of the K field.
 template <class D>
 std::vector<Control> OptionsRows(const OptionsNames& names, Rule neighboursEnabled, Bound prototypes) {
   const auto identifier = [&](int id) { return names.automated ? id : 0; };
@@ -77,6 +77,7 @@ std::vector<Control> OptionsRows(const OptionsNames& names, Rule neighboursEnabl
                   d.engine().weighted = value != 0;
                   return true;
                 })}},
+      {.name = names.note, .kind = ControlKind::note, .label = kOptionsNote, .tab = kOptionsTab},
   };
   return table;
 }

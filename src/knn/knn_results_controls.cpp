@@ -18,6 +18,7 @@ constexpr knn::OptionsNames kOptions = {
                 "Options.Chebychev"},
     .standardize = "Options.StandardizeDistances",
     .weighted = "Options.UseWeightedAverage",
+    .note = "Options.Note",
     .automated = false,
 };
 
