@@ -1,0 +1,59 @@
+// A host with just what a benchmark needs: a data file, memory, random numbers, and silence.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <unordered_map>
+
+#include "frame/machine_learning.h"
+#include "host/random_streams.h"
+#include "host/services.h"
+
+namespace bench {
+
+class BenchHost final : public qrvml::ProgressServices,
+                        public qrvml::MessageServices,
+                        public qrvml::MemoryService,
+                        public qrvml::ComputeServices {
+ public:
+  explicit BenchHost(qrvml::DataFile& file) : analysis_(nullptr) {
+    qrvml::HostServices services;
+    services.file = &file;
+    services.progress = this;
+    services.messages = this;
+    services.memory = this;
+    services.random = &random_;
+    services.compute = this;
+    analysis_.Attach(services);
+  }
+
+  qrvml::MachineLearning& analysis() { return analysis_; }
+  int threads = 1;
+
+  void dstart(int) override {}
+  void d_pbar(std::string_view) override {}
+  void dstop() override {}
+  int pcancel() override { return 0; }
+  bool IsExternallyCancelled() override { return false; }
+  void CreateIterDisplay(int, int) override {}
+  void ShowIterText(int, std::string_view) override {}
+  void DestroyIterDisplay(bool) override {}
+  /// A message means that the benchmark is wrong.
+  qrvml::BoxButton DspMessageBox(qrvml::BoxType, int number, std::string_view text) override {
+    std::fprintf(stderr, "message %d: %.*s\n", number, static_cast<int>(text.size()), text.data());
+    std::exit(1);
+  }
+  int AllocMem(void** address, std::size_t bytes) override {
+    *address = std::aligned_alloc(64, (bytes + 63) / 64 * 64);
+    return *address == nullptr ? 1 : 0;
+  }
+  void FreeMem(void* address) override { std::free(address); }
+  int WorkerThreads() const override { return threads; }
+
+ private:
+  qrvml::RandomStreams random_;
+  qrvml::MachineLearning analysis_;
+};
+
+}  // namespace bench
