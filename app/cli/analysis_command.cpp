@@ -169,7 +169,9 @@ class AnalysisRun {
     if (options_.out.empty()) return true;
     std::string error;
     if (files_.Write(host_.workbook, error) &&
-        (!atEnd || files_.WriteText("documents.json", ReportJson(Report(), host_.workbook), error)))
+        (!atEnd ||
+         (files_.WriteRun(host_.workbook, error) &&
+          files_.WriteText("documents.json", ReportJson(Report(), host_.workbook), error))))
       return true;
     Tell(error);
     return false;

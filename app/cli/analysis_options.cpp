@@ -145,7 +145,9 @@ ParseOutcome ParseAnalysisOptions(const AnalysisKind& kind, std::span<const Cont
   line.Add("--out", options.out, "Folder for the documents (default: standard output)")
       ->type_name("DIR")
       ->group(group);
-  line.Add("--format", formats, "Formats of the documents' files (default txt,json)")->group(group);
+  line.Add("--format", formats,
+           "Formats of the documents' files: txt, json, csv, xlsx, svg, png (default txt,json)")
+      ->group(group);
   line.Add("--threads", options.threads, "Threads (default: all cores)")
       ->check(CLI::Range(1, 4096))
       ->group(group);

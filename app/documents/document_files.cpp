@@ -8,16 +8,79 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 
+#include "documents/csv_renderer.h"
 #include "documents/display_width.h"
 #include "documents/json_renderer.h"
+#include "documents/png_file.h"
+#include "documents/svg_renderer.h"
 #include "documents/text_renderer.h"
+#include "documents/xlsx_renderer.h"
 
 namespace qrvml {
 namespace {
 
-constexpr std::array kFormats = {DocumentFormat{"txt", &DocumentText},
-                                 DocumentFormat{"json", &DocumentJson}};
+namespace fs = std::filesystem;
+
+/// False with the system's reason when the stream has failed.
+bool Finish(std::ofstream& file, std::string& error) {
+  file.flush();
+  if (file.good()) return true;
+  error = std::strerror(errno);
+  return false;
+}
+
+bool WriteBytes(std::string_view text, const fs::path& file, std::string& error) {
+  std::ofstream stream(file, std::ios::binary | std::ios::trunc);
+  stream.write(text.data(), static_cast<std::streamsize>(text.size()));
+  return Finish(stream, error);
+}
+
+bool WriteTxtFile(const Document& document, const CaseNamer& caseName, const fs::path& file,
+                  std::string& error) {
+  return WriteBytes(DocumentText(document, caseName), file, error);
+}
+
+bool WriteJsonFile(const Document& document, const CaseNamer& caseName, const fs::path& file,
+                   std::string& error) {
+  return WriteBytes(DocumentJson(document, caseName), file, error);
+}
+
+bool WriteCsvFile(const Document& document, const CaseNamer& caseName, const fs::path& file,
+                  std::string& error) {
+  std::ofstream stream(file, std::ios::binary | std::ios::trunc);
+  WriteCsv(stream, std::get<Spreadsheet>(document), caseName);
+  return Finish(stream, error);
+}
+
+bool WriteSvgFile(const Document& document, const CaseNamer& caseName, const fs::path& file,
+                  std::string& error) {
+  return WriteBytes(GraphSvg(std::get<Graph>(document), caseName), file, error);
+}
+
+bool WritePngFile(const Document& document, const CaseNamer& caseName, const fs::path& file,
+                  std::string& error) {
+  return WritePng(GraphSvg(std::get<Graph>(document), caseName), file, error);
+}
+
+template <class... Kinds>
+bool IsOneOf(const Document& document) {
+  return (std::holds_alternative<Kinds>(document) || ...);
+}
+constexpr auto kHoldsAll = &IsOneOf<ResultsText, Spreadsheet, Graph, TextDocument>;
+
+constexpr DocumentFormat kTxt{"txt", kHoldsAll, &WriteTxtFile};
+constexpr DocumentFormat kPng{"png", &IsOneOf<Graph>, &WritePngFile};
+constexpr std::array kFormats = {
+    kTxt,
+    DocumentFormat{"json", kHoldsAll, &WriteJsonFile},
+    DocumentFormat{"csv", &IsOneOf<Spreadsheet>, &WriteCsvFile},
+    DocumentFormat{"xlsx", &IsOneOf<ResultsText, Spreadsheet>, nullptr},
+    DocumentFormat{"svg", &IsOneOf<Graph>, &WriteSvgFile},
+    kPng};
+constexpr std::string_view kRunFile = "results.xlsx";
+constexpr int kScriptMode = 1;  // of a text document; other modes are plain text
 constexpr std::size_t kLongestSlug = 60;
 
 // Letters of U+00C0 to U+017F without their accents; '-' where there is no plain letter.
@@ -42,6 +105,15 @@ char PlainLetter(char32_t point) {
   if (point >= kFirstPlain && point < kFirstPlain + kPlainLetters.size())
     return kPlainLetters[point - kFirstPlain];
   return '-';
+}
+
+/// The extension of a document as text: programs and model files have their own.
+std::string TextExtension(const Document& document) {
+  const auto* text = std::get_if<TextDocument>(&document);
+  if (text == nullptr) return "txt";
+  if (text->mode == kScriptMode) return "qvb";
+  if (text->text.starts_with("<?xml")) return "pmml";
+  return text->title.find("C/C++") != std::string::npos ? "c" : "txt";
 }
 
 std::string SystemError(std::string_view what, const std::filesystem::path& path) {
@@ -85,23 +157,25 @@ std::string Slug(std::string_view title) {
   return slug.empty() ? "document" : slug;
 }
 
-bool WriteFileWhole(const std::filesystem::path& target, std::string_view text,
-                    std::string& error) {
-  const std::filesystem::path temporary =
-      target.parent_path() /
-      ('.' + target.filename().string() + '.' + std::to_string(getpid()) + ".tmp");
-  bool written = false;
-  {
-    std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
-    file.write(text.data(), static_cast<std::streamsize>(text.size()));
-    file.flush();
-    written = file.good();
+bool WriteFileWhole(const fs::path& target, const FileWriter& write, std::string& error) {
+  const fs::path temporary = target.parent_path() / ('.' + target.filename().string() + '.' +
+                                                     std::to_string(getpid()) + ".tmp");
+  std::string reason;
+  if (write(temporary, reason)) {
+    if (std::rename(temporary.c_str(), target.c_str()) == 0) return true;
+    reason = std::strerror(errno);
   }
-  if (written && std::rename(temporary.c_str(), target.c_str()) == 0) return true;
-  error = SystemError("cannot write", target);
+  error = "cannot write " + target.string() + ": " + reason;
   std::error_code ignored;
-  std::filesystem::remove(temporary, ignored);
+  fs::remove(temporary, ignored);
   return false;
+}
+
+bool WriteFileWhole(const fs::path& target, std::string_view text, std::string& error) {
+  return WriteFileWhole(
+      target,
+      [text](const fs::path& file, std::string& reason) { return WriteBytes(text, file, reason); },
+      error);
 }
 
 bool DocumentFiles::Check(std::string& error) const {
@@ -113,9 +187,12 @@ bool DocumentFiles::Check(std::string& error) const {
     error = folder.string() + " is no folder";
     return false;
   }
-  if (access(folder.c_str(), W_OK | X_OK) == 0) return true;
-  error = SystemError("cannot write into", folder);
-  return false;
+  if (access(folder.c_str(), W_OK | X_OK) != 0) {
+    error = SystemError("cannot write into", folder);
+    return false;
+  }
+  const bool png = std::ranges::find(formats_, kPng.name, &DocumentFormat::name) != formats_.end();
+  return !png || FindPngConverter(error);
 }
 
 void DocumentFiles::Touch(std::size_t position) {
@@ -132,17 +209,42 @@ bool DocumentFiles::Write(const Workbook& workbook, std::string& error) {
     return false;
   }
   for (const std::size_t position : touched_) {
-    const Document& document = workbook.documents()[position];
-    char number[32];
-    std::snprintf(number, sizeof number, "%03zu-", position + 1);
-    const std::string name = number + Slug(DocumentTitle(document)) + '.';
-    for (const DocumentFormat* format : formats_) {
-      const std::string text = format->render(document, workbook.caseName);
-      if (!WriteFileWhole(folder_ / (name + std::string(format->name)), text, error)) return false;
-    }
+    if (!WriteDocument(workbook, position, error)) return false;
   }
   touched_.clear();
   return true;
+}
+
+bool DocumentFiles::WriteDocument(const Workbook& workbook, std::size_t position,
+                                  std::string& error) const {
+  const Document& document = workbook.documents()[position];
+  char number[32];
+  std::snprintf(number, sizeof number, "%03zu-", position + 1);
+  const std::string name = number + Slug(DocumentTitle(document)) + '.';
+  std::vector<const DocumentFormat*> holders;
+  std::ranges::copy_if(formats_, std::back_inserter(holders),
+                       [&](const DocumentFormat* format) { return format->holds(document); });
+  if (holders.empty()) holders.push_back(&kTxt);
+  for (const DocumentFormat* format : holders) {
+    if (format->write == nullptr) continue;
+    const bool plain = format->name == kTxt.name;
+    const std::string extension = plain ? TextExtension(document) : std::string(format->name);
+    const auto write = [&](const fs::path& file, std::string& reason) {
+      return format->write(document, workbook.caseName, file, reason);
+    };
+    if (!WriteFileWhole(folder_ / (name + extension), write, error)) return false;
+  }
+  return true;
+}
+
+bool DocumentFiles::WriteRun(const Workbook& workbook, std::string& error) const {
+  const bool asked = std::ranges::any_of(
+      formats_, [](const DocumentFormat* format) { return format->write == nullptr; });
+  if (!asked) return true;
+  return WriteFileWhole(
+      folder_ / kRunFile,
+      [&](const fs::path& file, std::string& reason) { return WriteXlsx(workbook, file, reason); },
+      error);
 }
 
 bool DocumentFiles::WriteText(std::string_view fileName, std::string_view text,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,13 +11,20 @@
 
 namespace qrvml {
 
+/// Writes a file; false with `error` saying why.
+using FileWriter = std::function<bool(const std::filesystem::path& file, std::string& error)>;
+
 /// A file format for documents.
 struct DocumentFormat {
-  std::string_view name;  // also the file's extension
-  std::string (*render)(const Document&, const CaseNamer&);
+  std::string_view name;  // as asked for, and the file's extension
+  bool (*holds)(const Document&);
+  /// Writes one document; null: one file, results.xlsx, holds the documents of the whole run.
+  bool (*write)(const Document&, const CaseNamer&, const std::filesystem::path& file,
+                std::string& error);
 };
 
-/// Reads "txt,json"; false with `error` naming an unknown format and those that exist.
+/// Reads "txt,json"; a document that none of the formats holds is written as txt. False with
+/// `error` naming an unknown format and those that exist.
 bool ReadFormats(std::string_view text, std::vector<const DocumentFormat*>& formats,
                  std::string& error);
 
@@ -28,22 +36,30 @@ std::string Slug(std::string_view title);
 /// or the new file and never part of one.
 bool WriteFileWhole(const std::filesystem::path& target, std::string_view text, std::string& error);
 
+bool WriteFileWhole(const std::filesystem::path& target, const FileWriter& write,
+                    std::string& error);
+
 class DocumentFiles {
  public:
   DocumentFiles(std::filesystem::path folder, std::vector<const DocumentFormat*> formats)
       : folder_(std::move(folder)), formats_(std::move(formats)) {}
 
-  /// Whether the folder can be written or made; nothing is written. False: `error` says why not.
+  /// Whether the folder can be written or made and the formats can be had; nothing is written.
+  /// False: `error` says why not.
   bool Check(std::string& error) const;
   /// Writes the documents that were added or replaced since the last call, 001-results.txt and so
   /// on; makes the folder.
   bool Write(const Workbook& workbook, std::string& error);
+  /// Writes the files that hold the documents of the whole run, where their format is asked for.
+  bool WriteRun(const Workbook& workbook, std::string& error) const;
   /// Tells that a document must be written (again).
   void Touch(std::size_t position);
   /// Writes one more file, e.g. documents.json.
   bool WriteText(std::string_view fileName, std::string_view text, std::string& error) const;
 
  private:
+  bool WriteDocument(const Workbook& workbook, std::size_t position, std::string& error) const;
+
   std::filesystem::path folder_;
   std::vector<const DocumentFormat*> formats_;
   std::vector<std::size_t> touched_;  // positions, ascending

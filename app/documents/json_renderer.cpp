@@ -1,5 +1,6 @@
 #include "documents/json_renderer.h"
 
+#include "documents/graph_json.h"
 #include "documents/json_writer.h"
 
 namespace qrvml {
@@ -12,8 +13,10 @@ void WriteMember(JsonWriter& json, std::string_view name, std::string_view text)
   json.String(text);
 }
 
+constexpr std::string_view kFormatNames[] = {"general", "count", "fixed6"};
+
 std::string_view FormatName(NumberFormat format) {
-  return format == NumberFormat::count ? "count" : "general";
+  return kFormatNames[static_cast<std::size_t>(format)];
 }
 
 void WriteStrings(JsonWriter& json, const std::vector<std::string>& texts) {
@@ -43,6 +46,9 @@ struct BodyWriter {
     json.Key("lines");
     WriteStrings(json, results.lines);
   }
+
+  void operator()(const Graph& graph) const { WriteGraphMembers(json, graph, caseName); }
+  void operator()(const TextDocument& document) const { WriteTextMembers(json, document); }
 
   void operator()(const Spreadsheet& sheet) const {
     WriteMember(json, "kind", "spreadsheet");

@@ -8,6 +8,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <system_error>
@@ -71,6 +72,11 @@ std::string WordsOf(std::FILE* file) {
   return PrintableText(words);
 }
 
+std::string MissingText(const PngConverter& converter) {
+  return "PNG needs the program " + converter.program +
+         ", which is not installed (Debian package librsvg2-bin)";
+}
+
 bool Convert(std::string_view svg, const std::filesystem::path& target, std::string& error,
              const PngConverter& converter) {
   const TemporaryFile input(std::tmpfile()), errors(std::tmpfile());
@@ -89,8 +95,7 @@ bool Convert(std::string_view svg, const std::filesystem::path& target, std::str
   const int failure =
       posix_spawnp(&child, arguments[0], streams.get(), nullptr, arguments, environ);
   if (failure == ENOENT) {
-    error = "PNG needs the program " + converter.program +
-            ", which is not installed (Debian package librsvg2-bin)";
+    error = MissingText(converter);
     return false;
   }
   if (failure != 0) {
@@ -110,6 +115,19 @@ bool Convert(std::string_view svg, const std::filesystem::path& target, std::str
 }
 
 }  // namespace
+
+bool FindPngConverter(std::string& error, const PngConverter& converter) {
+  const char* path = std::getenv("PATH");
+  std::string_view folders = path == nullptr ? std::string_view() : path;
+  while (!folders.empty()) {
+    const std::size_t colon = std::min(folders.find(':'), folders.size());
+    const auto program = std::filesystem::path(folders.substr(0, colon)) / converter.program;
+    if (access(program.c_str(), X_OK) == 0) return true;
+    folders.remove_prefix(std::min(colon + 1, folders.size()));
+  }
+  error = MissingText(converter);
+  return false;
+}
 
 bool WritePng(std::string_view svg, const std::filesystem::path& target, std::string& error,
               const PngConverter& converter) {

@@ -14,6 +14,9 @@ struct PngConverter {
   std::chrono::milliseconds limit{60'000};
 };
 
+/// Whether the program is there; false: `error` names it and the package that brings it.
+bool FindPngConverter(std::string& error, const PngConverter& converter = {});
+
 /// Writes the picture to `target`, which must be a file of its own (it is overwritten, and removed
 /// when the conversion fails). The program is started without a shell, with no network and no file
 /// but its input and output. False: `error` says why: the program is missing, failed (with its

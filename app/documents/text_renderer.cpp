@@ -5,6 +5,8 @@
 #include <cmath>
 
 #include "documents/display_width.h"
+#include "documents/graph_text.h"
+#include "host/numerics.h"
 
 namespace qrvml {
 namespace {
@@ -86,6 +88,9 @@ struct Renderer {
     return out;
   }
 
+  std::string operator()(const Graph& graph) const { return GraphText(graph); }
+  std::string operator()(const TextDocument& document) const { return document.text; }
+
   std::string operator()(const Spreadsheet& sheet) const {
     std::string out = PrintableText(sheet.title) + '\n';
     for (const std::string& line : sheet.header) out += PrintableText(line) + '\n';
@@ -112,6 +117,7 @@ std::string CellNumber(double value, NumberFormat format) {
   char buffer[512];
   const bool whole = std::isfinite(value) && value == std::floor(value);
   const bool inFull = format == NumberFormat::count || (whole && std::abs(value) < kLargestInFull);
+  if (format == NumberFormat::fixed6) return FixedText(value, 6);
   const auto end =
       inFull ? std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, 0).ptr
              : std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general,

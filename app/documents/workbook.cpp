@@ -7,7 +7,10 @@ namespace {
 
 struct TitleOf {
   std::string_view operator()(const ResultsText&) const { return "results"; }
-  std::string_view operator()(const Spreadsheet& spreadsheet) const { return spreadsheet.title; }
+  template <class Titled>
+  std::string_view operator()(const Titled& document) const {
+    return document.title;
+  }
 };
 
 }  // namespace
@@ -20,8 +23,8 @@ void Workbook::PutResults(std::vector<std::string> lines) {
   if (onChange) onChange(0);
 }
 
-void Workbook::Add(Spreadsheet&& spreadsheet) {
-  documents_.emplace_back(std::move(spreadsheet));
+void Workbook::Add(Document&& document) {
+  documents_.push_back(std::move(document));
   if (onChange) onChange(documents_.size() - 1);
 }
 

@@ -19,14 +19,15 @@ struct ResultsText {
 };
 
 /// Everything that renders documents handles every alternative.
-using Document = std::variant<ResultsText, Spreadsheet>;
+using Document = std::variant<ResultsText, Spreadsheet, Graph, TextDocument>;
 
 class Workbook {
  public:
   const std::vector<Document>& documents() const { return documents_; }
   /// The results text: always the first document; a later one takes its place.
   void PutResults(std::vector<std::string> lines);
-  void Add(Spreadsheet&& spreadsheet);
+  /// Puts a document behind the others.
+  void Add(Document&& document);
 
   /// Names the cases that rows stand for; absent: their numbers name them.
   CaseNamer caseName;

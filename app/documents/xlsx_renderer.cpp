@@ -1,6 +1,5 @@
 #include "documents/xlsx_renderer.h"
 
-#include <unistd.h>
 #include <xlsxwriter.h>
 
 #include <algorithm>
@@ -8,7 +7,6 @@
 #include <cmath>
 #include <cstdio>
 #include <memory>
-#include <system_error>
 
 #include "documents/cell_text.h"
 #include "documents/display_width.h"
@@ -29,11 +27,13 @@ enum class Look : std::uint8_t {
   header,
   heading,
   headingAtLeft,
-  general,
+  general,  // the number formats in their order
   count,
+  fixed6,
   text,
   markedGeneral,
   markedCount,
+  markedFixed6,
   markedText,
 };
 struct LookRow {
@@ -47,16 +47,18 @@ struct LookRow {
 };
 constexpr lxw_color_t kLabelColour = 0x1F4E79, kMarkColour = 0x9C0006, kMarkFill = 0xFFC7CE,
                       kHeadingFill = 0xE7E6E6, kQuiet = 0x595959;
-constexpr std::array<LookRow, 10> kLooks = {{
+constexpr std::array<LookRow, 12> kLooks = {{
     {true, false, 0, 0, nullptr, LXW_ALIGN_NONE, false, 14},
     {false, false, kQuiet, 0, nullptr, LXW_ALIGN_NONE, false, 11},
     {true, false, 0, kHeadingFill, nullptr, LXW_ALIGN_RIGHT, true, 11},
     {true, false, 0, kHeadingFill, nullptr, LXW_ALIGN_NONE, true, 11},
     {false, false, 0, 0, nullptr, LXW_ALIGN_NONE, false, 11},
     {false, false, 0, 0, "0", LXW_ALIGN_NONE, false, 11},
+    {false, false, 0, 0, "0.000000", LXW_ALIGN_NONE, false, 11},
     {false, false, kLabelColour, 0, nullptr, LXW_ALIGN_RIGHT, false, 11},
     {true, false, kMarkColour, kMarkFill, nullptr, LXW_ALIGN_NONE, false, 11},
     {true, false, kMarkColour, kMarkFill, "0", LXW_ALIGN_NONE, false, 11},
+    {true, false, kMarkColour, kMarkFill, "0.000000", LXW_ALIGN_NONE, false, 11},
     {true, false, kMarkColour, kMarkFill, nullptr, LXW_ALIGN_RIGHT, false, 11},
 }};
 
@@ -174,18 +176,21 @@ class XlsxFile {
   lxw_error status_ = LXW_NO_ERROR;
 };
 
+Look NumberLook(NumberFormat format, bool marked) {
+  const Look first = marked ? Look::markedGeneral : Look::general;
+  return static_cast<Look>(static_cast<int>(first) + static_cast<int>(format));
+}
+
 void WriteCell(XlsxFile& file, std::size_t at, const CellView& cell, NumberFormat format) {
-  const bool count = format == NumberFormat::count;
+  const Look text = cell.marked ? Look::markedText : Look::text;
   if (!cell.text.empty()) {
-    file.Text(at, cell.text, cell.marked ? Look::markedText : Look::text);
+    file.Text(at, cell.text, text);
   } else if (std::isnan(cell.value)) {
-    if (cell.marked) file.Blank(at, Look::markedGeneral);
+    if (cell.marked) file.Blank(at, text);
   } else if (std::isinf(cell.value)) {
-    file.Text(at, cell.value > 0 ? "inf" : "-inf", cell.marked ? Look::markedText : Look::text);
-  } else if (cell.marked) {
-    file.Number(at, cell.value, count ? Look::markedCount : Look::markedGeneral);
+    file.Text(at, cell.value > 0 ? "inf" : "-inf", text);
   } else {
-    file.Number(at, cell.value, count ? Look::count : Look::general);
+    file.Number(at, cell.value, NumberLook(format, cell.marked));
   }
 }
 
@@ -317,29 +322,20 @@ std::string SheetName(std::size_t number, std::string_view title, std::size_t pa
   return name + suffix;
 }
 
-bool WriteXlsx(const Workbook& workbook, const std::filesystem::path& target, std::string& error,
+bool WriteXlsx(const Workbook& workbook, const std::filesystem::path& file, std::string& error,
                const SheetLimits& limits) {
-  const std::filesystem::path temporary =
-      target.parent_path() /
-      ('.' + target.filename().string() + '.' + std::to_string(getpid()) + ".tmp");
-  XlsxFile file(temporary, CellsOf(workbook) > kCellsOfLargeFile);
-  for (std::size_t i = 0; i < workbook.documents().size() && !file.Failed(); ++i) {
+  XlsxFile xlsx(file, CellsOf(workbook) > kCellsOfLargeFile);
+  for (std::size_t i = 0; i < workbook.documents().size() && !xlsx.Failed(); ++i) {
     const Document& document = workbook.documents()[i];
     if (const auto* sheet = std::get_if<Spreadsheet>(&document)) {
-      TableWriter(file, *sheet, i + 1, workbook.caseName, limits).Write();
+      TableWriter(xlsx, *sheet, i + 1, workbook.caseName, limits).Write();
     } else if (const auto* results = std::get_if<ResultsText>(&document)) {
-      WriteResults(file, *results, i + 1, limits);
+      WriteResults(xlsx, *results, i + 1, limits);
     }
   }
   std::string reason;
-  std::error_code code;
-  if (file.Close(reason)) {
-    std::filesystem::rename(temporary, target, code);
-    if (!code) return true;
-    reason = code.message();
-  }
-  error = "cannot write " + target.string() + ": " + reason;
-  std::filesystem::remove(temporary, code);
+  if (xlsx.Close(reason)) return true;
+  error = "cannot write the workbook: " + reason;
   return false;
 }
 

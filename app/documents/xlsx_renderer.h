@@ -15,8 +15,8 @@ struct SheetLimits {
   std::size_t columns = 16'384;
 };
 
-/// Writes `target` whole or not at all: the results text and one sheet per spreadsheet, in order;
-/// graphs and text documents have files of their own. False: `error` says why.
+/// Writes the results text and one sheet per spreadsheet, in order; graphs and text documents have
+/// files of their own. False: `error` says why, and the file is not to be used.
 /// - A sheet is named by the document's number and title ("003 Predictions"), legal, unique and of
 ///   at most 31 characters. Title, header lines and headings stand above the rows; headings and row
 ///   names stay in view.
@@ -27,7 +27,7 @@ struct SheetLimits {
 ///   of the table it holds.
 /// The same documents give the same bytes. The memory used does not grow with the rows; the sheets
 /// pass through unnamed temporary files.
-bool WriteXlsx(const Workbook& workbook, const std::filesystem::path& target, std::string& error,
+bool WriteXlsx(const Workbook& workbook, const std::filesystem::path& file, std::string& error,
                const SheetLimits& limits = {});
 
 /// A sheet's name: `number` with three digits, the title without the characters that a sheet's name

@@ -4,14 +4,20 @@
 
 namespace qrvml {
 
-bool WorkbookOutput::looka4(Spreadsheet&& spreadsheet) {
+bool WorkbookOutput::Add(Document&& document) {
   try {
-    workbook_.Add(std::move(spreadsheet));
+    workbook_.Add(std::move(document));
     return true;
   } catch (const std::bad_alloc&) {
     return false;
   }
 }
+
+bool WorkbookOutput::looka4(Spreadsheet&& spreadsheet) { return Add(std::move(spreadsheet)); }
+
+bool WorkbookOutput::ShowGraph(Graph&& graph) { return Add(std::move(graph)); }
+
+bool WorkbookOutput::CreateTextDoc(TextDocument&& document) { return Add(std::move(document)); }
 
 void WorkbookOutput::cupst(std::span<const std::string> lines) {
   workbook_.PutResults({lines.begin(), lines.end()});

@@ -24,9 +24,13 @@ class WorkbookOutput final : public OutputServices {
   explicit WorkbookOutput(Workbook& workbook) : workbook_(workbook) {}
 
   bool looka4(Spreadsheet&& spreadsheet) override;
+  bool ShowGraph(Graph&& graph) override;
+  bool CreateTextDoc(TextDocument&& document) override;
   void cupst(std::span<const std::string> lines) override;
 
  private:
+  bool Add(Document&& document);
+
   Workbook& workbook_;
 };
 
