@@ -36,17 +36,13 @@ std::string Fields(std::size_t count) {
 
 }  // namespace
 
-void TextIndex::Intern(std::span<const std::string_view> texts,
-                       std::vector<std::uint32_t>& numbers) {
+void TextIndex::Intern(const TextSet& texts, std::vector<std::uint32_t>& numbers) {
   const std::lock_guard lock(mutex_);
   numbers.clear();
-  for (std::string_view text : texts) {
-    auto at = numbers_.find(text);
-    if (at == numbers_.end()) {
-      const auto number = static_cast<std::uint32_t>(texts_.size());
-      at = numbers_.emplace(texts_.emplace_back(text), number).first;
-    }
-    numbers.push_back(at->second);
+  for (std::size_t i = 0; i < texts.Texts().size(); ++i) {
+    const TextSet::Added added = texts_.Add(texts.Texts()[i], texts.Hashes()[i]);
+    if (added.isNew) texts_.Move(added.number, arena_.Keep(texts.Texts()[i]));
+    numbers.push_back(added.number);
   }
 }
 
@@ -88,10 +84,7 @@ bool BlockParser::ParseRecords(std::string_view text, ParsedBlock& block) {
   block.heldCodes.clear();
   block.tooLarge.clear();
   unescaped_.clear();
-  for (LocalTexts& local : local_) {
-    local.numbers.clear();
-    local.texts.clear();
-  }
+  for (LocalTexts& local : local_) local.texts.Clear();
 
   const char* at = text.data();
   const char* end = at + text.size();
@@ -159,7 +152,7 @@ bool BlockParser::ParseField(const char*& at, const char* end, std::size_t colum
       return true;
     }
     if (!unescaped.empty()) text = TrimBlanks(unescaped_.emplace_back(std::move(unescaped)));
-    *cell = CellOfText(text, column, block);
+    *cell = local_[column].texts.Add(text).number;
     return true;
   }
 
@@ -182,20 +175,12 @@ bool BlockParser::ParseField(const char*& at, const char* end, std::size_t colum
   if (!wanted) return true;
   const std::string_view text = TrimBlanks({start, static_cast<std::size_t>(at - start)});
   if (asText_[column] && !text.empty()) {
-    *cell = CellOfText(text, column, block);
+    *cell = local_[column].texts.Add(text).number;
   } else {
     const NumberForm form = ReadWholeNumber(text, dialect_.decimal, value);
     *cell = CellOfNumber(form, value, text, column, block);
   }
   return true;
-}
-
-double BlockParser::CellOfText(std::string_view text, std::size_t column, ParsedBlock&) {
-  LocalTexts& local = local_[column];
-  const auto next = static_cast<std::uint32_t>(local.texts.size());
-  const auto [at, added] = local.numbers.try_emplace(text, next);
-  if (added) local.texts.push_back(text);
-  return at->second;
 }
 
 double BlockParser::CellOfNumber(NumberForm form, double value, std::string_view text,

@@ -10,26 +10,26 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "datafile/file_error.h"
 #include "datafile/text_fields.h"
+#include "datafile/text_set.h"
 
 namespace qrvml {
 
 /// The different texts of a column, numbered from 0 as they come. Used by several threads.
 class TextIndex {
  public:
-  /// numbers[i] becomes the number of texts[i], which is added when it is new.
-  void Intern(std::span<const std::string_view> texts, std::vector<std::uint32_t>& numbers);
+  /// numbers[i] becomes the number of the i-th text of `texts`; new ones are added.
+  void Intern(const TextSet& texts, std::vector<std::uint32_t>& numbers);
   /// All texts by number; only while no other thread interns.
-  std::deque<std::string>& Texts() { return texts_; }
+  std::span<const std::string_view> Texts() const { return texts_.Texts(); }
 
  private:
   std::mutex mutex_;
-  std::deque<std::string> texts_;  // a deque: the views below stay valid
-  std::unordered_map<std::string_view, std::uint32_t> numbers_;
+  TextArena arena_;  // what the texts are made of
+  TextSet texts_;
 };
 
 /// What is known about the columns of a file while it is read. A column is taken for numbers until
@@ -41,6 +41,7 @@ class ColumnKinds {
   bool IsText(std::size_t column) const { return isText_[column].load(); }
   void SetText(std::size_t column) { isText_[column].store(true); }
   TextIndex& Texts(std::size_t column) { return texts_[column]; }
+  const TextIndex& Texts(std::size_t column) const { return texts_[column]; }
 
  private:
   std::deque<std::atomic<bool>> isText_;
@@ -79,15 +80,13 @@ class BlockParser {
 
  private:
   struct LocalTexts {
-    std::unordered_map<std::string_view, std::uint32_t> numbers;
-    std::vector<std::string_view> texts;
+    TextSet texts;
     std::vector<std::uint32_t> interned;
   };
 
   bool ParseRecords(std::string_view text, ParsedBlock& block);
   bool ParseRecord(const char*& at, const char* end, ParsedBlock& block);
   bool ParseField(const char*& at, const char* end, std::size_t column, ParsedBlock& block);
-  double CellOfText(std::string_view text, std::size_t column, ParsedBlock& block);
   double CellOfNumber(NumberForm form, double value, std::string_view text, std::size_t column,
                       ParsedBlock& block);
   void StoreColumns(ParsedBlock& block);

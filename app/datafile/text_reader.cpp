@@ -11,7 +11,6 @@
 #include <cstring>
 #include <functional>
 #include <new>
-#include <numeric>
 #include <thread>
 
 #include "datafile/text_block.h"
@@ -124,7 +123,8 @@ class TextFile {
   std::string Decoded(std::string_view text) const {
     return encoding_ == TextEncoding::utf8 ? std::string(text) : DecodeWindows1252(text);
   }
-  std::vector<double> SetTexts(std::size_t column, Variable& variable);
+  std::vector<double> SetTexts(std::size_t column, Variable& variable) const;
+  double MissingCodeOf(std::size_t column) const;
   void FillTable(DataTable& table);
 
   Source source_;
@@ -348,42 +348,61 @@ void TextFile::FindEncoding() {
 }
 
 // Makes the labels of a text column and gives the code of each text by its number.
-std::vector<double> TextFile::SetTexts(std::size_t column, Variable& variable) {
-  std::deque<std::string>& texts = kinds_->Texts(column).Texts();
-  for (std::string& text : texts) {
-    if (encoding_ == TextEncoding::windows1252) text = Decoded(text);
+std::vector<double> TextFile::SetTexts(std::size_t column, Variable& variable) const {
+  struct Keyed {
+    std::uint64_t key;  // the first eight bytes, in an order that compares like them
+    std::uint32_t number;
+  };
+  const std::span<const std::string_view> raw = kinds_->Texts(column).Texts();
+  std::vector<std::string> texts(raw.size());
+  std::vector<Keyed> order(raw.size());
+  for (std::uint32_t number = 0; number < raw.size(); ++number) {
+    texts[number] = Decoded(raw[number]);
+    std::uint64_t key = 0;
+    for (std::size_t i = 0; i < 8; ++i) {
+      key =
+          key << 8 | (i < texts[number].size() ? static_cast<unsigned char>(texts[number][i]) : 0u);
+    }
+    order[number] = {key, number};
   }
-  std::vector<std::uint32_t> order(texts.size());
-  std::iota(order.begin(), order.end(), 0u);
-  std::sort(order.begin(), order.end(),
-            [&](std::uint32_t a, std::uint32_t b) { return texts[a] < texts[b]; });
+  std::sort(order.begin(), order.end(), [&](const Keyed& a, const Keyed& b) {
+    return a.key != b.key ? a.key < b.key : texts[a.number] < texts[b.number];
+  });
   std::vector<double> codes(texts.size());
   variable.wasText = true;
   variable.distinctTexts = texts.size();
   variable.labels.reserve(texts.size());
-  for (std::uint32_t number : order) {
-    codes[number] = static_cast<double>(variable.labels.size() + 1);
-    variable.labels.push_back({codes[number], std::move(texts[number])});
+  for (const Keyed& keyed : order) {
+    codes[keyed.number] = static_cast<double>(variable.labels.size() + 1);
+    variable.labels.push_back({codes[keyed.number], std::move(texts[keyed.number])});
   }
   return codes;
 }
 
-void TextFile::FillTable(DataTable& table) {
-  std::vector<std::vector<double>> codes(names_.size());
-  for (std::size_t column = 0; column < names_.size(); ++column) {
-    Variable& variable = table.AddVariable(Decoded(names_[column]));
-    if (kinds_->IsText(column)) {
-      codes[column] = SetTexts(column, variable);
-      continue;
+double TextFile::MissingCodeOf(std::size_t column) const {
+  std::vector<double> held;
+  for (const ParsedBlock& block : blocks_) {
+    for (const FoundNumber& number : block.heldCodes) {
+      if (number.column == column) held.push_back(number.value);
     }
-    std::vector<double> held;
-    for (const ParsedBlock& block : blocks_) {
-      for (const FoundNumber& number : block.heldCodes) {
-        if (number.column == column) held.push_back(number.value);
+  }
+  return FreeMissingCode(held);
+}
+
+void TextFile::FillTable(DataTable& table) {
+  for (const std::string& name : names_) table.AddVariable(Decoded(name));
+  std::vector<std::vector<double>> codes(names_.size());
+  std::atomic<std::size_t> nextColumn = 0;
+  OnThreads(Threads(), [&] {
+    for (std::size_t column; (column = nextColumn++) < names_.size();) {
+      Variable& variable = table.At(static_cast<int>(column) + 1);
+      if (kinds_->IsText(column)) {
+        codes[column] = SetTexts(column, variable);
+      } else {
+        variable.missingCode = MissingCodeOf(column);
       }
     }
-    variable.missingCode = FreeMissingCode(held);
-  }
+  });
 
   std::atomic<std::size_t> next = 0;
   OnThreads(Threads(), [&] {
