@@ -10,12 +10,13 @@ namespace {
 constexpr std::int64_t kPollWork = 1 << 23;  // inputs compared between two polls: a few ms
 constexpr std::int64_t kExactWork = 16;      // cost of an input in double, in inputs of the filter
 constexpr std::int32_t kFewCandidates = 32;
+constexpr std::int32_t kFewToSort = 16;
 constexpr std::int32_t kSideBySide = 16;        // distances computed at once
 constexpr std::int32_t kBoxTrialInterval = 16;  // visits after which useless boxes are tried again
 constexpr double kUselessBoxes = 0.93;  // share of blocks wanted, from which boxes cost more
 
 /// Candidates beyond the nearest at which ties are settled.
-std::int32_t TieRoom(std::int32_t nearest) { return std::max(kFewCandidates, nearest / 2); }
+std::int32_t TieRoom(std::int32_t nearest) { return std::max(2 * kFewCandidates, nearest / 2); }
 
 /// Candidates that are added before the reach is tightened again.
 std::int32_t Intake(std::int32_t nearest) { return std::max(kFewCandidates, nearest); }
@@ -57,6 +58,7 @@ QueryGroup::QueryGroup(const PackedPrototypes& packed, std::int32_t slots, Exclu
       boundRoom_((std::size_t(packed.chunks()) + kBoxGroup - 1) / kBoxGroup * kBoxGroup),
       scaled_(std::size_t(width) * inputs_),
       centred_(std::size_t(width) * inputs_),
+      pairs_(std::size_t(width) * packed.pairs()),
       bounds_(width * boundRoom_),
       values_(width * room_),
       positions_(width * room_),
@@ -65,6 +67,7 @@ QueryGroup::QueryGroup(const PackedPrototypes& packed, std::int32_t slots, Exclu
       seats_(packed.chunks()) {
   for (std::int32_t q = 0; q < width; ++q) {
     filters_[q].inputs = &centred_[std::size_t(q) * inputs_];
+    filters_[q].pairs = pairs_.data() + std::size_t(q) * packed.pairs();
     filters_[q].value = &values_[q * room_];
     filters_[q].position = &positions_[q * room_];
   }
@@ -82,7 +85,12 @@ bool QueryGroup::Start(const double* queries, std::span<const std::int32_t> chos
     query.index = chosen[q];
     query.regular = packed_->PackQuery(queries + std::size_t(chosen[q]) * inputs_,
                                        &scaled_[std::size_t(q) * inputs_], centred);
-    query.error = query.regular ? packed_->PackingError(centred) : 0;
+    query.error = 0;
+    if (query.regular) {
+      query.error = packed_->ErrorOf(&scaled_[std::size_t(q) * inputs_], centred);
+      filters_[q].halfSquare =
+          packed_->PackPairs(centred, pairs_.data() + std::size_t(q) * packed_->pairs());
+    }
     query.reach = std::numeric_limits<double>::infinity();
     query.checked = query.settled = 0;
     filters_[q].candidates = 0;
@@ -193,7 +201,8 @@ void QueryGroup::Check(std::int32_t q) {
 
 double QueryGroup::ErrorUpTo(std::int32_t q, float value) const {
   const double greatest = packed_->greatestError();
-  if (greatest < 0x1p-16 * packed_->Farthest(value)) return greatest;  // makes no difference
+  // Looking closer would make no difference.
+  if (packed_->errorsAlike() || greatest < 0x1p-16 * packed_->Farthest(value)) return greatest;
   double error = 0;
   for (std::int32_t c = 0; c < filters_[q].candidates; ++c) {
     if (filters_[q].value[c] > value) continue;
@@ -238,9 +247,9 @@ void QueryGroup::ComputeDistances(std::int32_t q) {
   }
 }
 
-void QueryGroup::Settle(std::int32_t q) {
+std::int32_t QueryGroup::Rank(std::int32_t q) {
   ComputeDistances(q);
-  FilterQuery& filter = filters_[q];
+  const FilterQuery& filter = filters_[q];
   const double* distances = DistancesOf(q);
   std::int32_t count = 0;
   for (std::int32_t c = 0; c < filter.candidates; ++c) {
@@ -248,18 +257,26 @@ void QueryGroup::Settle(std::int32_t q) {
     const std::int32_t position = filter.position[c];
     ranking_[count++] = {distances[c], packed_->order()[position], position, filter.value[c]};
   }
-  if (count > nearest_) {
+  if (count > nearest_ + nearest_ / 2 + kFewToSort) {
     std::nth_element(ranking_.begin(), ranking_.begin() + nearest_ - 1, ranking_.begin() + count,
                      Nearer);
     count = nearest_;
-    queries_[q].reach = std::min(queries_[q].reach, packed_->Reach(ranking_[count - 1].distance));
   }
+  std::sort(ranking_.begin(), ranking_.begin() + count, Nearer);
+  return std::min(count, nearest_);
+}
+
+void QueryGroup::Settle(std::int32_t q) {
+  const std::int32_t count = Rank(q);
+  FilterQuery& filter = filters_[q];
   for (std::int32_t c = 0; c < count; ++c) {
     DistancesOf(q)[c] = ranking_[c].distance;
     filter.position[c] = ranking_[c].position;
     filter.value[c] = ranking_[c].value;
   }
   filter.candidates = queries_[q].checked = queries_[q].settled = count;
+  if (count < nearest_) return;
+  queries_[q].reach = std::min(queries_[q].reach, packed_->Reach(ranking_[count - 1].distance));
 }
 
 bool QueryGroup::AddUnfiltered(std::int32_t q, std::int32_t from, SearchPace& pace) {
@@ -284,9 +301,7 @@ bool QueryGroup::Finish(std::span<Neighbour> neighbours, std::span<std::int32_t>
     }
     if (!AddUnfiltered(q, query.regular ? packed_->regular() : 0, pace)) return false;
     if (pace.Spend(filters_[q].candidates * inputs_ * kExactWork)) return false;
-    Settle(q);
-    const std::int32_t count = filters_[q].candidates;
-    std::sort(ranking_.begin(), ranking_.begin() + count, Nearer);
+    const std::int32_t count = Rank(q);
     Neighbour* nearest = neighbours.data() + std::size_t(query.index) * slots_;
     for (std::int32_t s = 0; s < count; ++s) {
       nearest[s] = {ranking_[s].distance, ranking_[s].stored};

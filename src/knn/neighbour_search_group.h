@@ -77,6 +77,7 @@ class QueryGroup {
   void Check(std::int32_t q);
   void Tighten(std::int32_t q, std::int32_t slack);
   double ErrorUpTo(std::int32_t q, float value) const;
+  std::int32_t Rank(std::int32_t q);
   void Settle(std::int32_t q);
   void ComputeDistances(std::int32_t q);
   bool AddUnfiltered(std::int32_t q, std::int32_t from, SearchPace& pace);
@@ -104,6 +105,7 @@ class QueryGroup {
   FilterQuery filters_[kTile];
   HostArray<double> scaled_;           // width x inputs
   HostArray<float> centred_;           // width x inputs
+  HostArray<std::int32_t> pairs_;      // width x pairs, on a grid
   HostArray<float> bounds_;            // width x chunks
   HostArray<float> values_;            // width x candidates
   HostArray<std::int32_t> positions_;  // width x candidates

@@ -1,6 +1,7 @@
 #include "knn/neighbour_search_packed.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <limits>
 
@@ -11,8 +12,12 @@ constexpr double kFarOut = 0x1p40;           // filter coordinates beyond this h
 constexpr std::int64_t kPollWork = 1 << 18;  // inputs handled between two polls: a few ms
 constexpr std::int32_t kFrameSample = 1024;  // prototypes that show typical values
 
-const double kHalfUlp = 0x1p-24 * (1 + 0x1p-20);  // relative error of packing one input
-const double kLeastError = 0x1p-149;              // the same near zero
+constexpr double kHalfUlp = 0x1p-24 * (1 + 0x1p-20);  // relative error of packing into float
+constexpr double kLeastError = 0x1p-149;              // the same near zero
+constexpr std::int32_t kGridInputs = 8;          // continuous inputs from which a grid is worth it
+constexpr double kGridSquare = 0x1p30 - 0x1p20;  // greatest squared length: see PackPairs
+constexpr double kGridSteps = 8;           // neighbours are this many packing errors apart at least
+constexpr std::int32_t kNearSample = 512;  // prototypes that show how near neighbours are
 
 FilterTerm TermOf(Metric metric) {
   switch (metric) {
@@ -25,9 +30,16 @@ FilterTerm TermOf(Metric metric) {
   }
 }
 
-/// One error coordinate joins the length of the others.
+/// Two 16-bit whole numbers in a word.
+std::int32_t Pair(std::int32_t first, std::int32_t second) {
+  return std::int32_t(std::uint32_t(second) << 16 | (std::uint32_t(first) & 0xFFFFU));
+}
+
+bool Squares(FilterTerm term) { return term == FilterTerm::square || term == FilterTerm::grid; }
+
+/// One coordinate joins the length of the others.
 double Join(FilterTerm term, double sum, double t) {
-  if (term == FilterTerm::square) return sum + t * t;
+  if (Squares(term)) return sum + t * t;
   return term == FilterTerm::absolute ? sum + t : std::max(sum, t);
 }
 
@@ -91,8 +103,8 @@ bool PackedPrototypes::Build(const PrototypeRows& prototypes, Metric metric,
   poll_ = poll ? &poll : nullptr;
   g_ = (inputs() + 8) * 0x1p-23;
   h_ = (inputs() + 8) * 0x1p-50;
-  tiny_ = (inputs() + 8) * 0x1p-140;
   ChooseFrame();
+  tiny_ = onGrid() ? inputs() + 4.0 : (inputs() + 8) * 0x1p-140;
   const bool done = GrowTree() && Arrange() && Fill();
   poll_ = nullptr;
   return done;
@@ -129,17 +141,93 @@ void PackedPrototypes::ChooseFrame() {
   if (source_.categorical > 0 || typical == 0) typical = std::max(typical, 1.0);
   // The exponent's limits keep the rounding of the smallest doubles below `tiny`.
   unit_ = std::ldexp(1.0, std::clamp(-std::ilogb(typical), -1000, 400));
-  const double mismatch = term_ == FilterTerm::square ? unit_ * unit_ : unit_;
-  shape_ = {source_.continuous, source_.categorical, float(mismatch)};
+  if (term_ == FilterTerm::square && source_.continuous >= kGridInputs) ChooseGrid(typical);
+  const double mismatch = Squares(term_) ? unit_ * unit_ : unit_;
+  shape_ = {source_.continuous, source_.categorical, float(mismatch),
+            onGrid() ? std::int32_t(mismatch / 2) : 0,
+            onGrid() ? 1 + pairs() + source_.categorical : inputs()};
+}
+
+double PackedPrototypes::TypicalNearest() const {
+  constexpr std::int32_t kAsked = 16;
+  const std::int32_t sample = std::min(source_.count, kNearSample);
+  const auto stored = [&](std::int32_t s) {
+    return std::int32_t(std::int64_t(s) * source_.count / sample);
+  };
+  HostArray<std::int32_t> others(sample);
+  for (std::int32_t s = 0; s < sample; ++s) others[s] = stored(s);
+  HostArray<double> scaled(inputs());
+  HostArray<double> distances(sample);
+  double nearest[kAsked];
+  for (std::int32_t a = 0; a < kAsked; ++a) {
+    const std::int32_t asked = a * sample / kAsked;
+    const double* row = source_.rows + std::size_t(stored(asked)) * inputs();
+    for (std::int32_t i = 0; i < inputs(); ++i) {
+      scaled[i] = source_.shift[i] + source_.scale[i] * row[i];
+    }
+    Distances(scaled.data(), others.data(), sample, distances.data());
+    nearest[a] = std::numeric_limits<double>::infinity();
+    for (std::int32_t s = 0; s < sample; ++s) {
+      if (s != asked && distances[s] < nearest[a]) nearest[a] = distances[s];
+    }
+  }
+  std::nth_element(nearest, nearest + kAsked / 2, nearest + kAsked);
+  return metric_ == Metric::euclidean ? nearest[kAsked / 2] : std::sqrt(nearest[kAsked / 2]);
+}
+
+double PackedPrototypes::GreatestDeviation() {
+  double farthest = 0;
+  for (std::int32_t p = 0; p < source_.count; ++p) {
+    const double* row = source_.rows + std::size_t(p) * inputs();
+    for (std::int32_t i = 0; i < source_.continuous; ++i) {
+      const double t = std::fabs((source_.shift[i] + source_.scale[i] * row[i]) - centre_[i]);
+      if (t > farthest && std::isfinite(t)) farthest = t;
+    }
+  }
+  return farthest;
+}
+
+void PackedPrototypes::ChooseGrid(double typical) {
+  const double end = std::floor(std::sqrt(kGridSquare / inputs()));
+  // As if the data had two dimensions: among more prototypes neighbours are nearer.
+  const double denser = std::sqrt(std::max(1.0, double(source_.count) / kNearSample));
+  const double wanted = kGridSteps * denser * std::sqrt(double(source_.continuous));
+  const double nearest = TypicalNearest();
+  if (!(nearest < std::numeric_limits<double>::max()) || nearest * end < wanted * typical) return;
+  const double farthest = std::max(typical, GreatestDeviation());
+  const double unit = end / farthest;
+  if (nearest * unit < wanted || unit < 0x1p-1000 || unit > 0x1p400) return;
+  term_ = FilterTerm::grid;
+  unit_ = unit;
+  gridEnd_ = end;
+}
+
+double PackedPrototypes::ToFilter(double scaled, std::int32_t input) const {
+  return unit_ * (scaled - centre_[input]);
+}
+
+float PackedPrototypes::Coordinate(double exact) const {
+  if (!onGrid()) return float(exact);
+  constexpr double kRounder = 0x1.8p52;  // adding it leaves no room for fractions
+  return float((std::clamp(exact, -gridEnd_, gridEnd_) + kRounder) - kRounder);
+}
+
+double PackedPrototypes::ErrorOf(const double* scaled, const float* packed) const {
+  double sum = 0;
+  for (std::int32_t i = 0; i < source_.continuous; ++i) {
+    const double exact = ToFilter(scaled[i], i);
+    sum = Join(term_, sum, std::fabs(exact - packed[i]) + 0x1p-50 * std::fabs(exact));
+  }
+  return (Squares(term_) ? std::sqrt(sum) : sum) * (1 + h_);
 }
 
 bool PackedPrototypes::PackPrototype(const double* row, float* packed) const {
   bool regular = true;
   std::int32_t i = 0;
   for (; i < source_.continuous; ++i) {
-    const double x = unit_ * ((source_.shift[i] + source_.scale[i] * row[i]) - centre_[i]);
+    const double x = ToFilter(source_.shift[i] + source_.scale[i] * row[i], i);
     regular &= std::fabs(x) <= kFarOut;
-    packed[i] = float(x);
+    packed[i] = Coordinate(x);
   }
   for (; i < inputs(); ++i) {
     const double code = source_.shift[i] + source_.scale[i] * row[i];
@@ -153,28 +241,35 @@ bool PackedPrototypes::PackQuery(const double* row, double* scaled, float* packe
   bool regular = true;
   for (std::int32_t i = 0; i < inputs(); ++i) {
     scaled[i] = source_.shift[i] + source_.scale[i] * row[i];
-    const double x = i < source_.continuous ? unit_ * (scaled[i] - centre_[i]) : scaled[i];
-    packed[i] = float(x);
     if (i < source_.continuous) {
+      const double x = ToFilter(scaled[i], i);
       regular &= std::fabs(x) <= kFarOut;
-    } else if (double(packed[i]) != x) {
-      packed[i] = std::numeric_limits<float>::quiet_NaN();
+      packed[i] = Coordinate(x);
+    } else {
+      packed[i] = float(scaled[i]);
+      if (double(packed[i]) != scaled[i]) packed[i] = std::numeric_limits<float>::quiet_NaN();
     }
   }
   return regular;
 }
 
-double PackedPrototypes::PackingError(const float* packed) const {
-  double sum = 0;
-  for (std::int32_t i = 0; i < source_.continuous; ++i) {
-    sum = Join(term_, sum, kHalfUlp * std::fabs(double(packed[i])) + kLeastError);
+std::int32_t PackedPrototypes::PackPairs(const float* packed, std::int32_t* pairs) const {
+  // All sums stay below 2^31: with |p|^2, |q|^2 <= S, S = kGridSquare, a product is at most S, its
+  // difference to |p|^2 / 2 at most 3/2 S, and |p - q|^2 / 2 with all mismatches at most 2 S.
+  if (!onGrid()) return 0;
+  std::int32_t square = 0;
+  for (std::int32_t i = 0; i < source_.continuous; i += 2) {
+    const auto first = std::int32_t(packed[i]);
+    const auto second = i + 1 < source_.continuous ? std::int32_t(packed[i + 1]) : 0;
+    square += first * first + second * second;
+    pairs[i / 2] = Pair(first, second);
   }
-  return term_ == FilterTerm::square ? std::sqrt(sum) * (1 + h_) : sum * (1 + h_);
+  return square / 2;
 }
 
 double PackedPrototypes::Farthest(float value) const {
   const double bound = double(value) * (1 + g_) + tiny_;
-  return term_ == FilterTerm::square ? std::sqrt(bound) : bound;
+  return Squares(term_) ? std::sqrt(bound) : bound;
 }
 
 double PackedPrototypes::Reach(double distance) const {
@@ -185,7 +280,7 @@ double PackedPrototypes::Reach(double distance) const {
 float PackedPrototypes::Limit(double reach, double errors) const {
   constexpr double kGreatest = std::numeric_limits<float>::max();
   const double length = reach * (1 + h_) + errors;
-  const double value = term_ == FilterTerm::square ? length * length : length;
+  const double value = Squares(term_) ? length * length : length;
   return float(std::min(kGreatest, (value + tiny_) / (1 - g_) * (1 + 0x1p-20)));
 }
 
@@ -193,6 +288,7 @@ void PackedPrototypes::Distances(const double* scaledQuery, const std::int32_t* 
                                  double* distances) const {
   switch (term_) {
     case FilterTerm::square:
+    case FilterTerm::grid:
       AccumulateAll<FilterTerm::square>(source_, scaledQuery, stored, count, distances);
       break;
     case FilterTerm::absolute:
@@ -254,17 +350,18 @@ bool PackedPrototypes::Fill() {
   const std::int32_t blocks = (regular_ + kLanes - 1) / kLanes;
   chunks_ = (blocks + kChunkBlocks - 1) / kChunkBlocks;
   const std::size_t groups = (std::size_t(chunks_) + kBoxGroup - 1) / kBoxGroup;
-  blocks_.Resize(std::size_t(blocks) * kLanes * width);
+  blocks_.Resize(std::size_t(blocks) * kLanes * shape_.blockRows);
   blockBoxes_.Assign(std::size_t(chunks_) * 2 * kBoxGroup * width, 0.0F);
   chunkBoxes_.Assign(groups * 2 * kBoxGroup * width, 0.0F);
-  chunkError_.Resize(chunks_);
+  chunkError_.Assign(chunks_, 0.0);
   HostArray<float> packed(width);
+  HostArray<double> scaled(width);
+  HostArray<float> lanes(width * kLanes);
   HostArray<float> box(2 * width);
   constexpr std::int32_t kAhead = 12;  // rows fetched ahead: they lie anywhere
   constexpr std::size_t kLine = 8;     // doubles of a cache line
-  greatestError_ = 0;
   for (std::int32_t b = 0; b < blocks; ++b) {
-    float* block = &blocks_[b * width * kLanes];
+    double& error = chunkError_[b / kChunkBlocks];
     for (int lane = 0; lane < kLanes; ++lane) {
       // Lanes past the end repeat the last prototype, which keeps the box small.
       const std::int32_t ahead = order_[std::min(b * kLanes + lane + kAhead, regular_ - 1)];
@@ -272,25 +369,72 @@ bool PackedPrototypes::Fill() {
         __builtin_prefetch(source_.rows + ahead * width + i);
       }
       const std::int32_t p = order_[std::min(b * kLanes + lane, regular_ - 1)];
-      PackPrototype(source_.rows + p * width, packed.data());
-      for (std::size_t i = 0; i < width; ++i) block[i * kLanes + lane] = packed[i];
+      const double* row = source_.rows + p * width;
+      if (onGrid()) {
+        PackQuery(row, scaled.data(), packed.data());
+        error = std::max(error, ErrorOf(scaled.data(), packed.data()));
+      } else {
+        PackPrototype(row, packed.data());
+      }
+      for (std::size_t i = 0; i < width; ++i) lanes[i * kLanes + lane] = packed[i];
     }
+    StoreBlock(b, lanes);
+    kernel_->enclose(std::int32_t(width), lanes.data(), box.data(), box.data() + width);
     float* group = &blockBoxes_[std::size_t(b / kChunkBlocks) * 2 * kBoxGroup * width];
-    kernel_->enclose(std::int32_t(width), block, box.data(), box.data() + width);
     for (std::size_t i = 0; i < width; ++i) {
       group[2 * i * kBoxGroup + b % kChunkBlocks] = box[i];
       group[(2 * i + 1) * kBoxGroup + b % kChunkBlocks] = box[width + i];
     }
+    if (!onGrid()) error = std::max(error, FloatError(box));
     if ((b + 1) % kChunkBlocks == 0 || b + 1 == blocks) {
-      EncloseChunk(b / kChunkBlocks, b % kChunkBlocks + 1, box);
+      EncloseChunk(b / kChunkBlocks, b % kChunkBlocks + 1);
     }
     if (Pause(std::int64_t(width) * kLanes)) return false;
   }
+  greatestError_ = 0;
+  double leastError = std::numeric_limits<double>::infinity();
+  for (const double error : chunkError_) {
+    greatestError_ = std::max(greatestError_, error);
+    leastError = std::min(leastError, error);
+  }
+  errorsAlike_ = greatestError_ <= 2 * leastError;
   return true;
 }
 
-void PackedPrototypes::EncloseChunk(std::int32_t chunk, std::int32_t blocks,
-                                    HostArray<float>& box) {
+double PackedPrototypes::FloatError(const HostArray<float>& box) const {
+  double sum = 0;
+  for (std::int32_t i = 0; i < source_.continuous; ++i) {
+    const double most = std::max(std::fabs(box[i]), std::fabs(box[inputs() + i]));
+    sum = Join(term_, sum, kHalfUlp * most + kLeastError);
+  }
+  return (Squares(term_) ? std::sqrt(sum) : sum) * (1 + h_);
+}
+
+void PackedPrototypes::StoreBlock(std::int32_t b, const HostArray<float>& lanes) {
+  float* block = &blocks_[std::size_t(b) * kLanes * shape_.blockRows];
+  if (!onGrid()) {
+    std::copy(lanes.begin(), lanes.end(), block);
+    return;
+  }
+  const auto first = [&](std::int32_t i, int lane) {
+    return std::int32_t(lanes[std::size_t(i) * kLanes + lane]);
+  };
+  for (int lane = 0; lane < kLanes; ++lane) {
+    std::int32_t square = 0;
+    for (std::int32_t i = 0; i < source_.continuous; ++i) square += first(i, lane) * first(i, lane);
+    block[lane] = std::bit_cast<float>(square / 2);
+  }
+  for (std::int32_t i = 0; i < source_.continuous; i += 2) {
+    block += kLanes;
+    for (int lane = 0; lane < kLanes; ++lane) {
+      const std::int32_t second = i + 1 < source_.continuous ? first(i + 1, lane) : 0;
+      block[lane] = std::bit_cast<float>(Pair(first(i, lane), second));
+    }
+  }
+  std::copy(lanes.begin() + std::size_t(source_.continuous) * kLanes, lanes.end(), block + kLanes);
+}
+
+void PackedPrototypes::EncloseChunk(std::int32_t chunk, std::int32_t blocks) {
   const std::size_t width = inputs();
   const float* group = &blockBoxes_[std::size_t(chunk) * 2 * kBoxGroup * width];
   float* groupOfChunks = &chunkBoxes_[std::size_t(chunk / kBoxGroup) * 2 * kBoxGroup * width];
@@ -301,16 +445,13 @@ void PackedPrototypes::EncloseChunk(std::int32_t chunk, std::int32_t blocks,
     const float high = *std::max_element(largest, largest + blocks);
     groupOfChunks[2 * i * kBoxGroup + chunk % kBoxGroup] = low;
     groupOfChunks[(2 * i + 1) * kBoxGroup + chunk % kBoxGroup] = high;
-    box[i] = std::max(std::fabs(low), std::fabs(high));
   }
-  chunkError_[chunk] = PackingError(box.data());
-  greatestError_ = std::max(greatestError_, chunkError_[chunk]);
 }
 
 FilterChunk PackedPrototypes::Chunk(std::int32_t chunk, bool boxes) const {
   const std::size_t width = inputs();
   const std::int32_t blocks = (regular_ + kLanes - 1) / kLanes;
-  return {&blocks_[std::size_t(chunk) * kChunkLanes * width],
+  return {&blocks_[std::size_t(chunk) * kChunkLanes * shape_.blockRows],
           boxes ? &blockBoxes_[std::size_t(chunk) * 2 * kBoxGroup * width] : nullptr,
           chunk * kChunkLanes, std::min(kChunkBlocks, blocks - chunk * kChunkBlocks)};
 }

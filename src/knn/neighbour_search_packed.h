@@ -2,7 +2,9 @@
 //
 // Filter space. A continuous input s (scaled, double) becomes P = float(unit * (s - centre)),
 // centre a typical value of that input, unit a power of two that brings typical values near 1; a
-// categorical code becomes a float of the same value and a mismatch counts `unit`. Let delta be the
+// categorical code becomes a float of the same value and a mismatch counts `unit`. On a grid (many
+// inputs, sums of squares, neighbours many grid steps apart) P is rounded to a whole number of at
+// most sqrt(2^30 / m) instead, which the kernel adds up exactly in 32 bits. Let delta be the
 // length of the difference of query and prototype in real arithmetic and in the unit of the filter,
 // A the same of their packed forms (length: root of the sum of squares, sum or maximum of the
 // absolute differences), and E(p), E(q) the lengths of the packing errors. By the triangle
@@ -10,7 +12,8 @@
 //     |A - delta| <= E(p) + E(q).
 // The kernel computes a, which is A^2 (squares) or A (absolute, maximum), from exact floats: one
 // rounding of each difference, at most two of each term and one of each addition, so with m inputs
-//     |a - A^2 or A| <= g a + tiny,   g = (m + 8) 2^-23, tiny = (m + 8) 2^-140 (denormal terms).
+//     |a - A^2 or A| <= g a + tiny,   g = (m + 8) 2^-23, tiny = (m + 8) 2^-140 (denormal terms);
+// on a grid tiny = m + 4: the halves of |p|^2, |q|^2 and of mismatches are rounded down.
 // The defining scan in double gives D: |D - delta / unit| <= h D, h = (m + 8) 2^-50 (or, for a
 // square near the smallest double, off by less than tiny). So if K prototypes have upper bounds
 //     U >= length(a (1 + g) + tiny) + E(p) + E(q),
@@ -40,8 +43,10 @@ class PackedPrototypes {
   /// for (not finite, huge, a prototype's code that is no float). A query's such code matches none.
   bool PackPrototype(const double* row, float* packed) const;
   bool PackQuery(const double* row, double* scaled, float* packed) const;
-  /// E of a packed case: the length of what packing may have changed.
-  double PackingError(const float* packed) const;
+  /// E of a case: the length of what packing has changed.
+  double ErrorOf(const double* scaled, const float* packed) const;
+  /// On a grid: writes the continuous inputs two a word, returns half their squared length.
+  std::int32_t PackPairs(const float* packed, std::int32_t* pairs) const;
 
   /// The greatest distance in filter space that filter value `value` may stand for.
   double Farthest(float value) const;
@@ -59,6 +64,7 @@ class PackedPrototypes {
 
   const PrototypeRows& source() const { return source_; }
   std::int32_t inputs() const { return source_.continuous + source_.categorical; }
+  std::int32_t pairs() const { return onGrid() ? (source_.continuous + 1) / 2 : 0; }
   std::int32_t regular() const { return regular_; }
   std::int32_t chunks() const { return chunks_; }
   const std::int32_t* order() const { return order_.data(); }
@@ -69,13 +75,22 @@ class PackedPrototypes {
   const float* chunkBoxes() const { return chunkBoxes_.data(); }
   double chunkError(std::int32_t chunk) const { return chunkError_[chunk]; }
   double greatestError() const { return greatestError_; }
+  bool errorsAlike() const { return errorsAlike_; }
 
  private:
+  bool onGrid() const { return term_ == FilterTerm::grid; }
+  double ToFilter(double scaled, std::int32_t input) const;
+  float Coordinate(double exact) const;
   void ChooseFrame();
+  double TypicalNearest() const;
+  double GreatestDeviation();
+  void ChooseGrid(double typical);
   bool GrowTree();
   bool Arrange();
   bool Fill();
-  void EncloseChunk(std::int32_t chunk, std::int32_t blocks, HostArray<float>& box);
+  double FloatError(const HostArray<float>& box) const;
+  void StoreBlock(std::int32_t b, const HostArray<float>& lanes);
+  void EncloseChunk(std::int32_t chunk, std::int32_t blocks);
   bool Pause(std::int64_t work);
 
   PrototypeRows source_;
@@ -88,6 +103,7 @@ class PackedPrototypes {
 
   double unit_ = 1;                  // filter units in one unit of distance, a power of two
   HostArray<double> centre_;         // per continuous input
+  double gridEnd_ = 0;               // on a grid: the greatest coordinate, a whole number
   double g_ = 0, h_ = 0, tiny_ = 0;  // bounds of rounding, see above
 
   SpaceTree tree_;
@@ -99,6 +115,7 @@ class PackedPrototypes {
   HostArray<float> chunkBoxes_;   // groups of kBoxGroup chunks
   HostArray<double> chunkError_;  // per chunk: the greatest E
   double greatestError_ = 0;
+  bool errorsAlike_ = true;  // the greatest is at most twice the least
 };
 
 }  // namespace qrvml

@@ -181,10 +181,10 @@ TEST(NeighbourSearch, AgreesWithTheDefiningScanOnAllShapes) {
     int prototypes, continuous, categorical, slots;
   };
   const Row table[] = {
-      {1, 1, 0, 1},    {1, 0, 1, 3},      {2, 1, 0, 5},     {47, 2, 0, 47},
-      {48, 3, 1, 5},   {49, 1, 0, 1},     {100, 0, 4, 10},  {100, 7, 2, 100},
-      {767, 2, 0, 3},  {769, 5, 0, 1000}, {900, 33, 0, 20}, {900, 10, 5, 60},
-      {5000, 1, 0, 7}, {5000, 2, 0, 10},  {5000, 8, 1, 4},  {3000, 3, 0, 1},
+      {1, 1, 0, 1},     {1, 0, 1, 3},     {2, 1, 0, 5},     {47, 2, 0, 47},   {48, 3, 1, 5},
+      {49, 1, 0, 1},    {100, 0, 4, 10},  {100, 7, 2, 100}, {767, 2, 0, 3},   {769, 5, 0, 1000},
+      {900, 33, 0, 20}, {900, 10, 5, 60}, {2000, 8, 0, 5},  {1500, 21, 3, 9}, {5000, 1, 0, 7},
+      {5000, 2, 0, 10}, {5000, 8, 1, 4},  {3000, 3, 0, 1},
   };
   Random random(7);
   for (const Row& row : table) {
@@ -262,7 +262,7 @@ TEST(NeighbourSearch, KeepsTheOrderThatFloatsCannotSee) {
   };
   for (const Row& row : table) {
     for (const int categorical : {0, 2}) {
-      Problem problem = Shape(4, categorical, 12);
+      Problem problem = Shape(row.values == 0 ? 9 : 4, categorical, 12);
       FillRows(problem, random, 1700, 15, [&] {
         const double u = row.values == 0 ? random.Unit() : double(random.Below(row.values));
         return row.offset + row.spread * u + row.spread * u;
@@ -325,12 +325,38 @@ TEST(NeighbourSearch, AnExclusionMayLeaveFewOrNone) {
 
 TEST(NeighbourSearch, QueriesFarFromAllPrototypesAreAnswered) {
   Random random(29);
-  Problem problem = Shape(5, 0, 6);
-  FillRows(problem, random, 2000, 12, [&] { return random.Unit(); });
-  for (int q = 0; q < 12; ++q) {
-    for (int i = 0; i < 5; ++i) problem.queries[q * 5 + i] *= std::pow(10.0, 3 * q);
+  for (const int inputs : {5, 20}) {
+    Problem problem = Shape(inputs, 0, 6);
+    FillRows(problem, random, 2000, 24, [&] { return random.Unit(); });
+    for (int q = 0; q < 24; ++q) {
+      const double factor = q < 12 ? 1.0 + 0.1 * q : std::pow(10.0, 3 * (q - 12));
+      for (int i = 0; i < inputs; ++i) problem.queries[q * inputs + i] *= factor;
+    }
+    ExpectTheDefiningAnswer(problem, "far queries");
   }
-  ExpectTheDefiningAnswer(problem, "far queries");
+}
+
+TEST(NeighbourSearch, ManyPrototypesAtNearlyTheSameDistanceKeepTheirOrder) {
+  // Around each query a shell whose distances differ in the last bits only, far below what a packed
+  // prototype can show, in few and in many inputs, with the origin near and far.
+  Random random(43);
+  for (const int inputs : {4, 9, 30}) {
+    for (const int categorical : {0, 3}) {
+      for (const double offset : {0.0, 1e6}) {
+        Problem problem = Shape(inputs, categorical, 25);
+        FillRows(problem, random, 2500, 10, [&] { return offset + random.Unit(); });
+        const int width = problem.inputs();
+        for (int p = 0; p < 600; ++p) {
+          const int q = p % 10;
+          const double radius = 0.2 * (1.0 + 1e-15 * random.Below(20)) + (p % 7 == 0 ? 1e-9 : 0.0);
+          double* row = &problem.prototypes[std::size_t(random.Below(2500)) * width];
+          for (int i = 0; i < width; ++i) row[i] = problem.queries[q * width + i];
+          row[random.Below(inputs)] += (random.Below(2) == 0 ? -1.0 : 1.0) * radius;
+        }
+        ExpectTheDefiningAnswer(problem, std::to_string(inputs) + " inputs");
+      }
+    }
+  }
 }
 
 /// A memory service that refuses one allocation, counted from 0.
@@ -417,6 +443,9 @@ TEST(NeighbourSearch, APollThatReturnsTrueStops) {
   FillRows(problem, random, 20000, 600, [&] { return random.Unit(); });
   NeighbourSearch search;
   ASSERT_TRUE(search.Build(problem.rows(), Metric::euclidean));
+  Problem few = problem;
+  few.queries.resize(20 * 20);
+  const Answer expected = DefiningScan(few, Metric::euclidean);
   std::vector<Neighbour> neighbours(600 * 5);
   std::vector<std::int32_t> found(600);
   for (const int threads : {1, 2}) {
@@ -424,9 +453,7 @@ TEST(NeighbourSearch, APollThatReturnsTrueStops) {
     EXPECT_FALSE(search.Find(problem.queries.data(), 600, 5, {}, threads, neighbours, found,
                              [&] { return ++polls == 2; }));
     EXPECT_EQ(polls, 2);
-    EXPECT_EQ(Difference(DefiningScan(Problem{problem}, Metric::euclidean),
-                         Find(search, problem, threads)),
-              "");
+    EXPECT_EQ(Difference(expected, Find(search, few, threads)), "");
   }
   int polls = 0;
   EXPECT_FALSE(search.Build(problem.rows(), Metric::euclidean, [&] { return ++polls == 1; }));
@@ -444,6 +471,7 @@ TEST(NeighbourSearch, APollThatThrowsLeavesTheSearchUsable) {
   EXPECT_THROW(search.Find(problem.queries.data(), 300, 5, {}, 2, neighbours, found,
                            []() -> bool { throw std::runtime_error("cancelled"); }),
                std::runtime_error);
+  problem.queries.resize(20 * 20);
   EXPECT_EQ(Difference(DefiningScan(problem, Metric::cityBlock), Find(search, problem, 2)), "");
 }
 

@@ -21,8 +21,11 @@ inline constexpr int kBoxGroup = 16;          // boxes tested at once; equals kC
 inline constexpr int kTile = 6;               // queries that share a pass over a chunk
 inline constexpr int kCandidatePadding = 16;  // elements past the last candidate a kernel may touch
 
-/// How one input's difference enters the filter value.
-enum class FilterTerm : int { square = 0, absolute = 1, maximum = 2 };
+/// How one input's difference enters the filter value. On a grid, continuous inputs are whole
+/// numbers and |p - q|^2 / 2 = |p|^2 / 2 + |q|^2 / 2 - pq is exact but for the halves, at twice the
+/// speed.
+enum class FilterTerm : int { square = 0, absolute = 1, maximum = 2, grid = 3 };
+inline constexpr int kFilterTerms = 4;
 
 /// The inputs of a packed case: continuous first, then categorical codes, which contribute
 /// `mismatch` where they differ.
@@ -30,11 +33,15 @@ struct FilterShape {
   std::int32_t continuous = 0;
   std::int32_t categorical = 0;
   float mismatch = 0;
+  std::int32_t halfMismatch = 0;  // on a grid: half of it, rounded down
+  std::int32_t blockRows = 0;
 };
 
 /// One of the queries that share a pass, and its candidates: prototypes that passed the filter.
 struct FilterQuery {
-  const float* inputs = nullptr;  // packed like a prototype
+  const float* inputs = nullptr;        // continuous, then categorical
+  const std::int32_t* pairs = nullptr;  // on a grid: the continuous inputs, two a word
+  std::int32_t halfSquare = 0;          // on a grid: half their squared length, rounded down
   float limit = -1;             // prototypes with a greater filter value are out; below 0: no part
   std::int32_t candidates = 0;  // in the arrays below
   std::int32_t full = 0;        // number of candidates at which the pass is interrupted
@@ -56,11 +63,12 @@ struct NeighbourKernel {
   /// Filters a chunk's blocks from `firstBlock` on for kTile queries. Returns the number of blocks
   /// done: less than blockCount when a query is full. *wanted grows by the number of (query, block)
   /// pairs that were computed.
-  int (*scan[3])(const FilterShape&, const FilterChunk&, FilterQuery* queries, int firstBlock,
-                 std::int64_t* wanted);
+  int (*scan[kFilterTerms])(const FilterShape&, const FilterChunk&, FilterQuery* queries,
+                            int firstBlock, std::int64_t* wanted);
   /// bounds[box] = a value no greater than any filter value of the query and a prototype in the
   /// box.
-  void (*bound[3])(const FilterShape&, const float* group, const float* query, float* bounds);
+  void (*bound[kFilterTerms])(const FilterShape&, const float* group, const float* query,
+                              float* bounds);
   /// The value at `rank` (from 1) among `count` values >= 0, or one of the next `slack` in order.
   float (*select)(const float* values, std::int32_t count, std::int32_t rank, std::int32_t slack);
   /// Moves the candidates from `from` on that are not above `limit` to `to` <= from, in order;

@@ -40,6 +40,17 @@ inline Vector WhereOutside(Vector low, Vector high, Vector a, Vector x) {
 inline unsigned NotAbove(Vector a, Vector limit) {
   return _mm512_cmp_ps_mask(a, limit, _CMP_LE_OQ);
 }
+using Words = __m512i;
+inline Words LoadWords(const float* p) { return _mm512_loadu_si512(p); }
+inline Words SpreadWord(std::int32_t x) { return _mm512_set1_epi32(x); }
+inline Words Plus(Words a, Words b) { return _mm512_add_epi32(a, b); }
+inline Words MinusProducts(Words sum, Words a, Words b) {
+  return _mm512_sub_epi32(sum, _mm512_madd_epi16(a, b));
+}
+inline Words Bits(Vector a) { return _mm512_castps_si512(a); }
+inline Vector BitsOfVector(Words a) { return _mm512_castsi512_ps(a); }
+inline Vector Numbers(Words a) { return _mm512_maskz_cvtepi32_ps(0xFFFF, a); }
+inline unsigned NotAbove(Words a, Words limit) { return _mm512_cmple_epi32_mask(a, limit); }
 #elif defined(__AVX2__)
 using Vector = __m256;
 constexpr int kWidth = 8;
@@ -61,6 +72,21 @@ inline Vector WhereOutside(Vector low, Vector high, Vector a, Vector x) {
 inline unsigned NotAbove(Vector a, Vector limit) {
   return unsigned(_mm256_movemask_ps(_mm256_cmp_ps(a, limit, _CMP_LE_OQ)));
 }
+using Words = __m256i;
+inline Words LoadWords(const float* p) {
+  return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+}
+inline Words SpreadWord(std::int32_t x) { return _mm256_set1_epi32(x); }
+inline Words Plus(Words a, Words b) { return _mm256_add_epi32(a, b); }
+inline Words MinusProducts(Words sum, Words a, Words b) {
+  return _mm256_sub_epi32(sum, _mm256_madd_epi16(a, b));
+}
+inline Words Bits(Vector a) { return _mm256_castps_si256(a); }
+inline Vector BitsOfVector(Words a) { return _mm256_castsi256_ps(a); }
+inline Vector Numbers(Words a) { return _mm256_cvtepi32_ps(a); }
+inline unsigned NotAbove(Words a, Words limit) {
+  return unsigned(_mm256_movemask_ps(_mm256_castsi256_ps(_mm256_cmpgt_epi32(a, limit)))) ^ 0xFFU;
+}
 #else
 using Vector = __m128;
 constexpr int kWidth = 4;
@@ -81,11 +107,28 @@ inline Vector WhereOutside(Vector low, Vector high, Vector a, Vector x) {
 inline unsigned NotAbove(Vector a, Vector limit) {
   return unsigned(_mm_movemask_ps(_mm_cmple_ps(a, limit)));
 }
+using Words = __m128i;
+inline Words LoadWords(const float* p) {
+  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+}
+inline Words SpreadWord(std::int32_t x) { return _mm_set1_epi32(x); }
+inline Words Plus(Words a, Words b) { return _mm_add_epi32(a, b); }
+inline Words MinusProducts(Words sum, Words a, Words b) {
+  return _mm_sub_epi32(sum, _mm_madd_epi16(a, b));
+}
+inline Words Bits(Vector a) { return _mm_castps_si128(a); }
+inline Vector BitsOfVector(Words a) { return _mm_castsi128_ps(a); }
+inline Vector Numbers(Words a) { return _mm_cvtepi32_ps(a); }
+inline unsigned NotAbove(Words a, Words limit) {
+  return unsigned(_mm_movemask_ps(_mm_castsi128_ps(_mm_cmpgt_epi32(a, limit)))) ^ 0xFU;
+}
 #endif
 
 template <FilterTerm term>
 inline Vector Accumulate(Vector sum, Vector difference) {
-  if constexpr (term == FilterTerm::square) return AddSquare(sum, difference);
+  if constexpr (term == FilterTerm::square || term == FilterTerm::grid) {
+    return AddSquare(sum, difference);
+  }
   if constexpr (term == FilterTerm::absolute) return sum + Absolute(difference);
   return Greater(sum, Absolute(difference));
 }
@@ -240,8 +283,70 @@ void Tile(const FilterShape& shape, const float* block, FilterQuery* const* quer
   }
 }
 
-// Rounding is monotone and the terms come in the order of Tile, so the bound is below every filter
-// value in the box without a margin.
+/// The same on a grid.
+template <int count>
+void GridTile(const FilterShape& shape, const float* block, FilterQuery* const* queries,
+              std::int32_t position) {
+  const std::int32_t* pairs[count];
+  for (int q = 0; q < count; ++q) pairs[q] = queries[q]->pairs;
+
+  for (int first = 0; first < kLanes; first += kVectors * kWidth) {
+    const float* lanes = block + first;
+    Words sum[count][kVectors];
+#pragma GCC unroll 8
+    for (int v = 0; v < kVectors; ++v) {
+      const Words halfSquare = LoadWords(lanes + v * kWidth);
+#pragma GCC unroll 8
+      for (int q = 0; q < count; ++q) sum[q][v] = halfSquare;
+    }
+    lanes += kLanes;
+    const std::int32_t words = (shape.continuous + 1) / 2;
+    for (std::int32_t w = 0; w < words; ++w, lanes += kLanes) {
+      Words prototype[kVectors];
+#pragma GCC unroll 8
+      for (int v = 0; v < kVectors; ++v) prototype[v] = LoadWords(lanes + v * kWidth);
+#pragma GCC unroll 8
+      for (int q = 0; q < count; ++q) {
+        const Words query = SpreadWord(pairs[q][w]);
+#pragma GCC unroll 8
+        for (int v = 0; v < kVectors; ++v) {
+          sum[q][v] = MinusProducts(sum[q][v], prototype[v], query);
+        }
+      }
+    }
+    const Vector mismatch = BitsOfVector(SpreadWord(shape.halfMismatch));
+    for (std::int32_t i = 0; i < shape.categorical; ++i, lanes += kLanes) {
+#pragma GCC unroll 8
+      for (int q = 0; q < count; ++q) {
+        const Vector query = Spread(queries[q]->inputs[shape.continuous + i]);
+#pragma GCC unroll 8
+        for (int v = 0; v < kVectors; ++v) {
+          const Vector different = WhereDifferent(Load(lanes + v * kWidth), query, mismatch);
+          sum[q][v] = Plus(sum[q][v], Bits(different));
+        }
+      }
+    }
+#pragma GCC unroll 8
+    for (int q = 0; q < count; ++q) {
+      // sum + halfSquare <= limit / 2, with one more for rounding.
+      const double room = double(queries[q]->limit) / 2 - queries[q]->halfSquare + 1;
+      const Words limit = SpreadWord(room < 0x7FFFFFFF ? std::int32_t(room) : 0x7FFFFFFF);
+#pragma GCC unroll 8
+      for (int v = 0; v < kVectors; ++v) {
+        const unsigned near = NotAbove(sum[q][v], limit);
+        if (__builtin_expect(near != 0, 0)) {
+          const Vector half = Numbers(Plus(sum[q][v], SpreadWord(queries[q]->halfSquare)));
+          // Rounding down may have made it -1; Select needs values >= 0.
+          const Vector values = Greater(half + half, Spread(0.0F));
+          Append(*queries[q], values, near, position + first + v * kWidth);
+        }
+      }
+    }
+  }
+}
+
+// The terms are those of Tile, so the same bound of rounding holds: a box whose bound is above the
+// limit holds no prototype that has to be kept.
 template <FilterTerm term>
 void Bound(const FilterShape& shape, const float* group, const float* query, float* bounds) {
   constexpr int kParts = kBoxGroup / kWidth;
@@ -270,11 +375,21 @@ void Bound(const FilterShape& shape, const float* group, const float* query, flo
   for (int v = 0; v < kParts; ++v) Store(bounds + v * kWidth, sum[v]);
 }
 
+template <FilterTerm term, int count>
+constexpr auto TileOf() {
+  if constexpr (term == FilterTerm::grid) {
+    return GridTile<count>;
+  } else {
+    return Tile<term, count>;
+  }
+}
+
 template <FilterTerm term>
 int Scan(const FilterShape& shape, const FilterChunk& chunk, FilterQuery* queries, int firstBlock,
          std::int64_t* wanted) {
-  static constexpr decltype(&Tile<term, 1>) kTiles[kTile] = {
-      Tile<term, 1>, Tile<term, 2>, Tile<term, 3>, Tile<term, 4>, Tile<term, 5>, Tile<term, 6>};
+  static constexpr decltype(TileOf<term, 1>()) kTiles[kTile] = {
+      TileOf<term, 1>(), TileOf<term, 2>(), TileOf<term, 3>(),
+      TileOf<term, 4>(), TileOf<term, 5>(), TileOf<term, 6>()};
   static_assert(kBoxGroup == qrvml::kChunkBlocks);
 
   unsigned blocks[kTile];  // per query, bit b: block b may hold a survivor
@@ -290,7 +405,7 @@ int Scan(const FilterShape& shape, const FilterChunk& chunk, FilterQuery* querie
     blocks[q] &= near;
   }
 
-  const std::int64_t blockSize = std::int64_t(shape.continuous + shape.categorical) * kLanes;
+  const std::int64_t blockSize = std::int64_t(shape.blockRows) * kLanes;
   for (int b = firstBlock; b < chunk.blockCount; ++b) {
     FilterQuery* active[kTile];
     int count = 0;
@@ -331,8 +446,10 @@ void Enclose(std::int32_t inputs, const float* block, float* smallest, float* la
 
 constexpr qrvml::NeighbourKernel MakeKernel(int level) {
   return {level,
-          {Scan<FilterTerm::square>, Scan<FilterTerm::absolute>, Scan<FilterTerm::maximum>},
-          {Bound<FilterTerm::square>, Bound<FilterTerm::absolute>, Bound<FilterTerm::maximum>},
+          {Scan<FilterTerm::square>, Scan<FilterTerm::absolute>, Scan<FilterTerm::maximum>,
+           Scan<FilterTerm::grid>},
+          {Bound<FilterTerm::square>, Bound<FilterTerm::absolute>, Bound<FilterTerm::maximum>,
+           Bound<FilterTerm::grid>},
           Select,
           Keep,
           Enclose};
