@@ -37,43 +37,26 @@ std::string_view FirstBytes(std::string_view text) {
 }  // namespace
 
 Parsed ParseSelectionText(CLittleParser& parser, std::string& text, double& number) {
-  for (;;) {
-    switch (parser.Next()) {
-      case CLittleParser::Symbol::end:
-        return Parsed::invalid;
-      case CLittleParser::Symbol::number:
-        number = parser.number();
-        return Parsed::number;
-      case CLittleParser::Symbol::name:
-      case CLittleParser::Symbol::quoted:
-        for (const std::string_view choice : {"*", "None"}) {
-          if (parser.text().find(choice) == std::string::npos) continue;
-          text = choice;
-          return Parsed::text;
-        }
-        return Parsed::invalid;
-      case CLittleParser::Symbol::other:
-        break;
-    }
+  const Parsed parsed = ParseValueText(parser, text, number);
+  if (parsed != Parsed::text) return parsed;
+  for (const std::string_view choice : {"*", "None"}) {
+    if (text.find(choice) == std::string::npos) continue;
+    text = choice;
+    return Parsed::text;
   }
+  return Parsed::invalid;
 }
 
 Parsed ParseValueText(CLittleParser& parser, std::string& text, double& number) {
-  for (;;) {
-    switch (parser.Next()) {
-      case CLittleParser::Symbol::end:
-        return Parsed::invalid;
-      case CLittleParser::Symbol::number:
-        number = parser.number();
-        return Parsed::number;
-      case CLittleParser::Symbol::name:
-      case CLittleParser::Symbol::quoted:
-        text = parser.text();
-        return Parsed::text;
-      case CLittleParser::Symbol::other:
-        break;
-    }
+  CLittleParser::Symbol symbol = parser.Next();
+  while (symbol == CLittleParser::Symbol::other) symbol = parser.Next();
+  if (symbol == CLittleParser::Symbol::end) return Parsed::invalid;
+  if (symbol == CLittleParser::Symbol::number) {
+    number = parser.number();
+    return Parsed::number;
   }
+  text = parser.text();
+  return Parsed::text;
 }
 
 bool CategoryOfEntry(const AnalysisDataSet& data, std::size_t i, std::string_view entry,

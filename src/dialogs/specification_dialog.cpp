@@ -26,9 +26,15 @@ std::string CodesText(std::size_t variables, const auto& isFixed, const auto& ta
   return ListText(lists);
 }
 
-std::vector<double> CodesOf(const CategoryTable& table) {
-  std::vector<double> codes;
-  for (const auto& category : table.codes()) codes.push_back(static_cast<double>(category.code));
+/// The fixed codes of each variable, none of an open one.
+std::vector<std::vector<double>> FixedCodes(std::size_t variables, const auto& isFixed,
+                                            const auto& table) {
+  std::vector<std::vector<double>> codes(variables);
+  for (std::size_t i = 0; i < variables; ++i) {
+    if (!isFixed(i)) continue;
+    for (const auto& category : table(i).codes())
+      codes[i].push_back(static_cast<double>(category.code));
+  }
   return codes;
 }
 
@@ -91,10 +97,9 @@ bool SpecificationDialog::ChooseCodes(int title, const std::vector<int>& variabl
 
 bool SpecificationDialog::ChoosePredictorCodes() {
   const auto& variables = data_.roles().categoricalPredictors;
-  std::vector<std::vector<double>> codes;
-  for (std::size_t i = 0; i < variables.size(); ++i)
-    codes.push_back(data_.IsPredictorFixed(i) ? CodesOf(data_.predictorCategories(i))
-                                              : std::vector<double>());
+  auto codes = FixedCodes(
+      variables.size(), [this](std::size_t i) { return data_.IsPredictorFixed(i); },
+      [this](std::size_t i) -> const CategoryTable& { return data_.predictorCategories(i); });
   if (!ChooseCodes(124, variables, codes)) return false;
   data_.FixPredictorCategories(codes);
   return true;
@@ -102,10 +107,9 @@ bool SpecificationDialog::ChoosePredictorCodes() {
 
 bool SpecificationDialog::ChooseResponseCodes() {
   const auto& variables = data_.roles().categoricalDependents;
-  std::vector<std::vector<double>> codes;
-  for (std::size_t i = 0; i < variables.size(); ++i)
-    codes.push_back(data_.IsDependentFixed(i) ? CodesOf(data_.dependentCategories(i))
-                                              : std::vector<double>());
+  auto codes = FixedCodes(
+      variables.size(), [this](std::size_t i) { return data_.IsDependentFixed(i); },
+      [this](std::size_t i) -> const CategoryTable& { return data_.dependentCategories(i); });
   if (!ChooseCodes(127, variables, codes)) return false;
   data_.FixDependentCategories(codes);
   return true;

@@ -54,44 +54,46 @@ bool KNNDialog::OnOK() {
 
 bool KNNDialog::HasTestSample() { return data().sampling.defined || Refuse(205); }
 
+bool KNNDialog::ReadUpTo(std::string_view field, std::int32_t most, std::string_view rangeText,
+                         std::int32_t& value) {
+  if (!ReadField(field, value)) return Refuse(125);
+  return (value >= 1 && value <= most) || RefuseRange(rangeText, most);
+}
+
 bool KNNDialog::ReadSettings() {
   engine_.Reset();
   const std::int32_t prototypes = data().StoredRows(Sample::training);
   std::int32_t value = 0;
-  if (!ReadField("KNearestNeighbors", value)) return Refuse(125);
-  if (value < 1 || value > prototypes) return RefuseRange(knn::kNeighboursRange, prototypes);
+  if (!ReadUpTo("KNearestNeighbors", prototypes, knn::kNeighboursRange, value)) return false;
   engine_.k = value;
-  if (!ReadField("CrossVSeed", value) || value > kHighestSeed) return Refuse(125);
-  if (value < 0) return Refuse(211);
-  engine_.crossValidationSeed = value;
-  return !engine_.applyCrossValidation || ReadCrossValidation(prototypes);
+  std::int32_t seed = 0;
+  if (!ReadField("CrossVSeed", seed) || seed > kHighestSeed) return Refuse(125);
+  if (seed < 0) return Refuse(211);
+  engine_.crossValidationSeed = seed;
+  return !engine_.applyCrossValidation || ReadCrossValidation(prototypes - 1);
 }
 
-bool KNNDialog::ReadCrossValidation(std::int32_t prototypes) {
-  const std::int32_t most = prototypes - 1;
+bool KNNDialog::ReadCrossValidation(std::int32_t most) {
   std::int32_t value = 0;
-  if (!ReadField("VValue", value)) return Refuse(125);
-  if (value < 1 || value > most)
-    return RefuseRange(
-        "The size of the cross-validation sample for the specific analysis must lay in the range 1-",
-        most);
+  if (!ReadUpTo("VValue", most,
+                "The size of the cross-validation sample for the specific analysis must lay in the "
+                "range 1-",
+                value))
+    return false;
   engine_.folds = value;
-
-  if (!ReadField("MinimumK", value)) return Refuse(125);
-  if (value < 1 || value > most)
-    return RefuseRange(
-        "Minimum number of nearest neighbors for the specific analysis must be lay in the range 1-",
-        most);
+  if (!ReadUpTo("MinimumK", most,
+                "Minimum number of nearest neighbors for the specific analysis must be lay in the "
+                "range 1-",
+                value))
+    return false;
   engine_.minimumK = value;
-
-  if (!ReadField("MaximumK", value)) return Refuse(125);
-  if (value < 1 || value > most)
-    return RefuseRange(
-        "Maximum number of nearest neighbors for the specified analysis must lay in the range 1-",
-        most);
+  if (!ReadUpTo("MaximumK", most,
+                "Maximum number of nearest neighbors for the specified analysis must lay in the "
+                "range 1-",
+                value))
+    return false;
   if (!IsGreater(value, engine_.minimumK)) return Refuse(214);
   engine_.maximumK = value;
-
   // An increment below 1 would make no grid; no range text speaks of it.
   if (!ReadField("DeltaK", value) || value < 1) return Refuse(125);
   const auto sum = static_cast<std::int64_t>(engine_.minimumK + engine_.maximumK);

@@ -27,7 +27,10 @@ class KNNDialog final : public SpecificationDialog {
  private:
   bool HasTestSample();             // 205
   bool ReadSettings();              // 125, range texts, 211, 214
-  bool ReadCrossValidation(std::int32_t prototypes);
+  bool ReadCrossValidation(std::int32_t most);
+  /// Reads an integer field that goes from 1 to `most`. False: message 125, or the range text.
+  bool ReadUpTo(std::string_view field, std::int32_t most, std::string_view rangeText,
+                std::int32_t& value);
   bool Train();
 
   KNNEngine& engine_;
