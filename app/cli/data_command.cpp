@@ -26,7 +26,7 @@ class TextTable {
   void AddColumn(std::string heading, Align align) {
     columns_.push_back({align, {std::move(heading)}});
   }
-  void Set(std::size_t column, std::string text) {
+  void Set(std::size_t column, const std::string& text) {
     columns_[column].cells.push_back(PrintableText(text));
   }
   void Write(std::ostream& out) const;

@@ -34,7 +34,7 @@ std::string Lower(std::string_view text) {
   return lower;
 }
 
-std::string FirstLine(std::string text) { return text.substr(0, text.find('\n')); }
+std::string FirstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
 
 struct Refused {
   std::string what;
