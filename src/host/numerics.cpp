@@ -1,5 +1,6 @@
 #include "host/numerics.h"
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
 
@@ -10,6 +11,23 @@ std::string_view TrimBlanks(std::string_view text) {
   while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
   while (!text.empty() && (text.back() == ' ' || text.back() == '\t')) text.remove_suffix(1);
   return text;
+}
+
+/// Whether the decimal number `text`, which is not 0, is below 1 by its digits and exponent.
+bool IsBelowOne(std::string_view text) {
+  const std::size_t mark = std::min(text.find_first_of("eE"), text.size());
+  const std::string_view digits = text.substr(0, mark);
+  const std::size_t first = std::min(digits.find_first_of("123456789"), digits.size());
+  const std::size_t point = std::min(digits.find('.'), digits.size());
+  long long exponent = 0;
+  if (mark < text.size()) {
+    std::string_view shown = text.substr(mark + 1);
+    if (shown.front() == '+') shown.remove_prefix(1);
+    const char* end = shown.data() + shown.size();
+    // More digits than an exponent can have: its sign decides.
+    if (std::from_chars(shown.data(), end, exponent).ec != std::errc()) return shown.front() == '-';
+  }
+  return exponent + static_cast<long long>(point) - static_cast<long long>(first) <= 0;
 }
 
 std::string GeneralText(double value, int digits) {
@@ -41,10 +59,8 @@ bool TextToDouble(std::string_view text, double& number) {
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
   if (end != text.data() + text.size() || text.empty()) return false;
   if (error == std::errc::result_out_of_range) {
-    // Too small reads as the nearest double, 0 or a denormal; too large fits no double.
-    const std::size_t exponent = text.find_first_of("eE");
-    if (exponent == std::string_view::npos || text.find('-', exponent) == std::string_view::npos)
-      return false;
+    // Too small reads as the nearest double, 0; too large fits no double.
+    if (!IsBelowOne(text)) return false;
     value = text.front() == '-' ? -0.0 : 0.0;
   } else if (error != std::errc()) {
     return false;
