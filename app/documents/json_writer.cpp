@@ -76,6 +76,10 @@ void JsonWriter::String(std::string_view text) {
 void JsonWriter::Number(double value) {
   if (!std::isfinite(value)) return Null();
   BeforeValue();
+  if (value == 0 && std::signbit(value)) {
+    out_ += "-0.0";  // a reader takes "-0" for an integer, which has no sign at 0
+    return;
+  }
   char buffer[64];
   // to_chars without a format writes the shortest text of fixed and exponent notation; whole
   // numbers up to 2^53 stay free of an exponent.
