@@ -17,6 +17,7 @@ namespace qrvml {
 namespace {
 
 constexpr std::size_t kGroupsInBatch = 8;      // groups that share a chunk while it is in cache
+constexpr std::int64_t kPackingWork = 16;      // cost of packing an input, in inputs of the filter
 constexpr std::size_t kBatchBytes = 16 << 20;  // memory of a batch, unless one query needs more
 
 const NeighbourKernel& KernelFor(int level) {
@@ -48,11 +49,33 @@ class SearchRun {
  public:
   SearchRun(const PackedPrototypes& packed, const double* queries, std::int32_t count,
             BatchPlan plan, std::span<Neighbour> neighbours, std::span<std::int32_t> found)
-      : packed_(packed), queries_(queries), plan_(plan), neighbours_(neighbours), found_(found) {
-    ArrangeQueries(count);
-  }
+      : packed_(packed),
+        queries_(queries),
+        plan_(plan),
+        neighbours_(neighbours),
+        found_(found),
+        order_(count) {}
 
   std::atomic<bool>& stop() { return stop_; }
+
+  /// Puts near queries into one group, so that they want the same chunks. False: stopped.
+  bool ArrangeQueries(SearchPace pace) {
+    const std::int32_t count = std::int32_t(order_.size());
+    HostArray<std::uint64_t> keys(count);
+    HostArray<double> scaled(packed_.inputs());
+    HostArray<float> centred(packed_.inputs());
+    for (std::int32_t q = 0; q < count; ++q) {
+      const double* row = queries_ + std::size_t(q) * packed_.inputs();
+      packed_.PackQuery(row, scaled.data(), centred.data());
+      std::int32_t leaf = 0;
+      packed_.tree().Leaves(centred.data(), packed_.inputs(), 1, &leaf);
+      keys[q] = std::uint64_t(leaf) << 32 | std::uint32_t(q);
+      if (pace.Spend(packed_.inputs() * kPackingWork)) return false;
+    }
+    std::sort(keys.begin(), keys.end());
+    for (std::int32_t q = 0; q < count; ++q) order_[q] = std::int32_t(keys[q] & 0xFFFFFFFFU);
+    return true;
+  }
 
   /// Searches batches until none is left or the search is stopped.
   void Work(std::span<QueryGroup> groups, SearchPace pace) {
@@ -67,23 +90,6 @@ class SearchRun {
   }
 
  private:
-  // Near queries share a group, so that they want the same chunks.
-  void ArrangeQueries(std::int32_t count) {
-    HostArray<std::uint64_t> keys(count);
-    HostArray<double> scaled(packed_.inputs());
-    HostArray<float> centred(packed_.inputs());
-    for (std::int32_t q = 0; q < count; ++q) {
-      const double* row = queries_ + std::size_t(q) * packed_.inputs();
-      packed_.PackQuery(row, scaled.data(), centred.data());
-      std::int32_t leaf = 0;
-      packed_.tree().Leaves(centred.data(), packed_.inputs(), 1, &leaf);
-      keys[q] = std::uint64_t(leaf) << 32 | std::uint32_t(q);
-    }
-    std::sort(keys.begin(), keys.end());
-    order_.Resize(count);
-    for (std::int32_t q = 0; q < count; ++q) order_[q] = std::int32_t(keys[q] & 0xFFFFFFFFU);
-  }
-
   bool SearchBatch(std::span<const std::int32_t> batch, std::span<QueryGroup> groups,
                    SearchPace& pace) {
     std::size_t used = 0;
@@ -163,8 +169,14 @@ NeighbourSearch::NeighbourSearch(NeighbourSearch&&) noexcept = default;
 NeighbourSearch& NeighbourSearch::operator=(NeighbourSearch&&) noexcept = default;
 
 int NeighbourSearch::ProcessorLevel() {
-  if (__builtin_cpu_supports("x86-64-v4")) return 4;
-  return __builtin_cpu_supports("x86-64-v3") ? 3 : 2;
+  // The features a level added last; no processor has them without the level's others.
+  const bool v3 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
+                  __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2");
+  const bool v4 = v3 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+                  __builtin_cpu_supports("avx512cd") && __builtin_cpu_supports("avx512dq") &&
+                  __builtin_cpu_supports("avx512vl");
+  if (v4) return 4;
+  return v3 ? 3 : 2;
 }
 
 void NeighbourSearch::LimitLevel(int level) { level_ = std::min(level, ProcessorLevel()); }
@@ -199,6 +211,7 @@ bool NeighbourSearch::Find(const double* queries, std::int32_t count, std::int32
     return std::span(groups).subspan(std::size_t(thread) * plan.groups, plan.groups);
   };
   const SearchPace pace(run.stop(), poll ? &poll : nullptr);
+  if (!run.ArrangeQueries(pace)) return false;
   Workers workers(run.stop());
   for (int thread = 1; thread < used; ++thread) {
     workers.Start(

@@ -103,9 +103,7 @@ bool PackedPrototypes::Build(const PrototypeRows& prototypes, Metric metric,
   poll_ = poll ? &poll : nullptr;
   g_ = (inputs() + 8) * 0x1p-23;
   h_ = (inputs() + 8) * 0x1p-50;
-  ChooseFrame();
-  tiny_ = onGrid() ? inputs() + 4.0 : (inputs() + 8) * 0x1p-140;
-  const bool done = GrowTree() && Arrange() && Fill();
+  const bool done = ChooseFrame() && GrowTree() && Arrange() && Fill();
   poll_ = nullptr;
   return done;
 }
@@ -117,7 +115,7 @@ bool PackedPrototypes::Pause(std::int64_t work) {
   return poll_ != nullptr && (*poll_)();
 }
 
-void PackedPrototypes::ChooseFrame() {
+bool PackedPrototypes::ChooseFrame() {
   // Medians, so that a few outliers do not cost the others their precision.
   const std::int32_t step = std::max(1, source_.count / kFrameSample);
   centre_.Assign(source_.continuous, 0.0);
@@ -141,11 +139,15 @@ void PackedPrototypes::ChooseFrame() {
   if (source_.categorical > 0 || typical == 0) typical = std::max(typical, 1.0);
   // The exponent's limits keep the rounding of the smallest doubles below `tiny`.
   unit_ = std::ldexp(1.0, std::clamp(-std::ilogb(typical), -1000, 400));
-  if (term_ == FilterTerm::square && source_.continuous >= kGridInputs) ChooseGrid(typical);
+  if (term_ == FilterTerm::square && source_.continuous >= kGridInputs && !ChooseGrid(typical)) {
+    return false;
+  }
   const double mismatch = Squares(term_) ? unit_ * unit_ : unit_;
   shape_ = {source_.continuous, source_.categorical, float(mismatch),
             onGrid() ? std::int32_t(mismatch / 2) : 0,
             onGrid() ? 1 + pairs() + source_.categorical : inputs()};
+  tiny_ = onGrid() ? inputs() + 4.0 : (inputs() + 8) * 0x1p-140;
+  return true;
 }
 
 double PackedPrototypes::TypicalNearest() const {
@@ -175,31 +177,35 @@ double PackedPrototypes::TypicalNearest() const {
   return metric_ == Metric::euclidean ? nearest[kAsked / 2] : std::sqrt(nearest[kAsked / 2]);
 }
 
-double PackedPrototypes::GreatestDeviation() {
-  double farthest = 0;
+bool PackedPrototypes::GreatestDeviation(double* farthest) {
   for (std::int32_t p = 0; p < source_.count; ++p) {
     const double* row = source_.rows + std::size_t(p) * inputs();
     for (std::int32_t i = 0; i < source_.continuous; ++i) {
       const double t = std::fabs((source_.shift[i] + source_.scale[i] * row[i]) - centre_[i]);
-      if (t > farthest && std::isfinite(t)) farthest = t;
+      if (t > *farthest && std::isfinite(t)) *farthest = t;
     }
+    if (Pause(inputs())) return false;
   }
-  return farthest;
+  return true;
 }
 
-void PackedPrototypes::ChooseGrid(double typical) {
+bool PackedPrototypes::ChooseGrid(double typical) {
   const double end = std::floor(std::sqrt(kGridSquare / inputs()));
   // As if the data had two dimensions: among more prototypes neighbours are nearer.
   const double denser = std::sqrt(std::max(1.0, double(source_.count) / kNearSample));
   const double wanted = kGridSteps * denser * std::sqrt(double(source_.continuous));
   const double nearest = TypicalNearest();
-  if (!(nearest < std::numeric_limits<double>::max()) || nearest * end < wanted * typical) return;
-  const double farthest = std::max(typical, GreatestDeviation());
+  if (!(nearest < std::numeric_limits<double>::max()) || nearest * end < wanted * typical) {
+    return true;
+  }
+  double farthest = typical;
+  if (!GreatestDeviation(&farthest)) return false;
   const double unit = end / farthest;
-  if (nearest * unit < wanted || unit < 0x1p-1000 || unit > 0x1p400) return;
+  if (nearest * unit < wanted || unit < 0x1p-1000 || unit > 0x1p400) return true;
   term_ = FilterTerm::grid;
   unit_ = unit;
   gridEnd_ = end;
+  return true;
 }
 
 double PackedPrototypes::ToFilter(double scaled, std::int32_t input) const {

@@ -81,10 +81,10 @@ class PackedPrototypes {
   bool onGrid() const { return term_ == FilterTerm::grid; }
   double ToFilter(double scaled, std::int32_t input) const;
   float Coordinate(double exact) const;
-  void ChooseFrame();
+  bool ChooseFrame();
   double TypicalNearest() const;
-  double GreatestDeviation();
-  void ChooseGrid(double typical);
+  bool GreatestDeviation(double* farthest);
+  bool ChooseGrid(double typical);
   bool GrowTree();
   bool Arrange();
   bool Fill();
