@@ -12,6 +12,7 @@ build_packages=(
   nlohmann-json3-dev=/usr/include/nlohmann/json.hpp
   libfmt-dev=/usr/include/fmt/format.h
   libxlsxwriter-dev=/usr/include/xlsxwriter.h
+  libreadstat-dev=/usr/include/readstat.h
 )
 test_packages=(
   libgtest-dev=/usr/include/gtest/gtest.h
