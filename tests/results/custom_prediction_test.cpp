@@ -1,0 +1,91 @@
+// Predictions of a case typed in: as a text both ways, and through the input form.
+#include "knn/knn_analysis.h"
+
+namespace qrvml::test {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+/// Categories "Homme" (1), "Femme" (2); the class follows x.
+TableFile People() {
+  return TableFile("x u=Homme,Femme genre=petit,grand",
+                   {"150 Homme petit", "151 Femme petit", "190 Homme grand", "191 Femme grand",
+                    "152 Homme petit"});
+}
+
+struct Entry {
+  const char *x, *u;
+  bool isValid;
+  double inputs[2];
+};
+
+TEST(CustomForm, ReadsNumbersLabelsWithoutCaseAndCodes) {
+  const Entry entries[] = {
+      {"160", "femme", true, {160, 2}},
+      {" 160.5 ", "HOMME", true, {160.5, 1}},
+      {"1.23456789", "2.7", true, {1.234567, 2}},  // eight bytes are read
+      {"160", "5", false, {160, -9999}},
+      {"abc", "1", false, {-9999, 1}},
+      {"160", "", false, {160, -9999}},
+  };
+  for (const Entry& entry : entries) {
+    KnnAnalysis knn(People(), "| genre | x | u", 4);
+    knn.Train();
+    knn.host.inputFormAnswers.push_back({entry.x, entry.u});
+    EXPECT_TRUE(knn.Press("CustomPredictions").Succeeded());
+    EXPECT_EQ(knn.host.messages,
+              entry.isValid ? std::vector<Message>{} : std::vector<Message>{Of(143)});
+    ASSERT_TRUE(knn.Press("PrintCustomPredictions").Succeeded());
+    const Spreadsheet& table = knn.host.spreadsheets.at(0);
+    EXPECT_EQ(table.columns.at(0).values.at(0), entry.inputs[0]) << entry.x;
+    EXPECT_EQ(table.columns.at(0).values.at(1), entry.inputs[1]) << entry.u;
+    EXPECT_EQ(table.columns.at(0).values.at(2) == -9999, !entry.isValid) << entry.u;
+  }
+}
+
+TEST(CustomCase, IsPrintedOnceWithItsPrediction) {
+  KnnAnalysis knn(People(), "| genre | x | u", 4);
+  knn.Train();
+  EXPECT_FALSE(knn.dialog().IsEnabled("PrintCustomPredictions"));
+  knn.Put("CustomPredictions", "185 Femme");
+  ASSERT_TRUE(knn.Press("PrintCustomPredictions").Succeeded());
+  const Spreadsheet& table = knn.host.spreadsheets.at(0);
+  EXPECT_EQ(table.title, "Prévisions perso. K Plus Proches Voisins");
+  EXPECT_EQ(table.rowTitle + '/' + table.rowTitleSecond, "Independent and/dependent variables");
+  EXPECT_EQ(table.rowNames, (Texts{"x", "u", "genre"}));
+  EXPECT_EQ(table.columns.at(0).format, NumberFormat::fixed6);
+  EXPECT_EQ(table.columns.at(0).texts, (Texts{"", "Femme", "grand"}));
+  EXPECT_FALSE(knn.dialog().IsEnabled("PrintCustomPredictions"));
+}
+
+TEST(CustomCase, AsTextCanBeSetAgain) {
+  KnnAnalysis knn(People(), "| genre | x | u", 4);
+  knn.Train();
+  knn.Put("CustomPredictions", "160.25 2");
+  const std::string text = knn.Text("CustomPredictions");
+  EXPECT_EQ(text, "1.60250000000000e+02 Femme");
+  knn.Put("CustomPredictions", text);
+  EXPECT_EQ(knn.Text("CustomPredictions"), text);
+}
+
+TEST(CustomCase, AsTextIsComparedByCaseAndRefusedAsAWhole) {
+  KnnAnalysis knn(People(), "| genre | x | u", 4);
+  knn.Train();
+  knn.Put("CustomPredictions", "160 Femme");
+  for (const char* wrong : {"160 femme", "160", "Femme 160", "160 3", ""}) {
+    const auto result = knn.dialog().Put("CustomPredictions", AutomationValue::Text(wrong));
+    EXPECT_EQ(result.code, kAutomationFailure) << wrong;
+    EXPECT_EQ(knn.Text("CustomPredictions"), "1.60000000000000e+02 Femme") << wrong;
+  }
+}
+
+TEST(CustomForm, ShowsOneRowForEveryInputAndCancelsWithoutATrace) {
+  KnnAnalysis knn(People(), "| genre | x | u", 4);
+  knn.Train();
+  EXPECT_FALSE(knn.Press("CustomPredictions").Succeeded());
+  EXPECT_EQ(knn.Text("CustomPredictions"), "");
+  EXPECT_EQ(knn.host.messages, std::vector<Message>{});
+}
+
+}  // namespace
+}  // namespace qrvml::test
