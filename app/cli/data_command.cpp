@@ -213,6 +213,9 @@ int RunDataCommand(const DataCommandOptions& options, std::ostream& out, std::os
         "\nNote: {} holds {} different texts; a categorical variable may have at most {}.\n",
         PrintableText(about.name), about.distinctTexts, kMostCategories);
   }
+  for (const std::string& note : file->Table().Notes()) {
+    out << fmt::format("\nNote: {}.\n", PrintableText(note));
+  }
   if (options.head > 0) {
     out << '\n';
     WriteCases(*file, options.head, out);

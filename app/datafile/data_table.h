@@ -11,6 +11,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace qrvml {
@@ -72,6 +73,11 @@ class DataTable {
   /// are values again. A NaN is refused (false).
   bool SetMissingCode(int variable, double code);
 
+  /// What a person should know about how the file was read, sentences without a full stop: what was
+  /// left out, what was changed, what the file says that is not in force.
+  void AddNote(std::string note) { notes_.push_back(std::move(note)); }
+  const std::vector<std::string>& Notes() const { return notes_; }
+
   /// The label of a code compared in single precision, as the host's lookups do; null: none.
   const std::string* FindLabel(int variable, float code) const;
   /// The code with exactly this label; false: there is none.
@@ -95,6 +101,7 @@ class DataTable {
   std::vector<Variable> variables_;
   std::vector<EmptyCells> empty_;
   std::vector<Chunk> chunks_;
+  std::vector<std::string> notes_;
   std::size_t cases_ = 0;
 };
 

@@ -6,13 +6,15 @@ namespace qrvml {
 
 namespace {
 
-// In this order: the last one locks the others.
 constexpr const char* kSettings[] = {
     "SET autoinstall_known_extensions = false",
     "SET autoload_known_extensions = false",
     "SET allow_community_extensions = false",
     "SET temp_directory = ''",
     "SET threads = 1",
+};
+// In this order: the last one locks all others.
+constexpr const char* kLocks[] = {
     "SET enable_external_access = false",
     "SET lock_configuration = true",
 };
@@ -37,7 +39,7 @@ std::string DuckDbResult::FirstText() {
   return text;
 }
 
-DuckDbSession::DuckDbSession() {
+DuckDbSession::DuckDbSession(Files files) {
   std::string reason = "it cannot be opened";
   bool started = duckdb_open(nullptr, &database_) == DuckDBSuccess &&
                  duckdb_connect(database_, &connection_) == DuckDBSuccess;
@@ -45,6 +47,7 @@ DuckDbSession::DuckDbSession() {
     DuckDbResult result;
     started = started && Query(setting, result, reason);
   }
+  if (files == Files::none) started = started && Lock(reason);
   if (started) return;
   if (connection_) duckdb_disconnect(&connection_);
   if (database_) duckdb_close(&database_);
@@ -54,6 +57,14 @@ DuckDbSession::DuckDbSession() {
 DuckDbSession::~DuckDbSession() {
   duckdb_disconnect(&connection_);
   duckdb_close(&database_);
+}
+
+bool DuckDbSession::Lock(std::string& error) {
+  for (const char* setting : kLocks) {
+    DuckDbResult result;
+    if (!Query(setting, result, error)) return false;
+  }
+  return true;
 }
 
 bool DuckDbSession::Query(const std::string& statement, DuckDbResult& result, std::string& error) {

@@ -1,5 +1,7 @@
 // A private in-memory instance of the embedded database that can reach nothing outside itself: no
-// files, no network, no extensions, and its configuration cannot be changed any more.
+// files, no network, no extensions, and its configuration cannot be changed any more. One that
+// reads or writes a data file reaches files until it is locked, but never the network or
+// extensions.
 #pragma once
 
 #include <cstdint>
@@ -28,13 +30,16 @@ class DuckDbResult {
 
 class DuckDbSession {
  public:
+  enum class Files { none, untilLocked };
   /// Throws std::runtime_error when the database cannot be started.
-  DuckDbSession();
+  explicit DuckDbSession(Files files = Files::none);
   DuckDbSession(const DuckDbSession&) = delete;
   DuckDbSession& operator=(const DuckDbSession&) = delete;
   ~DuckDbSession();
 
   duckdb_connection Connection() { return connection_; }
+  /// From now on no further file can be reached; an attached one stays. False: see Query.
+  bool Lock(std::string& error);
   /// Runs one statement. False: `error` is the database's own text.
   bool Query(const std::string& statement, DuckDbResult& result, std::string& error);
   /// How many statements a text holds; 0: it cannot be parsed, `error` is the database's own text.

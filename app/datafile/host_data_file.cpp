@@ -28,7 +28,10 @@ std::string ShortestDigits(double value) {
   return {digits, end};
 }
 
-std::string DateAsText(DisplayFormat format, double value) {
+}  // namespace
+
+std::string NumberAsText(DisplayFormat format, double value) {
+  if (format == DisplayFormat::number) return ShortestDigits(value);
   using namespace std::chrono;
   constexpr double kSecondsPerDay = 86400;
   constexpr double kMostDays = 2958466;  // 10000-01-01
@@ -50,15 +53,12 @@ std::string DateAsText(DisplayFormat format, double value) {
   return format == DisplayFormat::time ? time : day + " " + time;
 }
 
-}  // namespace
-
 std::string ValueAsText(const DataTable& table, int variable, double value) {
   const Variable& about = table.At(variable);
   if (value == about.missingCode) return {};
   const std::string* label = table.FindLabel(variable, static_cast<float>(value));
   if (label && (!about.wasText || value == std::floor(value))) return *label;
-  if (about.format != DisplayFormat::number) return DateAsText(about.format, value);
-  return ShortestDigits(value);
+  return NumberAsText(about.format, value);
 }
 
 HostDataFile::HostDataFile(DataTable table, std::string path)
@@ -165,8 +165,7 @@ bool HostDataFile::IsDateVar(int variable) const {
 
 std::string HostDataFile::WriteSpecialFormatVariable(int variable, double value, int width) const {
   const DisplayFormat format = table_.At(variable).format;
-  const std::string text =
-      format == DisplayFormat::number ? ShortestDigits(value) : DateAsText(format, value);
+  const std::string text = NumberAsText(format, value);
   return fmt::format("{:>{}}", text, std::max(width, 0));
 }
 

@@ -93,6 +93,9 @@ class HostDataFile final : public DataFile {
   std::string nameOfNumber_;  // what CaseInfo::name shows where a number names the case
 };
 
+/// A number as text: a date, or the shortest digits that read back as the same number.
+std::string NumberAsText(DisplayFormat format, double value);
+
 /// The value as text for a person: a label, "" for missing, a date, or the shortest digits that
 /// read back as the same number.
 std::string ValueAsText(const DataTable& table, int variable, double value);

@@ -3,11 +3,15 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <unordered_map>
 
+#include "datafile/database_reader.h"
+#include "datafile/parquet_reader.h"
 #include "datafile/text_fields.h"
 #include "datafile/text_reader.h"
 
@@ -17,26 +21,41 @@ namespace {
 
 using namespace std::string_view_literals;
 
-/// A format known by its first bytes.
+/// A format known by some of its first bytes.
 struct Format {
-  std::string_view start;  // the first bytes
+  std::size_t at;          // where they stand
+  std::string_view bytes;  // the bytes
   std::string_view what;
   ReadFunction read;  // null: the format is known, but not read
 };
 
 constexpr Format kFormats[] = {
-    {"PAR1\x15", "a Parquet file", nullptr},
-    {"PK\x03\x04", "an Excel workbook or another ZIP archive", nullptr},
-    {"\xD0\xCF\x11\xE0", "an old Excel workbook", nullptr},
-    {"$FL2@(#)", "an SPSS file", nullptr},
-    {"$FL3@(#)", "a compressed SPSS file", nullptr},
-    {"<stata_dta>", "a Stata file", nullptr},
-    {"HEADER RECORD*******LIBRARY", "a SAS transport file", nullptr},
-    {"\0\0\0\0\0\0\0\0\0\0\0\0\xC2\xEA\x81\x60"sv, "a SAS file", nullptr},
-    {"SQLite format 3\0"sv, "an SQLite database", nullptr},
-    {"\x1F\x8B", "a compressed file (gzip)", nullptr},
-    {"\xFF\xFE", "a text in UTF-16", nullptr},
-    {"\xFE\xFF", "a text in UTF-16", nullptr},
+    {0, "PAR1\x15", "a Parquet file", ReadParquetFile},
+    {8, "DUCK", "a database of DuckDB", ReadDatabaseFile},
+    {0, "PK\x03\x04", "an Excel workbook or another ZIP archive", nullptr},
+    {0, "\xD0\xCF\x11\xE0", "an old or encrypted Excel workbook", nullptr},
+    {0, "$FL2@(#)", "an SPSS file", nullptr},
+    {0, "$FL3@(#)", "a compressed SPSS file", nullptr},
+    {0, "<stata_dta>", "a Stata file", nullptr},
+    {0, "HEADER RECORD*******LIBRARY", "a SAS transport file", nullptr},
+    {0, "\0\0\0\0\0\0\0\0\0\0\0\0\xC2\xEA\x81\x60"sv, "a SAS file", nullptr},
+    {0, "SQLite format 3\0"sv, "an SQLite database", nullptr},
+    {0, "\x1F\x8B", "a compressed file (gzip)", nullptr},
+    {0, "\xFF\xFE", "a text in UTF-16", nullptr},
+    {0, "\xFE\xFF", "a text in UTF-16", nullptr},
+};
+
+/// A format told by the file's name where the first bytes tell none.
+struct Extension {
+  std::string_view extension;  // small letters
+  std::string_view what;
+  ReadFunction read;  // null: such a file begins with bytes of kFormats
+};
+
+constexpr Extension kExtensions[] = {
+    {".parquet", "a Parquet file", ReadParquetFile},
+    {".qrv", "a data file of the workbench", nullptr},
+    {".duckdb", "a database of DuckDB", nullptr},
 };
 
 bool Refuse(FileError& error, std::string what, std::string right) {
@@ -73,10 +92,20 @@ bool ReadDataFile(const std::string& path, const ReadOptions& options, DataTable
   stream.close();
 
   for (const Format& format : kFormats) {
-    if (!start.starts_with(format.start)) continue;
+    if (!start.substr(std::min(format.at, start.size())).starts_with(format.bytes)) continue;
     if (format.read) return format.read(path, options, table, error);
     return Refuse(error, "this is " + std::string(format.what) + ", which cannot be read",
                   "Save the data as delimited text (CSV) in UTF-8");
+  }
+  std::string extension = std::filesystem::path(path).extension().string();
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  for (const Extension& known : kExtensions) {
+    if (known.extension != extension) continue;
+    if (known.read) return known.read(path, options, table, error);
+    return Refuse(
+        error, "this is not " + std::string(known.what) + ", though its name ends in " + extension,
+        "Check where the file comes from, or give it the extension of its format");
   }
   return ReadTextFile(path, options, table, error);
 }

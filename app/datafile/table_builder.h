@@ -1,0 +1,88 @@
+// Builds a table from what a file format delivers: cases in order, numbers and texts mixed, missing
+// cells anywhere, missing-data codes and the codes of texts unknown until the end.
+//
+// Until then a cell is a number or a NaN whose payload tells what it stands for: nothing, or a text
+// by its number in its column.
+#pragma once
+
+#include <bit>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "datafile/data_table.h"
+#include "datafile/text_set.h"
+
+namespace qrvml {
+
+class TableBuilder {
+ public:
+  /// Before the first case. Columns are counted from 0; the name is completed by VariableName.
+  std::size_t AddColumn(std::string_view name);
+  std::size_t NumberOfColumns() const { return columns_.size(); }
+  /// What is known of the variable besides its name and its missing-data code: long name, labels in
+  /// any order, display format. `wasText` may be set for a column of texts that are all missing, or
+  /// whose cells are codes already.
+  Variable& About(std::size_t column) { return columns_[column].about; }
+  /// The variable's missing-data code. The caller makes the cells that hold it missing.
+  void FixMissingCode(std::size_t column, double code) { columns_[column].missingCode = code; }
+  void AddNote(std::string note) { notes_.push_back(std::move(note)); }
+
+  /// Adds `wanted` cases, or fewer (at least one), whose cells are missing; gives how many. Throws
+  /// ReadFailure when a table cannot hold them.
+  std::size_t AddCases(std::size_t wanted);
+  /// The cells of a column in the cases added last; to be filled with what the next two give.
+  std::span<double> NewCells(std::size_t column);
+  /// A NaN is a missing cell.
+  static double NumberCell(double value) { return std::isnan(value) ? kMissing : value; }
+  /// Blanks around a text are no part of it; a text of blanks is a missing cell.
+  double TextCell(std::size_t column, std::string_view text);
+  std::size_t NumberOfCases() const { return cases_; }
+
+  /// Moves everything into an empty table. A column with a text is a text column as a whole, its
+  /// numbers become texts. Texts that are not valid UTF-8 are decoded as Windows-1252. Throws
+  /// ReadFailure when there is no column or two have the same name.
+  void Finish(DataTable& table);
+
+ private:
+  static constexpr std::uint64_t kNanBits = 0x7FF8'0000'0000'0000;
+  static constexpr double kMissing = std::bit_cast<double>(kNanBits);
+
+  struct Column {
+    Variable about;
+    std::optional<double> missingCode;
+    TextSet texts;
+  };
+  struct Block {
+    std::size_t cases = 0;
+    std::unique_ptr<double[]> cells;  // columns x capacity_
+  };
+  /// Which text a cell that is NaN stands for, from 1; 0: none.
+  static std::size_t TextOf(double cell) {
+    return static_cast<std::size_t>(std::bit_cast<std::uint64_t>(cell) & ~kNanBits);
+  }
+  std::span<double> CellsOf(Block& block, std::size_t column) {
+    return {block.cells.get() + column * capacity_, block.cases};
+  }
+  double AddText(Column& column, std::string_view text);
+  void TurnNumbersIntoTexts(std::size_t column);
+  std::vector<double> SetTexts(Column& column);
+  void SetMissingCode(std::size_t column);
+  void ReplaceCells(std::size_t column, const std::vector<double>& codes);
+
+  std::vector<Column> columns_;
+  std::vector<std::string> notes_;
+  TextArena arena_;
+  std::vector<Block> blocks_;
+  std::size_t capacity_ = 0;  // cases a block can hold
+  std::size_t cases_ = 0;
+  std::size_t newFrom_ = 0;  // first of the cases added last, in the last block
+};
+
+}  // namespace qrvml
