@@ -113,7 +113,7 @@ class AnalysisRun {
     const bool done = RunSteps();
     host_.progress.ClearLine();
     if (!Save(true)) return kExitFailed;
-    return done ? int{kExitDone} : Failed();
+    return done && !cancel_ ? int{kExitDone} : Failed();
   }
 
  private:

@@ -29,6 +29,7 @@ AnalysisHost::AnalysisHost(HostSettings settings, const std::atomic<bool>& cance
       progress(cancel, settings.terminal, TerminalWidth()),
       dialogs(sequence, answers),
       output(workbook),
+      saving(answers),
       automation(answers, settings.interactive),
       compute(settings.threads) {}
 
@@ -42,6 +43,7 @@ HostServices AnalysisHost::Services(DataFile& file, LabelLookup codeOfLabel) {
   services.random = &random;
   services.dialogs = &dialogs;
   services.output = &output;
+  services.saving = &saving;
   services.automation = &automation;
   services.compute = &compute;
   return services;

@@ -12,6 +12,7 @@
 #include "host/compute_host.h"
 #include "host/host_memory.h"
 #include "host/message_log.h"
+#include "host/no_saving.h"
 #include "host/random_streams.h"
 #include "host/services.h"
 #include "host/terminal_progress.h"
@@ -58,6 +59,7 @@ class AnalysisHost {
   TerminalProgress progress;
   AnsweringDialogs dialogs;
   WorkbookOutput output;
+  NoSaving saving;
   AutomationHost automation;
   ComputeHost compute;
 };
