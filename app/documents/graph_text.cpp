@@ -14,7 +14,7 @@ namespace qrvml {
 namespace {
 
 constexpr std::size_t kColumns = 64, kRows = 18;
-constexpr std::size_t kMostBars = 40, kLongestBar = 40, kLongestName = 26;
+constexpr std::size_t kMostBars = 40, kLongestBar = 36, kLongestName = 26;
 constexpr std::string_view kSigns = "o+x*sdvt";
 constexpr char kMeeting = '#';
 constexpr std::string_view kHeights = " .:-=+*%@";

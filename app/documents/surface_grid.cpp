@@ -7,7 +7,8 @@ namespace qrvml {
 namespace {
 
 constexpr std::size_t kRaster = 64;
-constexpr double kRidge = 1e-9;  // of the spread: keeps a plane through points on a line
+constexpr double kSmoothing = 0.3;  // of the usual distance of n points, 1 / sqrt(n)
+constexpr double kRidge = 1e-9;     // of the spread: keeps a plane through points on a line
 constexpr double kLeastSpread = 1e-12;
 
 struct WeightedPoint {
@@ -89,12 +90,13 @@ SurfaceGrid FitSurface(const std::vector<SpacePoint>& points, std::size_t nodes)
   const auto [lowest, highest] = std::ranges::minmax_element(points, {}, &SpacePoint::z);
   const std::vector<WeightedPoint> gathered = Gather(points);
   const double between = 1.0 / double(nodes - 1);
+  const double smoothing = std::max(between / 2, kSmoothing / std::sqrt(double(gathered.size())));
   grid.nodes = nodes;
   grid.heights.reserve(nodes * nodes);
   for (std::size_t row = 0; row < nodes; ++row) {
     for (std::size_t column = 0; column < nodes; ++column) {
       const double height =
-          PlaneAt(gathered, double(column) * between, double(row) * between, between * between / 4);
+          PlaneAt(gathered, double(column) * between, double(row) * between, smoothing * smoothing);
       grid.heights.push_back(std::clamp(height, lowest->z, highest->z));
     }
   }

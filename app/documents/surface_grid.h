@@ -26,11 +26,11 @@ struct SurfaceGrid {
 };
 
 /// At each node the value of the plane that fits the points best by least squares, each point
-/// weighted by 1 / (d^2 + e^2)^2 with d its distance from the node in the unit square and e half
-/// the distance of neighbouring nodes (locally weighted linear fit: Cleveland & Devlin 1988; the
-/// weights: Shepard 1968). Points that share a cell of a 64 x 64 raster enter as their mean,
-/// weighted by their number. No height leaves the range of the points' heights; points on a plane
-/// give that plane. No points: no heights.
+/// weighted by 1 / (d^2 + e^2)^2 with d its distance from the node in the unit square and e the
+/// larger of half the distance of neighbouring nodes and 0.3 / sqrt(number of points) (locally
+/// weighted linear fit: Cleveland & Devlin 1988; the weights: Shepard 1968). Points that share a
+/// cell of a 64 x 64 raster enter as their mean, weighted by their number. No height leaves the
+/// range of the points' heights; points on a plane give that plane. No points: no heights.
 SurfaceGrid FitSurface(const std::vector<SpacePoint>& points, std::size_t nodes);
 
 }  // namespace qrvml

@@ -93,6 +93,8 @@ class PointsChart {
     const PlotArea area = DrawTexts(svg_, texts);
     plot_ = DrawFlatAxes(
         svg_, {AxisAt(graph_, 0).title, AxisAt(graph_, 1).title, x_.marks, y_.marks}, area);
+    // Below marks that can be told apart, above a density.
+    if (!thinned) DrawFits(thinned);
     for (std::size_t s = 0; s < graph_.series.size(); ++s) {
       if (isLine_) {
         DrawLine(s);
@@ -102,7 +104,7 @@ class PointsChart {
         DrawMarks(s, 3.5);
       }
     }
-    for (std::size_t s = 0; s < fits_.size(); ++s) DrawFit(s);
+    if (thinned) DrawFits(thinned);
     if (points_ <= kMostNamed) DrawNames();
     svg_.Rectangle(plot_.left, plot_.top, plot_.Width(), plot_.Height(),
                    "fill=\"none\" stroke=\"#444\"");
@@ -172,8 +174,12 @@ class PointsChart {
     if (HasLineMarks()) DrawMarks(s, 4);
   }
 
+  void DrawFits(bool thinned) {
+    for (std::size_t s = 0; s < fits_.size(); ++s) DrawFit(s, thinned);
+  }
+
   /// From the smallest to the largest x of the series, as far as it lies within the plot.
-  void DrawFit(std::size_t s) {
+  void DrawFit(std::size_t s, bool thinned) {
     const LeastSquares& fit = fits_[s];
     if (!fit.exists) return;
     const auto heightAt = [&](double x) { return fit.intercept + fit.slope * x; };
@@ -187,7 +193,8 @@ class PointsChart {
     if (!(from < to)) return;
     // White below keeps the line in sight on top of many points; a single line contrasts with them.
     const double x1 = X(from), y1 = Y(heightAt(from)), x2 = X(to), y2 = Y(heightAt(to));
-    svg_.Line(x1, y1, x2, y2, "stroke=\"#fff\" stroke-width=\"5\" stroke-opacity=\"0.7\"");
+    if (thinned)
+      svg_.Line(x1, y1, x2, y2, "stroke=\"#fff\" stroke-width=\"5\" stroke-opacity=\"0.7\"");
     svg_.Line(x1, y1, x2, y2,
               fits_.size() == 1 ? "class=\"fit\" stroke=\"#D55E00\" stroke-width=\"2\""
                                 : "class=\"fit\" " + LineStyle(s, 2));

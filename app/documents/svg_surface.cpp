@@ -230,7 +230,7 @@ class SurfaceChart {
     svg_.EndGroup();
     svg_.BeginGroup("font-size=\"13\" text-anchor=\"middle\"");
     AxisTitle(0, view.At(0, 0, 0), view.At(1, 0, 0), 38);
-    AxisTitle(1, view.At(0, 1, 0), view.At(0, 0, 0), 24 + 0.6 * widestY);
+    AxisTitle(1, view.At(0, 1, 0), view.At(0, 0, 0), 28 + 0.85 * widestY);
     AxisTitle(2, view.At(0, 1, 0), view.At(0, 1, 1), -(16 + widestZ));
     svg_.EndGroup();
   }

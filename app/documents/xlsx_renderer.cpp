@@ -4,8 +4,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
+#include <fstream>
 #include <memory>
 
 #include "documents/cell_text.h"
@@ -21,12 +24,14 @@ constexpr std::size_t kNarrowest = 8, kWidest = 60;    // characters
 constexpr std::size_t kCellsOfLargeFile = 40'000'000;  // beyond, a sheet may pass 4 GB
 constexpr std::time_t kFixedDate = 946'684'800;        // 2000-01-01
 
-/// How a cell looks. Marks and labels differ in weight or slant too, for greyscale.
+/// How a cell looks. Marks are bold too, for greyscale.
 enum class Look : std::uint8_t {
   title,
   header,
+  upperHeading,
+  upperCorner,
   heading,
-  headingAtLeft,
+  corner,
   general,  // the number formats in their order
   count,
   fixed6,
@@ -37,7 +42,7 @@ enum class Look : std::uint8_t {
   markedText,
 };
 struct LookRow {
-  bool bold, italic;
+  bool bold;
   lxw_color_t font;     // 0: automatic
   lxw_color_t fill;     // 0: none
   const char* numbers;  // null: general
@@ -47,19 +52,21 @@ struct LookRow {
 };
 constexpr lxw_color_t kLabelColour = 0x1F4E79, kMarkColour = 0x9C0006, kMarkFill = 0xFFC7CE,
                       kHeadingFill = 0xE7E6E6, kQuiet = 0x595959;
-constexpr std::array<LookRow, 12> kLooks = {{
-    {true, false, 0, 0, nullptr, LXW_ALIGN_NONE, false, 14},
-    {false, false, kQuiet, 0, nullptr, LXW_ALIGN_NONE, false, 11},
-    {true, false, 0, kHeadingFill, nullptr, LXW_ALIGN_RIGHT, true, 11},
-    {true, false, 0, kHeadingFill, nullptr, LXW_ALIGN_NONE, true, 11},
-    {false, false, 0, 0, nullptr, LXW_ALIGN_NONE, false, 11},
-    {false, false, 0, 0, "0", LXW_ALIGN_NONE, false, 11},
-    {false, false, 0, 0, "0.000000", LXW_ALIGN_NONE, false, 11},
-    {false, false, kLabelColour, 0, nullptr, LXW_ALIGN_RIGHT, false, 11},
-    {true, false, kMarkColour, kMarkFill, nullptr, LXW_ALIGN_NONE, false, 11},
-    {true, false, kMarkColour, kMarkFill, "0", LXW_ALIGN_NONE, false, 11},
-    {true, false, kMarkColour, kMarkFill, "0.000000", LXW_ALIGN_NONE, false, 11},
-    {true, false, kMarkColour, kMarkFill, nullptr, LXW_ALIGN_RIGHT, false, 11},
+constexpr std::array<LookRow, 14> kLooks = {{
+    {true, 0, 0, nullptr, LXW_ALIGN_NONE, false, 14},
+    {false, kQuiet, 0, nullptr, LXW_ALIGN_NONE, false, 11},
+    {true, 0, kHeadingFill, nullptr, LXW_ALIGN_RIGHT, false, 11},
+    {true, 0, kHeadingFill, nullptr, LXW_ALIGN_NONE, false, 11},
+    {true, 0, kHeadingFill, nullptr, LXW_ALIGN_RIGHT, true, 11},
+    {true, 0, kHeadingFill, nullptr, LXW_ALIGN_NONE, true, 11},
+    {false, 0, 0, nullptr, LXW_ALIGN_NONE, false, 11},
+    {false, 0, 0, "0", LXW_ALIGN_NONE, false, 11},
+    {false, 0, 0, "0.000000", LXW_ALIGN_NONE, false, 11},
+    {false, kLabelColour, 0, nullptr, LXW_ALIGN_RIGHT, false, 11},
+    {true, kMarkColour, kMarkFill, nullptr, LXW_ALIGN_NONE, false, 11},
+    {true, kMarkColour, kMarkFill, "0", LXW_ALIGN_NONE, false, 11},
+    {true, kMarkColour, kMarkFill, "0.000000", LXW_ALIGN_NONE, false, 11},
+    {true, kMarkColour, kMarkFill, nullptr, LXW_ALIGN_RIGHT, false, 11},
 }};
 
 std::size_t Utf16Units(char32_t point) { return point > 0xFFFF ? 2 : 1; }
@@ -157,7 +164,6 @@ class XlsxFile {
     }
     format_set_font_size(format, row.size);
     if (row.bold) format_set_bold(format);
-    if (row.italic) format_set_italic(format);
     if (row.font != 0) format_set_font_color(format, row.font);
     if (row.fill != 0) format_set_bg_color(format, row.fill);
     if (row.numbers != nullptr) format_set_num_format(format, row.numbers);
@@ -230,8 +236,8 @@ class TableWriter {
     for (std::size_t i = 0; i < headerLines_; ++i) Line(sheet_.header[i], Look::header);
     if (part.parts > 1) Line(PartText(part), Look::header);
     file_.NextRow();
-    HeadingLine(part, sheet_.rowTitle, &SpreadsheetColumn::first);
-    if (hasSecond_) HeadingLine(part, sheet_.rowTitleSecond, &SpreadsheetColumn::second);
+    HeadingLine(part, sheet_.rowTitle, &SpreadsheetColumn::first, !hasSecond_);
+    if (hasSecond_) HeadingLine(part, sheet_.rowTitleSecond, &SpreadsheetColumn::second, true);
     file_.Freeze(1);
     for (std::size_t row = part.firstRow; row < part.endRow; ++row) {
       file_.Text(0, RowName(sheet_, row, caseName_), Look::general);
@@ -248,10 +254,11 @@ class TableWriter {
   }
 
   void HeadingLine(const Part& part, std::string_view corner,
-                   std::string SpreadsheetColumn::*heading) {
-    file_.Text(0, corner, Look::headingAtLeft);
+                   std::string SpreadsheetColumn::*heading, bool last) {
+    file_.Text(0, corner, last ? Look::corner : Look::upperCorner);
     for (std::size_t c = part.firstColumn; c < part.endColumn; ++c)
-      file_.Text(c - part.firstColumn + 1, sheet_.columns[c].*heading, Look::heading);
+      file_.Text(c - part.firstColumn + 1, sheet_.columns[c].*heading,
+                 last ? Look::heading : Look::upperHeading);
     file_.NextRow();
   }
 
@@ -324,6 +331,11 @@ std::string SheetName(std::size_t number, std::string_view title, std::size_t pa
 
 bool WriteXlsx(const Workbook& workbook, const std::filesystem::path& file, std::string& error,
                const SheetLimits& limits) {
+  // Asked beforehand, because the library prints its own words when it cannot.
+  if (!std::ofstream(file)) {
+    error = std::strerror(errno);
+    return false;
+  }
   XlsxFile xlsx(file, CellsOf(workbook) > kCellsOfLargeFile);
   for (std::size_t i = 0; i < workbook.documents().size() && !xlsx.Failed(); ++i) {
     const Document& document = workbook.documents()[i];
@@ -335,7 +347,7 @@ bool WriteXlsx(const Workbook& workbook, const std::filesystem::path& file, std:
   }
   std::string reason;
   if (xlsx.Close(reason)) return true;
-  error = "cannot write the workbook: " + reason;
+  error = reason;
   return false;
 }
 

@@ -1,0 +1,125 @@
+// Files of large documents: time, size and peak memory above the document itself.
+//   documents [ROWS]       default 1,000,000
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <string>
+
+#include "documents/csv_renderer.h"
+#include "documents/svg_renderer.h"
+#include "documents/xlsx_renderer.h"
+
+namespace {
+
+using namespace qrvml;
+namespace fs = std::filesystem;
+
+struct Numbers {
+  std::uint64_t state = 1;
+  double operator()() {  // splitmix64
+    std::uint64_t z = state += 0x9E3779B97F4A7C15u;
+    z = (z ^ z >> 30) * 0xBF58476D1CE4E5B9u;
+    z = (z ^ z >> 27) * 0x94D049BB133111EBu;
+    return double((z ^ z >> 31) >> 11) * 0x1p-53;
+  }
+  double Bell() { return (*this)() + (*this)() + (*this)() + (*this)() - 2; }
+};
+
+/// The largest resident set since the last reset, in MB.
+double PeakMemory() {
+  std::ifstream status("/proc/self/status");
+  for (std::string word; status >> word;) {
+    if (word == "VmHWM:") {
+      double kilobytes = 0;
+      status >> kilobytes;
+      return kilobytes / 1024;
+    }
+  }
+  return 0;
+}
+void ResetPeakMemory() { std::ofstream("/proc/self/clear_refs") << 5; }
+
+void Measure(const char* what, const std::function<bool(const fs::path&)>& write) {
+  const fs::path file = fs::temp_directory_path() / ("qrvml-bench-" + std::to_string(getpid()));
+  ResetPeakMemory();
+  const double before = PeakMemory();
+  const auto start = std::chrono::steady_clock::now();
+  const bool written = write(file);
+  const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
+  if (!written || !fs::exists(file)) {
+    std::fprintf(stderr, "%s: not written\n", what);
+    std::exit(1);
+  }
+  std::printf("%-28s %7.2f s  %8.2f MB file  %7.1f MB memory above the document\n", what,
+              time.count(), double(fs::file_size(file)) / 1e6, PeakMemory() - before);
+  fs::remove(file);
+}
+
+Spreadsheet Predictions(std::size_t rows) {
+  Numbers next;
+  Spreadsheet sheet;
+  sheet.title = "Predictions";
+  sheet.rowTitle = "Case";
+  sheet.columns.resize(6);
+  for (std::size_t r = 0; r < rows; ++r) sheet.rowCases.push_back(std::int32_t(r + 1));
+  for (std::size_t c = 0; c < sheet.columns.size(); ++c) {
+    SpreadsheetColumn& column = sheet.columns[c];
+    column.first = "column " + std::to_string(c + 1);
+    const bool categorical = c >= 4;
+    if (categorical) column.labels = {{1, "first"}, {2, "second"}, {3, "third", true}};
+    for (std::size_t r = 0; r < rows; ++r)
+      column.values.push_back(categorical ? double(1 + int(next() * 3)) : next.Bell());
+  }
+  return sheet;
+}
+
+bool WriteText(const fs::path& file, const std::string& text) {
+  return bool(std::ofstream(file, std::ios::binary) << text);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  const std::size_t rows = count > 1 ? std::strtoull(arguments[1], nullptr, 10) : 1'000'000;
+  std::printf("%zu rows or points; tables of 4 columns of numbers and 2 of categories\n", rows);
+  {
+    Workbook workbook;
+    workbook.Add(Predictions(rows));
+    Measure("table to CSV", [&](const fs::path& file) {
+      std::ofstream stream(file, std::ios::binary);
+      WriteCsv(stream, std::get<Spreadsheet>(workbook.documents()[0]), {});
+      return stream.good();
+    });
+    Measure("table to XLSX", [&](const fs::path& file) {
+      std::string error;
+      return WriteXlsx(workbook, file, error);
+    });
+  }
+  Numbers next;
+  Graph graph;
+  graph.title = "Scatterplot";
+  graph.fit = true;
+  graph.series.resize(1);
+  for (std::size_t i = 0; i < rows; ++i) {
+    graph.series[0].x.push_back(next.Bell());
+    graph.series[0].y.push_back(next.Bell() + graph.series[0].x.back());
+  }
+  const auto picture = [&](const fs::path& file) { return WriteText(file, GraphSvg(graph, {})); };
+  Measure("scatterplot to SVG", picture);
+  graph.type = GraphType::line;
+  Measure("line to SVG", picture);
+  graph.type = GraphType::surface;
+  graph.series[0].z = graph.series[0].y;
+  Measure("surface to SVG", picture);
+  graph.type = GraphType::histogram;
+  graph.series.clear();
+  for (std::size_t i = 0; i <= rows; ++i) graph.edges.push_back(double(i));
+  for (std::size_t i = 0; i < rows; ++i) graph.counts.push_back(double(int(next() * 100)));
+  Measure("histogram of as many bins", picture);
+}
