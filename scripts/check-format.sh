@@ -11,7 +11,7 @@ if [[ ${1-} == --fix ]]; then
 fi
 
 findings=$(printf '%s\0' "${files[@]}" |
-  xargs -0 -n 40 -P "$(nproc)" clang-format-16 --dry-run -Werror 2>&1) && exit 0
+  xargs -0 clang-format-16 --dry-run -Werror 2>&1) && exit 0
 sed -n 's/^\([^ :]*\):[0-9]*:[0-9]*: error: .*/not formatted: \1/p' <<<"$findings" | sort -u
 grep -v ': error: code should be clang-formatted' <<<"$findings" | grep -i 'error' || true
 exit 1
