@@ -83,12 +83,14 @@ class AnalysisRun {
         session_(host_.Services(watched_,
                                 [&file](int variable, std::string_view label, double& code) {
                                   return file.Table().FindCode(variable, label, code);
-                                }),
+                                },
+                                &file),
                  host_.sequence, host_.random),
         calls_(
             session_, host_, [this](const std::string& line) { Print(line + '\n'); },
             [this](const std::string& line) { Tell(line); }),
         files_(options.out, options.formats) {
+    host_.saving.overwrite = options.overwrite;
     host_.messages.show = [this](const LoggedMessage& message) { Tell(message.text); };
     host_.progress.casesRead = [this] { return watched_.lastCase(); };
     host_.workbook.caseName = [&file](int caseNumber) { return file.getlab(caseNumber); };

@@ -148,6 +148,9 @@ ParseOutcome ParseAnalysisOptions(const AnalysisKind& kind, std::span<const Cont
   line.Add("--format", formats,
            "Formats of the documents' files: txt, json, csv, xlsx, svg, png (default txt,json)")
       ->group(group);
+  line.AddFlag("--overwrite", options.overwrite,
+               "Let saved data files (ResultsSaveFileName) replace existing ones")
+      ->group(group);
   line.Add("--threads", options.threads, "Threads (default: all cores)")
       ->check(CLI::Range(1, 4096))
       ->group(group);

@@ -32,6 +32,7 @@ struct AnalysisOptions {
   std::vector<const DocumentFormat*> formats;
   int threads = 0;  // 0: all cores
   bool interactive = true;
+  bool overwrite = false;  // saved data files may replace existing ones
   bool dryRun = false;
   bool helpControls = false;
 };

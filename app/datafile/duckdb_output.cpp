@@ -1,10 +1,22 @@
 #include "datafile/duckdb_output.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "datafile/qrv_format.h"
 
 namespace qrvml {
+
+namespace {
+
+/// Only the first line is for people; a stack may follow.
+bool Refuse(const char* text, std::string& reason) {
+  reason = text != nullptr ? text : "the database fails";
+  reason.resize(std::min(reason.find('\n'), reason.size()));
+  return false;
+}
+
+}  // namespace
 
 bool DuckDbOutput::Open(const std::filesystem::path& file, const std::filesystem::path& folder,
                         std::string& reason) {
@@ -12,13 +24,12 @@ bool DuckDbOutput::Open(const std::filesystem::path& file, const std::filesystem
   char* text = nullptr;
   if (duckdb_open_ext(file.empty() ? nullptr : file.c_str(), &database_, nullptr, &text) !=
       DuckDBSuccess) {
-    reason = text != nullptr ? text : "the database cannot be opened";
+    Refuse(text, reason);
     duckdb_free(text);
     return false;
   }
   if (duckdb_connect(database_, &connection_) != DuckDBSuccess) {
-    reason = "the database cannot be used";
-    return false;
+    return Refuse("the database cannot be used", reason);
   }
   // In this order: the last one locks the others.
   const std::string settings[] = {
@@ -39,17 +50,13 @@ bool DuckDbOutput::Open(const std::filesystem::path& file, const std::filesystem
 bool DuckDbOutput::Run(const std::string& statement, std::string& reason) {
   DuckDbResult result;
   if (duckdb_query(connection_, statement.c_str(), result.Handle()) == DuckDBSuccess) return true;
-  const char* text = duckdb_result_error(result.Handle());
-  reason = text != nullptr ? text : "the database fails";
-  return false;
+  return Refuse(duckdb_result_error(result.Handle()), reason);
 }
 
 bool DuckDbOutput::Ask(const std::string& statement, std::string& answer, std::string& reason) {
   DuckDbResult result;
   if (duckdb_query(connection_, statement.c_str(), result.Handle()) != DuckDBSuccess) {
-    const char* text = duckdb_result_error(result.Handle());
-    reason = text != nullptr ? text : "the database fails";
-    return false;
+    return Refuse(duckdb_result_error(result.Handle()), reason);
   }
   answer = result.FirstText();
   return true;
@@ -118,8 +125,7 @@ bool DuckDbOutput::EndRows(std::string& reason) {
 
 bool DuckDbOutput::AppenderFailed(std::string& reason) {
   duckdb_error_data error = duckdb_appender_error_data(appender_);
-  const char* text = duckdb_error_data_message(error);
-  reason = text != nullptr ? text : "the database takes no rows";
+  Refuse(duckdb_error_data_message(error), reason);
   duckdb_destroy_error_data(&error);
   return false;
 }

@@ -29,11 +29,13 @@ AnalysisHost::AnalysisHost(HostSettings settings, const std::atomic<bool>& cance
       progress(cancel, settings.terminal, TerminalWidth()),
       dialogs(sequence, answers),
       output(workbook),
-      saving(answers),
+      saving(answers, messages),
       automation(answers, settings.interactive),
       compute(settings.threads) {}
 
-HostServices AnalysisHost::Services(DataFile& file, LabelLookup codeOfLabel) {
+HostServices AnalysisHost::Services(DataFile& file, LabelLookup codeOfLabel,
+                                    const HostDataFile* opened) {
+  saving.SetFile(opened);
   dialogs.SetNames({&file, std::move(codeOfLabel)});
   HostServices services;
   services.file = &file;

@@ -12,8 +12,8 @@
 #include "host/compute_host.h"
 #include "host/host_memory.h"
 #include "host/message_log.h"
-#include "host/no_saving.h"
 #include "host/random_streams.h"
+#include "host/saving_host.h"
 #include "host/services.h"
 #include "host/terminal_progress.h"
 
@@ -47,8 +47,10 @@ class AnalysisHost {
   /// `cancel` ends what runs when it becomes true.
   AnalysisHost(HostSettings settings, const std::atomic<bool>& cancel);
 
-  /// The services with a data file; `names` may be asked as long as the file is open.
-  HostServices Services(DataFile& file, LabelLookup codeOfLabel);
+  /// The services with a data file; `codeOfLabel` may be asked as long as the file is open.
+  /// `opened` is the same file as the host has it, whose variables can be saved; null: they cannot.
+  HostServices Services(DataFile& file, LabelLookup codeOfLabel,
+                        const HostDataFile* opened = nullptr);
 
   DialogSequence sequence;
   AnswerBook answers;
@@ -59,7 +61,7 @@ class AnalysisHost {
   TerminalProgress progress;
   AnsweringDialogs dialogs;
   WorkbookOutput output;
-  NoSaving saving;
+  SavingHost saving;
   AutomationHost automation;
   ComputeHost compute;
 };
