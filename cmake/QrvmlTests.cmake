@@ -3,10 +3,12 @@
 #   qrvml_app_tests      the application and the module's objects, in one process
 #   qrvml_system_tests   the built program, as a user runs it
 find_package(GTest REQUIRED)
-# Workbooks and graphs are read back with these. Debian's libzip package file asks for tools that its
-# library package does not bring.
+# Workbooks, graphs and data files are written and read back with these; libzip without its package
+# file for the reason given in the root's CMakeLists.txt.
 find_package(pugixml REQUIRED)
 find_library(ZIP_LIBRARY zip REQUIRED)
+find_library(XLSXWRITER_LIBRARY xlsxwriter REQUIRED)
+find_library(READSTAT_LIBRARY readstat REQUIRED)
 include(GoogleTest)
 
 set(test_root "${CMAKE_CURRENT_SOURCE_DIR}/tests")
@@ -69,7 +71,8 @@ qrvml_tests(
   LABEL app
   NEEDS qrvml_app qrvml_module QRVMachineLearning
   ROOMS ${app_rooms} support
-  LINKS qrvml_app qrvml_module pugixml::pugixml ${ZIP_LIBRARY})
+  LINKS qrvml_app qrvml_module pugixml::pugixml ${ZIP_LIBRARY} ${XLSXWRITER_LIBRARY}
+        ${READSTAT_LIBRARY})
 qrvml_tests(
   qrvml_system_tests
   LABEL system

@@ -13,11 +13,11 @@ build_packages=(
   libfmt-dev=/usr/include/fmt/format.h
   libxlsxwriter-dev=/usr/include/xlsxwriter.h
   libreadstat-dev=/usr/include/readstat.h
+  libpugixml-dev=/usr/include/pugixml.hpp
+  libzip-dev=/usr/include/zip.h
 )
 test_packages=(
   libgtest-dev=/usr/include/gtest/gtest.h
-  libpugixml-dev=/usr/include/pugixml.hpp
-  libzip-dev=/usr/include/zip.h
   librsvg2-bin=rsvg-convert
   clang-format-16=clang-format-16
   clang-tidy-16=clang-tidy-16

@@ -12,6 +12,7 @@
 
 #include "datafile/database_reader.h"
 #include "datafile/parquet_reader.h"
+#include "datafile/statistics_reader.h"
 #include "datafile/text_fields.h"
 #include "datafile/text_reader.h"
 
@@ -34,11 +35,13 @@ constexpr Format kFormats[] = {
     {8, "DUCK", "a database of DuckDB", ReadDatabaseFile},
     {0, "PK\x03\x04", "an Excel workbook or another ZIP archive", nullptr},
     {0, "\xD0\xCF\x11\xE0", "an old or encrypted Excel workbook", nullptr},
-    {0, "$FL2@(#)", "an SPSS file", nullptr},
-    {0, "$FL3@(#)", "a compressed SPSS file", nullptr},
-    {0, "<stata_dta>", "a Stata file", nullptr},
-    {0, "HEADER RECORD*******LIBRARY", "a SAS transport file", nullptr},
-    {0, "\0\0\0\0\0\0\0\0\0\0\0\0\xC2\xEA\x81\x60"sv, "a SAS file", nullptr},
+    {0, "$FL2@(#)", "an SPSS file", ReadSavFile},
+    {0, "$FL3@(#)", "a compressed SPSS file", ReadSavFile},
+    {0, "ASCII SPSS PORT FILE", "a portable SPSS file", ReadPorFile},
+    {40, "ASCII SPSS PORT FILE", "a portable SPSS file", ReadPorFile},
+    {0, "<stata_dta>", "a Stata file", ReadDtaFile},
+    {0, "HEADER RECORD*******LIB", "a SAS transport file", ReadXptFile},
+    {0, "\0\0\0\0\0\0\0\0\0\0\0\0\xC2\xEA\x81\x60"sv, "a SAS file", ReadSasFile},
     {0, "SQLite format 3\0"sv, "an SQLite database", nullptr},
     {0, "\x1F\x8B", "a compressed file (gzip)", nullptr},
     {0, "\xFF\xFE", "a text in UTF-16", nullptr},
@@ -56,6 +59,12 @@ constexpr Extension kExtensions[] = {
     {".parquet", "a Parquet file", ReadParquetFile},
     {".qrv", "a data file of the workbench", nullptr},
     {".duckdb", "a database of DuckDB", nullptr},
+    {".sav", "an SPSS file", nullptr},
+    {".zsav", "a compressed SPSS file", nullptr},
+    {".por", "a portable SPSS file", ReadPorFile},
+    {".sas7bdat", "a SAS file", nullptr},
+    {".xpt", "a SAS transport file", nullptr},
+    {".dta", "a Stata file", ReadDtaFile},  // before its version 13 without a mark
 };
 
 bool Refuse(FileError& error, std::string what, std::string right) {
@@ -86,7 +95,7 @@ bool ReadDataFile(const std::string& path, const ReadOptions& options, DataTable
     return Refuse(error, std::string("the file cannot be read: ") + std::strerror(errno),
                   "Check its permissions");
   }
-  char bytes[64] = {};
+  char bytes[128] = {};
   stream.read(bytes, sizeof bytes);
   const std::string_view start(bytes, static_cast<std::size_t>(stream.gcount()));
   stream.close();
