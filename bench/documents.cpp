@@ -113,6 +113,7 @@ int main(int count, char** arguments) {
   const auto picture = [&](const fs::path& file) { return WriteText(file, GraphSvg(graph, {})); };
   Measure("scatterplot to SVG", picture);
   graph.type = GraphType::line;
+  for (std::size_t i = 0; i < rows; ++i) graph.series[0].x[i] = double(i);
   Measure("line to SVG", picture);
   graph.type = GraphType::surface;
   graph.series[0].z = graph.series[0].y;

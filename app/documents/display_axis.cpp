@@ -83,7 +83,8 @@ DisplayAxis MakeDisplayAxis(const GraphAxis& given, const FiniteRange& data,
   }
   if (range.Empty()) range = {0, 1};
   if (range.minimum == range.maximum) {
-    const double room = range.minimum == 0 ? 1 : std::abs(range.minimum) / 10;
+    const double tenth = std::abs(range.minimum) / 10;
+    const double room = tenth < std::numeric_limits<double>::min() ? 1 : tenth;
     range = {range.minimum - room, range.maximum + room};
   }
   DisplayAxis axis{std::max(range.minimum, std::numeric_limits<double>::lowest()),
@@ -91,6 +92,11 @@ DisplayAxis MakeDisplayAxis(const GraphAxis& given, const FiniteRange& data,
                    {}};
   const auto largest = [&axis] { return std::max(std::abs(axis.minimum), std::abs(axis.maximum)); };
   const auto parts = [&axis](double n) { return axis.maximum / n - axis.minimum / n; };
+  // Halves of the smallest numbers vanish: such a range could have no positions.
+  if (const double smallest = std::numeric_limits<double>::min(); parts(2) < smallest) {
+    axis.minimum -= smallest;
+    axis.maximum += smallest;
+  }
 
   double step = 0, origin = 0;
   bool widen = rules.widen;

@@ -84,6 +84,8 @@ TEST(DisplayAxes, ExtremeRangesNeitherOverflowNorLoseTheirOrder) {
     EXPECT_LE(axis.minimum, range.minimum);
     EXPECT_GE(axis.maximum, range.maximum);
     EXPECT_LE(axis.marks.size(), 20u);
+    EXPECT_GE(axis.Position(range.minimum), 0);
+    EXPECT_LE(axis.Position(range.maximum), 1);
     for (const AxisMark& mark : axis.marks) {
       EXPECT_GE(mark.position, 0);
       EXPECT_LE(mark.position, 1);
