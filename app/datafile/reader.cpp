@@ -15,6 +15,7 @@
 #include "datafile/statistics_reader.h"
 #include "datafile/text_fields.h"
 #include "datafile/text_reader.h"
+#include "datafile/xlsx_reader.h"
 
 namespace qrvml {
 
@@ -33,7 +34,7 @@ struct Format {
 constexpr Format kFormats[] = {
     {0, "PAR1\x15", "a Parquet file", ReadParquetFile},
     {8, "DUCK", "a database of DuckDB", ReadDatabaseFile},
-    {0, "PK\x03\x04", "an Excel workbook or another ZIP archive", nullptr},
+    {0, "PK\x03\x04", "an Excel workbook", ReadXlsxFile},
     {0, "\xD0\xCF\x11\xE0", "an old or encrypted Excel workbook", nullptr},
     {0, "$FL2@(#)", "an SPSS file", ReadSavFile},
     {0, "$FL3@(#)", "a compressed SPSS file", ReadSavFile},
@@ -59,6 +60,8 @@ constexpr Extension kExtensions[] = {
     {".parquet", "a Parquet file", ReadParquetFile},
     {".qrv", "a data file of the workbench", nullptr},
     {".duckdb", "a database of DuckDB", nullptr},
+    {".xlsx", "an Excel workbook", nullptr},
+    {".xlsm", "an Excel workbook", nullptr},
     {".sav", "an SPSS file", nullptr},
     {".zsav", "a compressed SPSS file", nullptr},
     {".por", "a portable SPSS file", ReadPorFile},

@@ -11,6 +11,7 @@ namespace qrvml {
 
 namespace {
 
+constexpr const char* kDamaged = "The file is damaged or incomplete: copy or export it again";
 constexpr double kEpochDay = 25569;  // 1970-01-01
 constexpr double kMicrosecondsPerDay = 86400e6;
 
@@ -149,9 +150,11 @@ class Stream {
   Stream(duckdb_connection connection, const std::string& query) {
     const bool prepared = duckdb_prepare(connection, query.c_str(), &statement_) == DuckDBSuccess;
     if (!prepared) Fail(duckdb_prepare_error(statement_));
-    if (duckdb_pending_prepared_streaming(statement_, &pending_) != DuckDBSuccess ||
-        duckdb_execute_pending(pending_, result_.Handle()) != DuckDBSuccess) {
+    if (duckdb_pending_prepared_streaming(statement_, &pending_) != DuckDBSuccess) {
       Fail(duckdb_pending_error(pending_));
+    }
+    if (duckdb_execute_pending(pending_, result_.Handle()) != DuckDBSuccess) {
+      Fail(duckdb_result_error(result_.Handle()));
     }
   }
   Stream(const Stream&) = delete;
@@ -171,7 +174,7 @@ class Stream {
   [[noreturn]] void Fail(const char* reason) {
     const std::string text = reason ? reason : "the query cannot be run";
     Release();
-    FailToRead("the file cannot be read: " + text.substr(0, text.find('\n')));
+    FailToRead("the file cannot be read: " + text.substr(0, text.find('\n')), kDamaged);
   }
   void Release() {
     duckdb_destroy_pending(&pending_);
@@ -206,7 +209,7 @@ void ReadRelation(DuckDbSession& session, const std::string& relation,
   DuckDbResult header;
   std::string reason;
   if (!session.Query("SELECT * FROM " + relation + " LIMIT 0", header, reason)) {
-    FailToRead("the file cannot be read: " + reason.substr(0, reason.find('\n')));
+    FailToRead("the file cannot be read: " + reason.substr(0, reason.find('\n')), kDamaged);
   }
   std::vector<const TypeRule*> rules;
   std::vector<ReadColumn> columns;
@@ -239,7 +242,7 @@ void ReadRelation(DuckDbSession& session, const std::string& relation,
   if (builder.NumberOfCases() != cases) {
     FailToRead("only " + std::to_string(builder.NumberOfCases()) + " of its " +
                    std::to_string(cases) + " cases can be read",
-               "The file is damaged: make it again");
+               kDamaged);
   }
   for (const ReadColumn& column : columns) {
     if (column.rounded == 0) continue;

@@ -8,9 +8,12 @@ extern "C" {
 #include <cfloat>
 #include <cmath>
 #include <exception>
+#include <filesystem>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
+#include <system_error>
 #include <vector>
 
 #include "datafile/host_data_file.h"
@@ -22,6 +25,8 @@ extern "C" {
 namespace qrvml {
 
 namespace {
+
+constexpr const char* kDamaged = "The file is damaged or incomplete: copy or export it again";
 
 using ParseFunction = readstat_error_t (*)(readstat_parser_t*, const char*, void*);
 
@@ -277,7 +282,7 @@ void StatisticsFile::Finish(DataTable& table) {
   if (rows_ >= 0 && cases != rows_) {
     FailToRead(
         "only " + std::to_string(cases) + " of its " + std::to_string(rows_) + " cases can be read",
-        "The file is damaged or incomplete: copy or export it again");
+        kDamaged);
   }
   for (std::size_t column = 0; column < variables_.size(); ++column) {
     SetLabels(column);
@@ -306,7 +311,7 @@ constexpr Advice kAdvice[] = {
 
 [[noreturn]] void FailWith(readstat_error_t error) {
   if (error == READSTAT_ERROR_MALLOC) throw std::bad_alloc();
-  std::string right = "The file is damaged or incomplete: copy or export it again";
+  std::string right = kDamaged;
   for (const Advice& advice : kAdvice) {
     if (advice.error == error) right = advice.right;
   }
@@ -358,6 +363,14 @@ bool ReadSasFile(const std::string& path, const ReadOptions& options, DataTable&
 }
 bool ReadXptFile(const std::string& path, const ReadOptions& options, DataTable& table,
                  FileError& error) {
+  // The format does not say how many cases there are; all that can be seen is a broken record.
+  constexpr std::uintmax_t kRecordBytes = 80;
+  std::error_code unknown;
+  if (std::filesystem::file_size(path, unknown) % kRecordBytes != 0 && !unknown) {
+    error.what = "its last record is incomplete";
+    error.right = kDamaged;
+    return false;
+  }
   return ReadStatisticsFile(kXpt, path, options, table, error);
 }
 bool ReadDtaFile(const std::string& path, const ReadOptions& options, DataTable& table,
