@@ -13,5 +13,5 @@ fi
 findings=$(printf '%s\0' "${files[@]}" |
   xargs -0 clang-format-16 --dry-run -Werror 2>&1) && exit 0
 sed -n 's/^\([^ :]*\):[0-9]*:[0-9]*: error: .*/not formatted: \1/p' <<<"$findings" | sort -u
-grep -v ': error: code should be clang-formatted' <<<"$findings" | grep -i 'error' || true
+grep -v ': error: code should be clang-formatted' <<<"$findings" | grep -iE '(^|: )error:' || true
 exit 1
