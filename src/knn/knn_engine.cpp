@@ -61,6 +61,7 @@ bool KNNEngine::SetNeighbours(std::int32_t neighbours) {
 }
 
 void KNNEngine::AllocateSlots(std::int32_t slots) {
+  found_.Clear();  // last to be made: its size tells that all slots are there
   neighbourIndex.Assign(static_cast<std::size_t>(slots), -1);
   neighbourWeight.Assign(static_cast<std::size_t>(slots), 0.0);
   found_.Resize(static_cast<std::size_t>(slots));
@@ -85,6 +86,12 @@ void KNNEngine::Reset() {
 }
 
 bool KNNEngine::TrainKnn(bool silent) {
+  const std::int32_t chosen = k;
+  const auto fail = [&] {
+    k = chosen;  // the search works with other numbers
+    Reset();
+    return false;
+  };
   try {
     if (applyCrossValidation) {
       if (!silent) ShowStatus(GetResourceString(309));
@@ -93,14 +100,11 @@ bool KNNEngine::TrainKnn(bool silent) {
       if (!silent) ShowStatus(GetResourceString(310));
     }
     if (!silent) ShowStatus(GetResourceString(IsClassification() ? 311 : 312));
-    if (ComputeKnnStatistics(silent)) return true;
-    Reset();
-    return false;
+    return ComputeKnnStatistics(silent) || fail();
   } catch (const Cancelled&) {
-    Reset();
-    return false;
+    return fail();
   } catch (const std::bad_alloc&) {
-    Reset();
+    fail();
     return Refuse(104);
   }
 }
@@ -134,6 +138,8 @@ std::int32_t KNNEngine::BatchSize(std::int32_t slots) {
 }
 
 void KNNEngine::PrepareSearch() {
+  // A refused change of K leaves no slots.
+  if (found_.size() != static_cast<std::size_t>(k)) AllocateSlots(k);
   if (searchReady_ && searchMetric_ == metric && searchScaled_ == data_.scaleInputs) return;
   searchReady_ = false;
   PrototypeRows rows;
@@ -143,7 +149,7 @@ void KNNEngine::PrepareSearch() {
   rows.categorical = static_cast<std::int32_t>(data_.roles().categoricalPredictors.size());
   rows.scale = data_.slopes().data();
   rows.shift = data_.offsets().data();
-  search_.Build(rows, metric);
+  if (!search_.Build(rows, metric, UserCancels)) throw Cancelled();
   searchMetric_ = metric;
   searchScaled_ = data_.scaleInputs;
   searchReady_ = true;
