@@ -45,7 +45,7 @@ class Redirection {
   const posix_spawn_file_actions_t* get() const { return &actions_; }
 
  private:
-  posix_spawn_file_actions_t actions_;
+  posix_spawn_file_actions_t actions_{};
 };
 
 /// The child's status; false when it ran longer than `limit` and was ended.

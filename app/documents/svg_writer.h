@@ -16,8 +16,8 @@ void AppendCoordinate(std::string& out, double value);
 
 /// One step of a path, e.g. {'M', x, y}.
 struct PathStep {
-  char command;  // M, L, h, v, Z and so on
-  std::initializer_list<double> numbers;
+  char command = 'M';  // L, h, v and so on
+  std::initializer_list<double> numbers{};
 };
 void AppendPath(std::string& path, const PathStep& step);
 
