@@ -80,14 +80,15 @@ class AnalysisRun {
                .terminal = options.interactive ? TerminalWriter()
                                                : std::function<void(std::string_view)>()},
               cancel),
-        session_(host_.Services(watched_,
-                                [&file](int variable, std::string_view label, double& code) {
-                                  return file.Table().FindCode(variable, label, code);
-                                },
-                                &file),
+        session_(host_.Services(
+                     watched_,
+                     [&file](int variable, std::string_view label, double& code) {
+                       return file.Table().FindCode(variable, label, code);
+                     },
+                     &file),
                  host_.sequence, host_.random),
         calls_(
-            session_, host_, [this](const std::string& line) { Print(line + '\n'); },
+            session_, host_, [](const std::string& line) { Print(line + '\n'); },
             [this](const std::string& line) { Tell(line); }),
         files_(options.out, options.formats) {
     host_.saving.overwrite = options.overwrite;

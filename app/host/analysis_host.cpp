@@ -23,7 +23,7 @@ void WorkbookOutput::cupst(std::span<const std::string> lines) {
   workbook_.PutResults({lines.begin(), lines.end()});
 }
 
-AnalysisHost::AnalysisHost(HostSettings settings, const std::atomic<bool>& cancel)
+AnalysisHost::AnalysisHost(const HostSettings& settings, const std::atomic<bool>& cancel)
     : memory(settings.memoryLimit),
       messages(answers),
       progress(cancel, settings.terminal, TerminalWidth()),

@@ -45,7 +45,7 @@ struct HostSettings {
 class AnalysisHost {
  public:
   /// `cancel` ends what runs when it becomes true.
-  AnalysisHost(HostSettings settings, const std::atomic<bool>& cancel);
+  AnalysisHost(const HostSettings& settings, const std::atomic<bool>& cancel);
 
   /// The services with a data file; `codeOfLabel` may be asked as long as the file is open.
   /// `opened` is the same file as the host has it, whose variables can be saved; null: they cannot.

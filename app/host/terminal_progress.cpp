@@ -17,6 +17,7 @@ constexpr std::uint32_t kPollsBetweenLooks = 64;            // of the clock
 
 void TerminalProgress::dstart(int count) {
   count_ = count;
+  readBefore_ = casesRead ? casesRead() : 0;
   passText_.clear();
   Show(true);
 }
@@ -69,7 +70,8 @@ std::string TerminalProgress::Line() const {
   if (count_ > 0) {
     add(passText_);
     const int read = casesRead ? std::clamp(casesRead(), 0, count_) : 0;
-    if (read > 0) add(std::to_string(static_cast<std::int64_t>(read) * 100 / count_) + " %");
+    if (read > 0 && read != readBefore_)
+      add(std::to_string(static_cast<std::int64_t>(read) * 100 / count_) + " %");
   }
   return line;
 }

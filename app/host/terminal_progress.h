@@ -42,7 +42,8 @@ class TerminalProgress final : public ProgressServices {
   std::function<void(std::string_view)> write_;
   int width_;
 
-  int count_ = 0;  // cases of the pass; 0: no pass runs
+  int readBefore_ = 0;  // what casesRead said of the pass before
+  int count_ = 0;       // cases of the pass; 0: no pass runs
   std::string passText_;
   std::string iterText_[2];  // status, detail
   bool iterating_ = false;

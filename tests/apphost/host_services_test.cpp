@@ -56,9 +56,12 @@ struct Terminal {
 
 TEST(Progress, APassShowsItsTextAndHowFarItIs) {
   Terminal terminal;
-  int read = 30;
+  int read = 120;  // of an earlier pass
   terminal.progress.casesRead = [&read] { return read; };
   terminal.progress.dstart(120);
+  terminal.progress.d_pbar("Lecture");
+  EXPECT_EQ(terminal.written.find('%'), std::string::npos) << terminal.written;
+  read = 30;
   terminal.progress.d_pbar("Lecture");
   EXPECT_NE(terminal.written.find("Lecture  25 %"), std::string::npos) << terminal.written;
   terminal.progress.dstop();
