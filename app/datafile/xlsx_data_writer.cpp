@@ -88,9 +88,13 @@ class XlsxDataWriter final : public FormatWriter {
           ".csv and .sav have no such limit";
       return false;
     }
+    bool empty = true;
     for (std::size_t v = 0; v < row.size(); ++v) {
-      if (!std::isnan(row[v]) && !Cell(v, row[v], reason)) return false;
+      if (std::isnan(row[v])) continue;
+      empty = false;
+      if (!Cell(v, row[v], reason)) return false;
     }
+    emptyRows_ += empty ? 1 : 0;
     return true;
   }
 
@@ -114,8 +118,14 @@ class XlsxDataWriter final : public FormatWriter {
     for (std::size_t v = 0; v < rounded_.size(); ++v) {
       if (rounded_[v]) names.push_back(variables_[v].about.name);
     }
-    if (names.empty()) return {};
-    return {"numbers of " + NameList(names) + " are rounded to 16 digits"};
+    std::vector<std::string> changes;
+    if (!names.empty())
+      changes.push_back("numbers of " + NameList(names) + " are rounded to 16 digits");
+    if (emptyRows_ > 0)
+      changes.push_back(std::to_string(emptyRows_) +
+                        " rows are empty, since their cases are missing in every variable; what "
+                        "reads the file may pass over them");
+    return changes;
   }
 
  private:
@@ -168,7 +178,7 @@ class XlsxDataWriter final : public FormatWriter {
   std::unique_ptr<lxw_workbook, Free> book_;
   lxw_worksheet* sheet_ = nullptr;  // the book's
   lxw_format* looks_[std::size(kDateFormats)] = {};
-  std::size_t row_ = 0;
+  std::size_t row_ = 0, emptyRows_ = 0;
   DataTable dates_;  // the formats, for their texts
   std::vector<char> rounded_;
 };

@@ -331,6 +331,16 @@ TEST(SavedXlsx, NumbersThatLoseADigitAreTold) {
             Lines{"numbers of \"b\" are rounded to 16 digits"});
 }
 
+TEST(SavedXlsx, CasesThatLeaveTheirRowEmptyAreTold) {
+  TemporaryFolder folder;
+  const Lines warnings = Save(folder.File("d.xlsx"), {Named("a"), Named("b")},
+                              {{kMissing, -9999}, {1, kMissing}, {kMissing, kMissing}});
+  EXPECT_EQ(ReadXlsx(folder.File("d.xlsx")),
+            (std::map<std::string, std::string>{{"A1", "'a"}, {"B1", "'b"}, {"A3", "1"}}));
+  ASSERT_EQ(warnings.size(), 1u);
+  EXPECT_EQ(warnings[0].substr(0, 17), "2 rows are empty,");
+}
+
 TEST(SavedNumbers, KeepEveryBit) {
   std::mt19937_64 random(7);
   std::vector<double> values = {5e-324, 1.797693134862315e308, -0.0, 1e22, 123456789012345680.0};

@@ -9,9 +9,9 @@ namespace {
 
 /// Saves a table with every kind of variable, reads it and compares names, cells and texts.
 DataTable Again(const std::string& extension) {
-  std::vector<SavedVariable> variables(5);
-  const char* const names[] = {"x", "sexe", "age", "jour", "quand"};
-  for (int v = 0; v < 5; ++v) variables[v].about.name = names[v];
+  std::vector<SavedVariable> variables(6);
+  const char* const names[] = {"x", "sexe", "age", "jour", "quand", "n"};
+  for (int v = 0; v < 6; ++v) variables[v].about.name = names[v];
   variables[1].about.labels = {{1, "Femme"}, {2, "Homme"}};
   variables[1].about.wasText = variables[1].asText = true;
   variables[2].about.missingCode = 99;
@@ -19,9 +19,9 @@ DataTable Again(const std::string& extension) {
   variables[2].about.labels = {{98, "98 et plus"}};
   variables[3].about.format = DisplayFormat::date;
   variables[4].about.format = DisplayFormat::dateTime;
-  const std::vector<std::vector<double>> rows = {{0.1, 2, 98, 45322, 45322.75},
-                                                 {-9999, -9999, 99, -9999, -9999},
-                                                 {-1234.5, 1, 7.5, 45351, 25569.5}};
+  const std::vector<std::vector<double>> rows = {{0.1, 2, 98, 45322, 45322.75, 1},
+                                                 {-9999, -9999, 99, -9999, -9999, 2},
+                                                 {-1234.5, 1, 7.5, 45351, 25569.5, 3}};
   const TemporaryPath path("d" + extension);
   DataFileWriter writer;
   FileError error;
@@ -32,9 +32,9 @@ DataTable Again(const std::string& extension) {
   Reading read = ReadPath(path.Text());
   EXPECT_TRUE(read.ok) << read.error.Text();
   EXPECT_EQ(read.table.NumberOfCases(), 3);
-  EXPECT_EQ(read.table.NumberOfVariables(), 5);
-  if (!read.ok || read.table.NumberOfVariables() != 5) return {};
-  for (int v = 1; v <= 5; ++v) {
+  EXPECT_EQ(read.table.NumberOfVariables(), 6);
+  if (!read.ok || read.table.NumberOfVariables() != 6) return {};
+  for (int v = 1; v <= 6; ++v) {
     const Variable& about = read.table.At(v);
     EXPECT_EQ(about.name, names[v - 1]);
     const double before = variables[static_cast<std::size_t>(v - 1)].about.missingCode;
@@ -58,13 +58,14 @@ DataTable Again(const std::string& extension) {
 
 TEST(SavedAndReadAgain, EveryFormatKeepsNamesCellsTextsAndDates) {
   Again(".parquet");
+  Again(".xlsx");
   Again(".sav");
   Again(".qrv");
 }
 
 TEST(SavedAndReadAgain, SavKeepsLabelsMissingCodesAndLongNames) {
   const DataTable table = Again(".sav");
-  ASSERT_EQ(table.NumberOfVariables(), 5);
+  ASSERT_EQ(table.NumberOfVariables(), 6);
   EXPECT_EQ(table.At(3).missingCode, 99);
   EXPECT_EQ(table.At(3).longName, "Âge à l'entrée");
   EXPECT_EQ(ShownCells(table, 3), "98 et plus . 7.5");
@@ -72,7 +73,7 @@ TEST(SavedAndReadAgain, SavKeepsLabelsMissingCodesAndLongNames) {
 
 TEST(SavedAndReadAgain, QrvKeepsEverything) {
   const DataTable table = Again(".qrv");
-  ASSERT_EQ(table.NumberOfVariables(), 5);
+  ASSERT_EQ(table.NumberOfVariables(), 6);
   EXPECT_EQ(table.At(1).missingCode, -9999);
   EXPECT_TRUE(table.At(2).wasText);
   EXPECT_EQ(table.At(2).distinctTexts, 2u);
