@@ -93,8 +93,8 @@ void CopyTexts(const Source& source, std::span<double> cells, TableBuilder& buil
 
 /// How the values of a type arrive.
 struct TypeRule {
-  duckdb_type type;
-  CopyFunction copy;  // null: the column is left out
+  duckdb_type type = DUCKDB_TYPE_INVALID;
+  CopyFunction copy = nullptr;
   DisplayFormat format = DisplayFormat::number;
   const char* cast = nullptr;  // the type that the database turns it into before
 };

@@ -138,6 +138,7 @@ void TableBuilder::ReplaceCells(std::size_t column, const std::vector<double>& c
 void TableBuilder::Finish(DataTable& table) {
   if (columns_.empty()) FailToRead("the file has no variables");
   std::vector<std::string> names;
+  names.reserve(columns_.size());
   for (const Column& column : columns_) names.push_back(column.about.name);
   FileError error;
   if (!NamesDiffer(names, error)) throw ReadFailure{error};

@@ -15,7 +15,7 @@ inline std::string_view LocalName(std::string_view name) {
 }
 
 /// The first child with this local name; a null node when there is none.
-inline pugi::xml_node ChildOf(pugi::xml_node node, std::string_view name) {
+inline pugi::xml_node ChildOf(const pugi::xml_node& node, std::string_view name) {
   for (const pugi::xml_node child : node.children()) {
     if (LocalName(child.name()) == name) return child;
   }
