@@ -52,6 +52,25 @@ int MachineLearning::RunStep(int step) {
   }
 }
 
+std::span<const Control> MachineLearning::ControlsOf(int step) const {
+  switch (step) {
+    case kStartStep:
+      return StartupDialog::Table();
+    case kKnnStep:
+      return KNNDialog::Table();
+    case kKnnResultsStep:
+      return KNNResultsDialog::Table();
+    default:
+      return {};
+  }
+}
+
+std::vector<std::pair<std::string, double>> MachineLearning::Figures() const {
+  if (data_ == nullptr) return {};
+  return {{"training", static_cast<double>(data_->trainingCount())},
+          {"test", static_cast<double>(data_->testCount())}};
+}
+
 int MachineLearning::Init() {
   CAnalysisContext::Scope scope(this);
   DeletePointers();

@@ -36,6 +36,9 @@ class MachineLearning final : public CAnalysisSupport {
   int GetAnalysisID() const override { return 3731; }
   std::string GetAnalysisName() const override;
   int RunStep(int step) override;
+  std::span<const Control> ControlsOf(int step) const override;
+  /// Weighted training and test cases of the last read.
+  std::vector<std::pair<std::string, double>> Figures() const override;
 
   MLTypeOfAnalysis analysisKind = scMLSVM;
   /// Naive Bayes keeps case values in memory only below this many bytes.

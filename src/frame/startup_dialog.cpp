@@ -64,7 +64,7 @@ const Control kControls[] = {
 StartupDialog::StartupDialog(MachineLearning& analysis)
     : CAnalysisDialog(analysis), machineLearning_(analysis) {}
 
-std::span<const Control> StartupDialog::Controls() const { return kControls; }
+std::span<const Control> StartupDialog::Table() { return kControls; }
 
 bool StartupDialog::Select(double row) {
   for (const AnalysisKind& kind : kAnalysisKinds) {

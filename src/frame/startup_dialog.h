@@ -30,7 +30,8 @@ class StartupDialog final : public CAnalysisDialog {
 
   std::string_view InterfaceName() const override { return "MachineLearningStartup"; }
   std::string_view Title() const override { return "Machine Learning"; }
-  std::span<const Control> Controls() const override;
+  static std::span<const Control> Table();
+  std::span<const Control> Controls() const override { return Table(); }
   bool OnOK() override;
   bool OnCancel() override;
 

@@ -127,7 +127,7 @@ std::vector<Control> MakeTable() {
 
 }  // namespace
 
-std::span<const Control> KNNDialog::Controls() const {
+std::span<const Control> KNNDialog::Table() {
   static const std::vector<Control> table = MakeTable();
   return table;
 }

@@ -14,7 +14,8 @@ class KNNDialog final : public SpecificationDialog {
 
   KNNDialog(CAnalysisSupport& analysis, AnalysisDataSet& data, KNNEngine& engine);
 
-  std::span<const Control> Controls() const override;
+  static std::span<const Control> Table();
+  std::span<const Control> Controls() const override { return Table(); }
   bool OnOK() override;
 
   KNNEngine& engine() { return engine_; }

@@ -81,7 +81,7 @@ std::vector<Control> MakeTable() {
 
 }  // namespace
 
-std::span<const Control> KNNResultsDialog::Controls() const {
+std::span<const Control> KNNResultsDialog::Table() {
   static const std::vector<Control> table = MakeTable();
   return table;
 }

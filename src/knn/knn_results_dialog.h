@@ -17,7 +17,8 @@ class KNNResultsDialog final : public ResultsDialog {
   /// Writes the results text.
   KNNResultsDialog(CAnalysisSupport& analysis, AnalysisDataSet& data, KNNEngine& engine);
 
-  std::span<const Control> Controls() const override;
+  static std::span<const Control> Table();
+  std::span<const Control> Controls() const override { return Table(); }
 
   KNNEngine& engine() { return engine_; }
   const KNNEngine& engine() const { return engine_; }
