@@ -15,11 +15,11 @@ struct Case {
 
 TEST(SelectionText, IsANumberAnAsteriskOrNone) {
   const Case cases[] = {
-      {"3", Parsed::number, "", 3},        {"None", Parsed::text, "None", 0},
+      {"3", Parsed::number, "", 3},         {"None", Parsed::text, "None", 0},
       {" , None", Parsed::text, "None", 0}, {"*", Parsed::text, "*", 0},
-      {"a*b", Parsed::text, "*", 0},       {"\"None\"", Parsed::text, "None", 0},
-      {"none", Parsed::invalid, "", 0},    {"other", Parsed::invalid, "", 0},
-      {"", Parsed::invalid, "", 0},        {"-2.5e1", Parsed::number, "", -25},
+      {"a*b", Parsed::text, "*", 0},        {"\"None\"", Parsed::text, "None", 0},
+      {"none", Parsed::invalid, "", 0},     {"other", Parsed::invalid, "", 0},
+      {"", Parsed::invalid, "", 0},         {"-2.5e1", Parsed::number, "", -25},
   };
   for (const Case& row : cases) {
     CLittleParser parser(row.input);
