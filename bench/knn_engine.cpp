@@ -94,9 +94,9 @@ void Reading() {
   firstLoad();
   const double stored = kBytes / 1048576;
   std::printf("reading 1,000,000 cases x 50 variables, one thread\n");
-  std::printf("  peak memory above the host's table: %.0f MB for %.0f MB of stored rows, ratio %.3f\n",
-              StatusMegabytes("VmHWM:") - before, stored,
-              (StatusMegabytes("VmHWM:") - before) / stored);
+  std::printf(
+      "  peak memory above the host's table: %.0f MB for %.0f MB of stored rows, ratio %.3f\n",
+      StatusMegabytes("VmHWM:") - before, stored, (StatusMegabytes("VmHWM:") - before) / stored);
   std::vector<double> scans, loads, copies, reloads;
   for (int round = 0; round < bench::kRounds; ++round) {
     loads.push_back(firstLoad());
@@ -147,18 +147,18 @@ void KSearch(int threads) {
   std::vector<qrvml::Neighbour> neighbours(found.size() * kMaximumK);
   for (int p = 0; p < kPrototypes; ++p) fold[p] = p / (kPrototypes / kFolds);
   const auto searchOnce = [&] {
-    search.Build({rows.data(), kPrototypes, kInputs, 0, data.slopes().data(), data.offsets().data()},
-                 qrvml::Metric::euclidean);
+    search.Build(
+        {rows.data(), kPrototypes, kInputs, 0, data.slopes().data(), data.offsets().data()},
+        qrvml::Metric::euclidean);
     for (int f = 0; f < kFolds; ++f) {
-      search.Find(rows.data() + std::size_t(f) * found.size() * kInputs,
-                  std::int32_t(found.size()), kMaximumK, {fold.data(), f}, threads, neighbours,
-                  found, {});
+      search.Find(rows.data() + std::size_t(f) * found.size() * kInputs, std::int32_t(found.size()),
+                  kMaximumK, {fold.data(), f}, threads, neighbours, found, {});
     }
   };
-  bench::Compare("K search, 20 grid values, 10 folds, 20,000 x 20, " + std::to_string(threads) +
-                     " thread(s)",
-                 {{"K search", [&] { engine.Allocate(), engine.TrainKnn(true); }},
-                  {"each prototype searched once", searchOnce}});
+  bench::Compare(
+      "K search, 20 grid values, 10 folds, 20,000 x 20, " + std::to_string(threads) + " thread(s)",
+      {{"K search", [&] { engine.Allocate(), engine.TrainKnn(true); }},
+       {"each prototype searched once", searchOnce}});
 }
 
 }  // namespace

@@ -133,8 +133,7 @@ void AnalysisDataSet::ComputeScaling() {
         continue;
       }
       slope_[slot] = (target.highest - target.lowest) / (maximum - minimum);
-      offset_[slot] =
-          (target.lowest * maximum - minimum * target.highest) / (maximum - minimum);
+      offset_[slot] = (target.lowest * maximum - minimum * target.highest) / (maximum - minimum);
     }
   };
   scale(VariableKind::predictor, roles_.continuousPredictors.size(), inputRange);

@@ -91,13 +91,18 @@ class AnalysisDataSet {
   double MissingDataCode(int variable) const;
 
   /// Replaces the tables of the categorical predictors (dependents) by chosen codes, one list per
-  /// variable in list order; an empty list leaves its table to be collected. The codes are integral.
+  /// variable in list order; an empty list leaves its table to be collected. The codes are
+  /// integral.
   void FixPredictorCategories(std::span<const std::vector<double>> codes);
   void FixDependentCategories(std::span<const std::vector<double>> codes);
 
   /// Tables of categorical predictor (dependent) i, in list order.
-  const CategoryTable& predictorCategories(std::size_t i) const { return predictorTables_[i].table; }
-  const CategoryTable& dependentCategories(std::size_t i) const { return dependentTables_[i].table; }
+  const CategoryTable& predictorCategories(std::size_t i) const {
+    return predictorTables_[i].table;
+  }
+  const CategoryTable& dependentCategories(std::size_t i) const {
+    return dependentTables_[i].table;
+  }
   /// Whether the user fixed the categories of this one.
   bool IsPredictorFixed(std::size_t i) const { return predictorTables_[i].fixed; }
   bool IsDependentFixed(std::size_t i) const { return dependentTables_[i].fixed; }
@@ -197,7 +202,7 @@ class AnalysisDataSet {
   std::int32_t svmInputWidth_ = 0;
   std::int32_t storedCounts_[2] = {0, 0};  // used cases per sample, unweighted
 
-  std::array<CaseStatistics, kSubsets> statistics_;  // means of the last finished pass
+  std::array<CaseStatistics, kSubsets> statistics_;      // means of the last finished pass
   std::array<HostArray<double>, kSubsets> substitutes_;  // first-pass means per slot
 
   std::array<HostArray<double>, 2> predictorRows_;

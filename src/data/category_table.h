@@ -21,7 +21,7 @@ class CategoryTable {
   };
   struct Class {
     std::string text;
-    std::int64_t code;              // the smallest code with this text
+    std::int64_t code;                // the smallest code with this text
     std::int64_t trainingWeight = 0;  // weighted training cases
   };
 

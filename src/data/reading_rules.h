@@ -10,9 +10,10 @@ enum class Method : std::uint8_t { svm = 0, naiveBayes = 1, knn = 2 };
 
 /// What LoadCases hands to a method's engine.
 enum class StoredAs : std::uint8_t {
-  indicatorRows,   // training cases to the engine's sink, once per unit of weight; test cases counted
-  rowsPerCase,     // one row per case of either sample
-  rowsPerWeight,   // one row per unit of rounded weight
+  indicatorRows,  // training cases to the engine's sink, once per unit of weight; test cases
+                  // counted
+  rowsPerCase,    // one row per case of either sample
+  rowsPerWeight,  // one row per unit of rounded weight
 };
 
 struct ReadingRules {
@@ -20,8 +21,8 @@ struct ReadingRules {
   bool testAlwaysRequired;        // else only while sampling applies
   bool missingDependentExcludes;  // whatever the missing-data rule
   bool allowsPartlyMissing;       // missing-data rule 2
-  bool substitutesBothMean;       // with sampling, a substituted value becomes the both-samples mean
-  bool meansOverValidOnly;        // means divide by the weight of valid values, not of all cases
+  bool substitutesBothMean;  // with sampling, a substituted value becomes the both-samples mean
+  bool meansOverValidOnly;   // means divide by the weight of valid values, not of all cases
 };
 
 constexpr ReadingRules kReadingRules[] = {

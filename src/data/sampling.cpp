@@ -42,8 +42,7 @@ double FindFirstCode(int variable, bool integralOnly) {
 bool DrawRandomSample(SamplingSettings& sampling, std::int32_t cases,
                       HostArray<std::uint8_t>& flags) {
   if (!AllocateFlags(sampling, cases, flags)) return false;
-  const auto trainingCases =
-      static_cast<std::int32_t>(cases * sampling.trainingPercentage * 0.01);
+  const auto trainingCases = static_cast<std::int32_t>(cases * sampling.trainingPercentage * 0.01);
   RandomServices& random = *CAnalysisContext::Current()->services().random;
   for (std::int32_t remaining = cases - trainingCases; remaining > 0;) {
     auto place = flags.begin() + static_cast<std::int32_t>(random.rnd_(sampling.seed) * cases);

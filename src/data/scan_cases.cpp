@@ -89,11 +89,12 @@ class CaseScan {
     } else {
       data_.weights_.Release();
     }
-    for (int s = 0; s < SubsetsKept(); ++s) data_.statistics_[static_cast<std::size_t>(s)].Start(slots);
+    for (int s = 0; s < SubsetsKept(); ++s)
+      data_.statistics_[static_cast<std::size_t>(s)].Start(slots);
     data_.trainingCount_ = data_.testCount_ = 0;
     data_.caseNameWidth_ = 0;
-    CollectCategoricals(data_.roles_.categoricalPredictors, data_.roles_.continuousPredictors.size(),
-                        false, data_.predictorTables_);
+    CollectCategoricals(data_.roles_.categoricalPredictors,
+                        data_.roles_.continuousPredictors.size(), false, data_.predictorTables_);
     CollectCategoricals(data_.roles_.categoricalDependents,
                         data_.roles_.predictors.size() + data_.roles_.continuousDependents.size(),
                         true, data_.dependentTables_);

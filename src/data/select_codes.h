@@ -12,7 +12,7 @@ namespace qrvml {
 inline constexpr std::size_t kCodesPerDialog = 8;
 
 struct CodesLimits {
-  std::size_t fewest = 1;   // codes per variable
+  std::size_t fewest = 1;  // codes per variable
   std::size_t most = 500;
   double lowest = -999999999;
   double highest = 999999999;

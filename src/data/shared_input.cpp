@@ -19,8 +19,8 @@ std::string WithoutCase(std::string_view text) {
   for (std::size_t i = 0; i < text.size(); ++i) {
     const auto byte = static_cast<unsigned char>(text[i]);
     const bool afterC3 = i > 0 && static_cast<unsigned char>(text[i - 1]) == 0xC3;
-    const bool isUpper = (byte >= 'A' && byte <= 'Z') ||
-                         (afterC3 && byte >= 0x80 && byte <= 0x9E && byte != 0x97);
+    const bool isUpper =
+        (byte >= 'A' && byte <= 'Z') || (afterC3 && byte >= 0x80 && byte <= 0x9E && byte != 0x97);
     lower += isUpper ? static_cast<char>(byte + 0x20) : text[i];
   }
   return lower;

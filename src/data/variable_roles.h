@@ -6,9 +6,9 @@
 
 namespace qrvml {
 
-/// The four lists that the user chooses, as 1-based variable numbers, and what is derived from them.
-/// "Predictors" means continuous then categorical, likewise "dependents"; "all" is predictors then
-/// dependents. A position in `all` is called a slot.
+/// The four lists that the user chooses, as 1-based variable numbers, and what is derived from
+/// them. "Predictors" means continuous then categorical, likewise "dependents"; "all" is predictors
+/// then dependents. A position in `all` is called a slot.
 struct VariableRoles {
   std::vector<int> continuousDependents;
   std::vector<int> categoricalDependents;

@@ -18,12 +18,12 @@ struct SpecificationProfile {
   Method method;
   std::string_view interfaceName;
   std::string_view title;
-  int resultsStep;                     // step of the sequence that follows a successful OK
-  bool alwaysSplits;                   // the dialog has no switch for sampling
+  int resultsStep;    // step of the sequence that follows a successful OK
+  bool alwaysSplits;  // the dialog has no switch for sampling
   std::string_view percentageProperty;
-  std::string_view percentageRange;    // text for a percentage outside (0, 100)
-  int unreadableSampling;              // message for a sampling field that cannot be read
-  std::int32_t firstCasesReserve;      // N must be below the number of cases minus this
+  std::string_view percentageRange;  // text for a percentage outside (0, 100)
+  int unreadableSampling;            // message for a sampling field that cannot be read
+  std::int32_t firstCasesReserve;    // N must be below the number of cases minus this
 };
 
 inline constexpr int kStartupStep = 101;
@@ -82,7 +82,8 @@ class SpecificationDialog : public CAnalysisDialog {
   /// The user accepted other variables; the data set has them already.
   virtual void VariablesChanged() = 0;
 
-  // --- Steps of OK, in their order; each false after its message ----------------------------------
+  // --- Steps of OK, in their order; each false after its message
+  // ----------------------------------
   bool SampleVariableIsNoAnalysisVariable();  // 315
   bool DrawSample();                          // unreadable field, percentage text, 207, 104
   bool ReadCases(TrainingRowSink* sink = nullptr);

@@ -8,7 +8,9 @@ namespace {
 using Dialog = SpecificationDialog;
 using Of = On<Dialog>;
 
-constexpr DescriptionRow ChoiceRow(int identifier) { return {.identifier = identifier, .kind = 2, .type = 1}; }
+constexpr DescriptionRow ChoiceRow(int identifier) {
+  return {.identifier = identifier, .kind = 2, .type = 1};
+}
 
 constexpr double kMost = 999999999;
 
@@ -154,8 +156,7 @@ Control Seed(const SamplingLabels& labels) {
           .range = {0, kHighestSeed},
           .row = ChoiceRow(50378),
           .enabled = random,
-          .bind = {.number =
-                       Of::Number([](const Dialog& d) { return d.data().sampling.seed; })}};
+          .bind = {.number = Of::Number([](const Dialog& d) { return d.data().sampling.seed; })}};
 }
 
 Control FirstN(const SamplingLabels& labels) {
@@ -166,8 +167,7 @@ Control FirstN(const SamplingLabels& labels) {
           .range = {1, kMost},
           .row = ChoiceRow(50379),
           .enabled = firstCases,
-          .bind = {.number =
-                       Of::Number([](const Dialog& d) { return d.data().sampling.firstN; })}};
+          .bind = {.number = Of::Number([](const Dialog& d) { return d.data().sampling.firstN; })}};
 }
 
 Control SampleCodeProperty(const SamplingLabels& labels, std::string_view name,
@@ -217,11 +217,10 @@ Control SampleActive(const SamplingLabels& labels) {
           .label = "&Actif",
           .tab = labels.tab,
           .enabled = identifier,
-          .bind = {.number = Of::Number(
-                       [](const Dialog& d) { return d.data().sampleChoice.state == 1; }),
-                   .assign = Of::Assign([](Dialog& d, double value) {
-                     return d.SetSampleActive(value != 0);
-                   })}};
+          .bind = {.number =
+                       Of::Number([](const Dialog& d) { return d.data().sampleChoice.state == 1; }),
+                   .assign = Of::Assign(
+                       [](Dialog& d, double value) { return d.SetSampleActive(value != 0); })}};
 }
 
 Control SampleState(const SamplingLabels& labels) {

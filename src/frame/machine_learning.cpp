@@ -116,7 +116,7 @@ template <class Dialog, class... Arguments>
 int MachineLearning::StartDialog(Arguments&... arguments) {
   std::unique_ptr<CAnalysisDialog> dialog(new (std::nothrow) Dialog(arguments...));
   return services().dialogs->CreateModelessDialog(Dialog::kTemplate, std::move(dialog)) == 0 ? 0
-                                                                                            : -1;
+                                                                                             : -1;
 }
 
 int MachineLearning::StartAnalysis() { return StartDialog<StartupDialog>(*this); }

@@ -15,9 +15,7 @@ std::atomic<int> lockCount{0};
 
 const AutomationResult kDone{};
 
-AutomationResult Failure(std::string text = {}) {
-  return {kAutomationFailure, std::move(text)};
-}
+AutomationResult Failure(std::string text = {}) { return {kAutomationFailure, std::move(text)}; }
 
 AutomationResult Unknown(std::string_view name) {
   return Failure("Unknown property or action: " + std::string(name));
@@ -262,13 +260,11 @@ class DialogAutomation final : public QrvAnalysisDialog {
   }
 
   AutomationResult PressControl(const Control& control) {
-    if (control.bind.press == nullptr)
-      return Failure(std::string(control.name) + " is no button");
-    if (!dialog_->IsEnabled(control))
-      return Failure(std::string(control.name) + " is disabled");
+    if (control.bind.press == nullptr) return Failure(std::string(control.name) + " is no button");
+    if (!dialog_->IsEnabled(control)) return Failure(std::string(control.name) + " is disabled");
     if (!control.bind.press(*dialog_)) return Failure();
-    Record(control, control.kind == ControlKind::pick ? control.bind.text(*dialog_)
-                                                      : std::string());
+    Record(control,
+           control.kind == ControlKind::pick ? control.bind.text(*dialog_) : std::string());
     return kDone;
   }
 
@@ -283,8 +279,7 @@ class DialogAutomation final : public QrvAnalysisDialog {
   }
 
   void Record(const Control& control, std::string_view value) {
-    const int constant =
-        control.bind.constant == nullptr ? 0 : control.bind.constant(*dialog_);
+    const int constant = control.bind.constant == nullptr ? 0 : control.bind.constant(*dialog_);
     Automation().RecordControlValue(*dialog_, control, value, constant);
   }
 
@@ -294,9 +289,7 @@ class DialogAutomation final : public QrvAnalysisDialog {
 CAnalysisDialog::CAnalysisDialog(CAnalysisSupport& analysis)
     : analysis_(analysis), automation_(std::make_shared<DialogAutomation>(*this)) {}
 
-CAnalysisDialog::~CAnalysisDialog() {
-  static_cast<DialogAutomation&>(*automation_).Close();
-}
+CAnalysisDialog::~CAnalysisDialog() { static_cast<DialogAutomation&>(*automation_).Close(); }
 
 const Control* CAnalysisDialog::FindControl(std::string_view name) const {
   for (const Control& control : Controls()) {

@@ -60,36 +60,37 @@ struct Range {
 
 /// The control's row in the control-description table that the host asks for.
 struct DescriptionRow {
-  int identifier = 0;  // host identifier; 0: no row, the control is outside the automation interface
-  int role = 0;        // 0 option; 4 spreadsheet, 6 graph, 7 code generator button
+  int identifier =
+      0;         // host identifier; 0: no row, the control is outside the automation interface
+  int role = 0;  // 0 option; 4 spreadsheet, 6 graph, 7 code generator button
   int kind = 0;
-  int type = 0;        // 1 integer, 2 real, 5 text, 6 list
-  int after = 0;       // not 0: the row stands behind the row of that identifier, not in its own place
+  int type = 0;   // 1 integer, 2 real, 5 text, 6 list
+  int after = 0;  // not 0: the row stands behind the row of that identifier, not in its own place
 };
 
 using Rule = bool (*)(const CAnalysisDialog&);
 
 /// What a control does. Handlers get the dialog whose table holds the row.
 struct Binding {
-  double (*number)(const CAnalysisDialog&) = nullptr;       // check, radio, choice: value;
-                                                            // integer, real: what the setting holds
-  std::string (*text)(const CAnalysisDialog&) = nullptr;    // pick, text: value; choice: item text
-  bool (*assign)(CAnalysisDialog&, double) = nullptr;       // check, radio, choice: take the value
+  double (*number)(const CAnalysisDialog&) = nullptr;     // check, radio, choice: value;
+                                                          // integer, real: what the setting holds
+  std::string (*text)(const CAnalysisDialog&) = nullptr;  // pick, text: value; choice: item text
+  bool (*assign)(CAnalysisDialog&, double) = nullptr;     // check, radio, choice: take the value
   bool (*enter)(CAnalysisDialog&, std::string_view) = nullptr;  // text: take it (absent: a field);
                                                                 // pick: instead of an answer
-  bool (*press)(CAnalysisDialog&) = nullptr;                // pick, button, action
-  std::span<const std::string_view> (*items)() = nullptr;   // choice: names that stand for positions
-  int (*constant)(const CAnalysisDialog&) = nullptr;        // host constant recorded for the value
-  AnswerMember answer = AnswerMember::none;                 // pick: the service that it answers
+  bool (*press)(CAnalysisDialog&) = nullptr;                    // pick, button, action
+  std::span<const std::string_view> (*items)() = nullptr;  // choice: names that stand for positions
+  int (*constant)(const CAnalysisDialog&) = nullptr;       // host constant recorded for the value
+  AnswerMember answer = AnswerMember::none;                // pick: the service that it answers
 };
 
 struct Control {
-  std::string_view name;   // automation property or action; outside the interface: control name
+  std::string_view name;  // automation property or action; outside the interface: control name
   ControlKind kind = ControlKind::check;
   std::string_view label;  // as the dialog shows it, with its access key
-  std::string_view tab{};   // caption of the tab; empty: below the tabs
+  std::string_view tab{};  // caption of the tab; empty: below the tabs
   Range range{};
-  int decimals = 0;        // shown; the control holds the full number
+  int decimals = 0;  // shown; the control holds the full number
   DescriptionRow row{};
   Rule enabled = nullptr;  // null: always
   Binding bind{};
@@ -112,7 +113,9 @@ struct Condition {
 
 template <class D, class F>
 struct OnDialog {
-  bool operator()(const CAnalysisDialog& dialog) const { return F{}(static_cast<const D&>(dialog)); }
+  bool operator()(const CAnalysisDialog& dialog) const {
+    return F{}(static_cast<const D&>(dialog));
+  }
 };
 /// The condition that `f` holds for a dialog of type D.
 template <class D, class F>
@@ -160,9 +163,7 @@ struct On {
   }
   template <class F>
   static constexpr auto Assign(F) {
-    return +[](CAnalysisDialog& d, double value) -> bool {
-      return F{}(static_cast<D&>(d), value);
-    };
+    return +[](CAnalysisDialog& d, double value) -> bool { return F{}(static_cast<D&>(d), value); };
   }
   template <class F>
   static constexpr auto Enter(F) {

@@ -30,15 +30,15 @@ struct CellLabel {
 
 /// One column of a spreadsheet. An empty cell is a not-a-number.
 struct SpreadsheetColumn {
-  std::string first;                  // heading
-  std::string second;                 // second heading line, may be empty
+  std::string first;   // heading
+  std::string second;  // second heading line, may be empty
   NumberFormat format = NumberFormat::general;
-  std::vector<double> values;         // one per row
-  std::vector<CellLabel> labels;     // ascending by value, each once; a table of a million rows
-                                      // carries its categories here
-  std::vector<std::string> texts;     // empty, or one per row: shown instead of the number where
-                                      // not empty; goes before `labels`
-  std::vector<std::uint8_t> marks;    // empty, or one per row: 1 draws the cell as a warning
+  std::vector<double> values;       // one per row
+  std::vector<CellLabel> labels;    // ascending by value, each once; a table of a million rows
+                                    // carries its categories here
+  std::vector<std::string> texts;   // empty, or one per row: shown instead of the number where
+                                    // not empty; goes before `labels`
+  std::vector<std::uint8_t> marks;  // empty, or one per row: 1 draws the cell as a warning
 };
 
 inline constexpr double kEmptyCell = std::numeric_limits<double>::quiet_NaN();
@@ -46,12 +46,12 @@ inline constexpr double kEmptyCell = std::numeric_limits<double>::quiet_NaN();
 /// A table with named rows, columnar inside: every column has Rows() values.
 struct Spreadsheet {
   std::string title;
-  std::vector<std::string> header;    // lines below the title
-  std::string rowTitle;               // corner label above the row names
-  std::string rowTitleSecond;         // its second line
+  std::vector<std::string> header;  // lines below the title
+  std::string rowTitle;             // corner label above the row names
+  std::string rowTitleSecond;       // its second line
   std::vector<std::string> rowNames;
-  std::vector<std::int32_t> rowCases; // instead of rowNames: 1-based case numbers of the open file,
-                                      // whose labels (else numbers) name the rows
+  std::vector<std::int32_t> rowCases;  // instead of rowNames: 1-based case numbers of the open
+                                       // file, whose labels (else numbers) name the rows
   std::vector<SpreadsheetColumn> columns;
 
   std::size_t Rows() const { return rowCases.empty() ? rowNames.size() : rowCases.size(); }
@@ -81,11 +81,11 @@ struct GraphSeries {
 
 struct Graph {
   GraphType type = GraphType::scatter;
-  std::string title;                // lines separated by line ends
-  std::vector<GraphAxis> axes;      // x, y and, in space, z
+  std::string title;            // lines separated by line ends
+  std::vector<GraphAxis> axes;  // x, y and, in space, z
   std::vector<GraphSeries> series;
-  bool fit = false;                 // scatter: draw the least-squares line of each series
-  std::vector<double> edges;        // histogram: one more than counts, ascending
+  bool fit = false;           // scatter: draw the least-squares line of each series
+  std::vector<double> edges;  // histogram: one more than counts, ascending
   std::vector<double> counts;
   std::vector<CellLabel> edgeLabels;  // histogram of categories: texts of category codes
 };

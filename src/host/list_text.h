@@ -14,10 +14,10 @@ namespace qrvml {
 
 struct ListMember {
   enum class Kind { name, number, range, all, none } kind = Kind::name;
-  std::string name;                 // name
-  double number = 0, upper = 0;     // number; range: first and last
+  std::string name;              // name
+  double number = 0, upper = 0;  // number; range: first and last
   bool quoted = false;
-  std::size_t column = 0;           // where it stands in the text, from 1
+  std::size_t column = 0;  // where it stands in the text, from 1
 };
 
 /// The lists of a text: one more than its `|`; lists may be empty. False: `error` says what and

@@ -24,9 +24,9 @@ class ProgressServices {
  public:
   virtual ~ProgressServices() = default;
 
-  virtual void dstart(int count) = 0;               // opens the display over `count` cases
-  virtual void d_pbar(std::string_view text) = 0;   // its text
-  virtual void dstop() = 0;                         // closes it
+  virtual void dstart(int count) = 0;              // opens the display over `count` cases
+  virtual void d_pbar(std::string_view text) = 0;  // its text
+  virtual void dstop() = 0;                        // closes it
   /// Non-zero when the user cancels. Cheap enough for every few thousand operations.
   virtual int pcancel() = 0;
   /// Whether cancel came from outside the module (a closed page, a signal).
@@ -60,24 +60,24 @@ class RandomServices {
 /// Up to 8 variables whose codes one codes dialog asks for; codes as they stand before and after.
 struct CodesRequest {
   std::string title;
-  std::vector<int> variables;                // 1-based variable numbers
-  std::vector<std::vector<double>> codes;    // per variable; may be non-integral when returned
-  std::vector<std::size_t> minimum, maximum; // numbers of codes per variable
-  double lowest = 0, highest = 0;            // allowed codes
+  std::vector<int> variables;                 // 1-based variable numbers
+  std::vector<std::vector<double>> codes;     // per variable; may be non-integral when returned
+  std::vector<std::size_t> minimum, maximum;  // numbers of codes per variable
+  double lowest = 0, highest = 0;             // allowed codes
 };
 
 /// The input form: an editable table with one column.
 struct InputTable {
   std::string title, hint;
-  std::string rowTitle, column;       // heading of the row names and of the column
+  std::string rowTitle, column;  // heading of the row names and of the column
   std::vector<std::string> rowNames;
-  std::vector<std::string> cells;     // texts, before and after
+  std::vector<std::string> cells;  // texts, before and after
 };
 
 struct VariableListsRequest {
   std::string title;
-  std::vector<std::string> captions;     // one per list
-  std::vector<std::vector<int>> lists;   // 1-based variable numbers, before and after
+  std::vector<std::string> captions;    // one per list
+  std::vector<std::vector<int>> lists;  // 1-based variable numbers, before and after
 };
 
 /// The host's modal dialogs. Each returns false when it is cancelled; nothing is then changed.
@@ -107,9 +107,9 @@ class DialogServices {
   /// The input form.
   virtual bool looka4dlg(InputTable&) { return false; }
 
-  virtual bool OpenTvxFile() = 0;     // the host's open-data-file dialog; true: a file was opened
-  virtual bool DefineSelCond() = 0;   // selection conditions
-  virtual bool DefineWeight() = 0;    // case weights
+  virtual bool OpenTvxFile() = 0;    // the host's open-data-file dialog; true: a file was opened
+  virtual bool DefineSelCond() = 0;  // selection conditions
+  virtual bool DefineWeight() = 0;   // case weights
 
   /// Reads a value field bound to a variable (0: to none): a number in [lowest, highest], or one
   /// of the variable's text labels. False when the text is neither.
@@ -134,7 +134,7 @@ class OutputServices {
 struct NewVariable {
   std::string name;
   std::string longName;
-  std::vector<CellLabel> labels;     // texts of codes
+  std::vector<CellLabel> labels;  // texts of codes
   double missingCode = kMissingOutput;
 };
 

@@ -147,8 +147,7 @@ constexpr StringEntry kStrings[] = {
     {310, "Validation croisée terminée"},
     {311, "Calcul des statistiques de classification en cours..."},
     {312, "Calcul des statistiques de régression en cours..."},
-    {315,
-     "La variable d'échantillon doit être distincte des variables indépendantes/dépendantes."},
+    {315, "La variable d'échantillon doit être distincte des variables indépendantes/dépendantes."},
     {322, " vs. "},
     {323, "("},
     {324, ")"},
@@ -195,9 +194,7 @@ std::string GetResourceString(int number, long long value) {
 
 bool Refuse(int number) { return Show(number, GetResourceString(number)); }
 
-bool Refuse(int number, long long value) {
-  return Show(number, GetResourceString(number, value));
-}
+bool Refuse(int number, long long value) { return Show(number, GetResourceString(number, value)); }
 
 bool RefuseText(std::string_view text) { return Show(0, text); }
 

@@ -24,8 +24,7 @@ CaseResult KnnCaseSource::WithPredictions(CaseResult result) const {
 
 void KnnCaseSource::Visit(Subset subset, bool predict,
                           const std::function<void(const CaseResult&)>& visit) {
-  const std::int32_t prototypes =
-      subset == Subset::test ? 0 : data_.StoredRows(Sample::training);
+  const std::int32_t prototypes = subset == Subset::test ? 0 : data_.StoredRows(Sample::training);
   std::int32_t next = 0;
   // Both samples are stored in file order, so merging them by case number restores the file's.
   const auto visitPrototypesBefore = [&](std::int32_t caseNumber) {

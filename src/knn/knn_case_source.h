@@ -13,9 +13,7 @@ class KnnCaseSource final : public CaseSource {
   void Visit(Subset subset, bool predict,
              const std::function<void(const CaseResult&)>& visit) override;
   CaseResult Predict(std::span<const double> inputs) override;
-  const PredictionRanges& Ranges(std::size_t j, Subset) const override {
-    return engine_.ranges(j);
-  }
+  const PredictionRanges& Ranges(std::size_t j, Subset) const override { return engine_.ranges(j); }
   bool HasSpreads() const override { return engine_.k > 1; }
   bool Predicts(Subset subset) const override { return subset != Subset::training; }
 

@@ -97,7 +97,8 @@ std::vector<Control> MakeTable() {
        .label = "Appliquer la validation croisée par &v-ensembles :",
        .tab = kSelectionTab,
        .row = OptionRow(50394),
-       .bind = {.number = Of::Number([](const Dialog& d) { return d.engine().applyCrossValidation; }),
+       .bind = {.number =
+                    Of::Number([](const Dialog& d) { return d.engine().applyCrossValidation; }),
                 .assign = Of::Assign([](Dialog& d, double value) {
                   d.engine().applyCrossValidation = value != 0;
                   return true;
@@ -117,10 +118,10 @@ std::vector<Control> MakeTable() {
   table.push_back(rows::SampleCodeProperty(
       kSampling, "CodeForPrototypeSample",
       {.identifier = 50428, .role = 0, .kind = 2, .type = 5, .after = 50378}));
-  for (const auto& row : {rows::SampleButton(kSampling), rows::SampleVariable(kSampling),
-                          rows::SampleCode(kSampling), rows::SampleActive(kSampling),
-                          rows::SampleState(kSampling), rows::SelectionConditions(),
-                          rows::CaseWeights()})
+  for (const auto& row :
+       {rows::SampleButton(kSampling), rows::SampleVariable(kSampling), rows::SampleCode(kSampling),
+        rows::SampleActive(kSampling), rows::SampleState(kSampling), rows::SelectionConditions(),
+        rows::CaseWeights()})
     table.push_back(row);
   return table;
 }

@@ -26,8 +26,8 @@ class KNNDialog final : public SpecificationDialog {
   void VariablesChanged() override { engine_.Reset(); }
 
  private:
-  bool HasTestSample();             // 205
-  bool ReadSettings();              // 125, range texts, 211, 214
+  bool HasTestSample();  // 205
+  bool ReadSettings();   // 125, range texts, 211, 214
   bool ReadCrossValidation(std::int32_t most);
   /// Reads an integer field that goes from 1 to `most`. False: message 125, or the range text.
   bool ReadUpTo(std::string_view field, std::int32_t most, std::string_view rangeText,

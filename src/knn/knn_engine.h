@@ -60,8 +60,8 @@ class KNNEngine {
   /// Frees all working arrays and results; the settings stay.
   void Reset();
   /// The training run: K search where it is asked for, then the statistics of the test sample.
-  /// False: cancelled (no message), or message 104 or 155; the arrays of the run are then freed and k
-  /// is as it was.
+  /// False: cancelled (no message), or message 104 or 155; the arrays of the run are then freed and
+  /// k is as it was.
   bool TrainKnn(bool silent);
   /// Statistics over the test sample with the current settings. Fails as TrainKnn.
   bool ComputeKnnStatistics(bool silent);

@@ -34,14 +34,15 @@ Control MetricRow(const OptionsNames& names) {
                    })}};
 }
 
-/// The seven rows, in interface order, and the note below them. `neighboursEnabled`: rule of the K field.
+/// The seven rows, in interface order, and the note below them. `neighboursEnabled`: rule of the K
+/// field.
 template <class D>
-std::vector<Control> OptionsRows(const OptionsNames& names, Rule neighboursEnabled, Bound prototypes) {
+std::vector<Control> OptionsRows(const OptionsNames& names, Rule neighboursEnabled,
+                                 Bound prototypes) {
   const auto identifier = [&](int id) { return names.automated ? id : 0; };
   constexpr auto hasContinuousInput =
       When<D>([](const D& d) { return !d.data().roles().continuousPredictors.empty(); });
-  constexpr auto noInputs =
-      When<D>([](const D& d) { return d.data().roles().predictors.empty(); });
+  constexpr auto noInputs = When<D>([](const D& d) { return d.data().roles().predictors.empty(); });
   std::vector<Control> table = {
       {.name = names.neighbours,
        .kind = ControlKind::integer,

@@ -54,8 +54,9 @@ std::vector<Control> MakeTable() {
                   [](Dialog& d) { return d.ShowPrototypes(); }),
       TableButton("DescriptiveStat", "Statistiques &descriptives", rows::kBaseTab, 50431,
                   [](Dialog& d) { return d.ShowStatistics(); }),
-      TableButton("CrossVPlot", "Erreur de &validation croisée", rows::kBaseTab, 50432,
-                  [](Dialog& d) { return d.ShowCrossValidation(); }, crossValidated),
+      TableButton(
+          "CrossVPlot", "Erreur de &validation croisée", rows::kBaseTab, 50432,
+          [](Dialog& d) { return d.ShowCrossValidation(); }, crossValidated),
       rows::IncludeInputs(),
       rows::IncludeOutputs(),
       rows::IncludePredictions(),

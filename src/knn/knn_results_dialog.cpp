@@ -54,8 +54,8 @@ std::vector<std::string> KNNResultsDialog::ResultsText() const {
   };
   if (HasCrossValidation()) {
     const double best = IsClassification() ? engine_.bestAccuracy : engine_.bestError;
-    lines.push_back(line(GetResourceString(IsClassification() ? 357 : 358),
-                         " = " + FixedText(best, 5)));
+    lines.push_back(
+        line(GetResourceString(IsClassification() ? 357 : 358), " = " + FixedText(best, 5)));
   }
   return lines;
 }
@@ -99,10 +99,10 @@ bool KNNResultsDialog::ShowPrototypes() {
   if (!ValidateK()) return false;
   Spreadsheet table;
   table.title = "KNN";
-  table.header = {"Nearest neighbors = " + std::to_string(engine_.k) +
-                      ", Distance type: " + std::string(knn::NameOf(engine_.metric)),
-                  engine_.weighted ? "Voting procedure: based on distance"
-                                   : "Voting procedure: uniform"};
+  table.header = {
+      "Nearest neighbors = " + std::to_string(engine_.k) +
+          ", Distance type: " + std::string(knn::NameOf(engine_.metric)),
+      engine_.weighted ? "Voting procedure: based on distance" : "Voting procedure: uniform"};
   table.rowTitle = "Prototypes";
   for (std::size_t i = 0; i < items().inputs(); ++i) {
     const ResultItem item{ItemKind::input, i};

@@ -1,5 +1,5 @@
-// The results dialog of nearest neighbours: what it adds to the shared one are its summary text, the
-// prototypes, the summaries of the test sample, the cross-validation graph and the options tab.
+// The results dialog of nearest neighbours: what it adds to the shared one are its summary text,
+// the prototypes, the summaries of the test sample, the cross-validation graph and the options tab.
 #pragma once
 
 #include <string>

@@ -26,9 +26,7 @@ inline constexpr MetricTexts kMetrics[] = {
     {Metric::chebychev, "Chebychev", "C&hebychev", 50417, "Chebychev"},
 };
 
-constexpr std::string_view NameOf(Metric metric) {
-  return kMetrics[static_cast<int>(metric)].name;
-}
+constexpr std::string_view NameOf(Metric metric) { return kMetrics[static_cast<int>(metric)].name; }
 
 constexpr std::string_view YesNo(bool value) { return value ? "Oui" : "Non"; }
 
@@ -66,22 +64,21 @@ inline constexpr ResultsProfile kResultsProfile = {
     .tableSubsets = {"Prototypes sous-ens.", "Test sous-ens.", "Les 2 sous-ens. sous-ens."},
     .savedSeparator = " , ",
     .savedClassSeparator = ", ",
-    .items =
-        {
-            // heading, saved name, its long name, list, axis
-            /* input */ {"Indépendante", "", "", "", ""},
-            /* observed */ {"Dépendante", "", "", "Observées", "(Observées)"},
-            /* predicted */
-            {"Prévues", "Prévisions", "Prévisions calculées", "Prévues", "(Prévisions)"},
-            /* spread */ {"K écarts-types", "", "", "", "(K écarts-types)"},
-            /* residual */ {"Residus", "Résidus", "Résidus calculés", "Residus", "(Résidus)"},
-            /* absolute */ {"", "", "", "Résidus abs.", "(Résidus absolus)"},
-            /* squared */ {"", "", "", "Résidus carrés", "(Résidus au carré)"},
-            /* accuracy */
-            {"Précision", "Précision", "Précision calculée", "Précision", "(Précision)"},
-            /* confidence */
-            {" Niv. de confiance", "Confiance", "Confiance calculée", " (Conf.)", "(Confiance)"},
-        },
+    .items = {
+        // heading, saved name, its long name, list, axis
+        /* input */ {"Indépendante", "", "", "", ""},
+        /* observed */ {"Dépendante", "", "", "Observées", "(Observées)"},
+        /* predicted */
+        {"Prévues", "Prévisions", "Prévisions calculées", "Prévues", "(Prévisions)"},
+        /* spread */ {"K écarts-types", "", "", "", "(K écarts-types)"},
+        /* residual */ {"Residus", "Résidus", "Résidus calculés", "Residus", "(Résidus)"},
+        /* absolute */ {"", "", "", "Résidus abs.", "(Résidus absolus)"},
+        /* squared */ {"", "", "", "Résidus carrés", "(Résidus au carré)"},
+        /* accuracy */
+        {"Précision", "Précision", "Précision calculée", "Précision", "(Précision)"},
+        /* confidence */
+        {" Niv. de confiance", "Confiance", "Confiance calculée", " (Conf.)", "(Confiance)"},
+    },
 };
 
 }  // namespace qrvml::knn

@@ -16,13 +16,13 @@ namespace qrvml {
 /// A case with its predictions. Dependents: continuous first, then categorical, as in the lists.
 /// What the spans refer to is valid until the next case.
 struct CaseResult {
-  std::int32_t caseNumber = 0;              // of the file, from 1; 0: a case typed in
-  std::span<const double> inputs;           // unscaled; categorical inputs as codes
-  std::span<const double> observed;         // empty for a case typed in
-  bool isPredicted = false;                 // false: the outputs below are all -9999
-  std::span<const double> predictions;      // value, or code of the class
-  std::span<const double> residuals;        // of a class: 0 correct, 1 wrong; -9999 not observed
-  std::span<const double> spreads;          // per continuous dependent; may be empty
+  std::int32_t caseNumber = 0;          // of the file, from 1; 0: a case typed in
+  std::span<const double> inputs;       // unscaled; categorical inputs as codes
+  std::span<const double> observed;     // empty for a case typed in
+  bool isPredicted = false;             // false: the outputs below are all -9999
+  std::span<const double> predictions;  // value, or code of the class
+  std::span<const double> residuals;    // of a class: 0 correct, 1 wrong; -9999 not observed
+  std::span<const double> spreads;      // per continuous dependent; may be empty
   std::span<const HostArray<double>> confidences;  // per categorical dependent, per class
 };
 
@@ -31,12 +31,12 @@ enum class ItemKind : std::uint8_t {
   input,
   observed,
   predicted,
-  spread,            // of the neighbours' values
+  spread,  // of the neighbours' values
   residual,
   absoluteResidual,
   squaredResidual,
-  accuracy,          // 0 correct, 1 wrong
-  confidence,        // of one class
+  accuracy,    // 0 correct, 1 wrong
+  confidence,  // of one class
 };
 
 /// A value that every case has: a column of a table, a variable to save, an axis of a graph.

@@ -82,8 +82,7 @@ bool ResultsDialog::ShowCustomPredictions() {
     const auto label = std::ranges::find(labels, value, &CellLabel::value);
     column.texts.push_back(label == labels.end() ? std::string() : label->text);
   };
-  for (std::size_t i = 0; i < items_.inputs(); ++i)
-    addRow({ItemKind::input, i}, custom.inputs[i]);
+  for (std::size_t i = 0; i < items_.inputs(); ++i) addRow({ItemKind::input, i}, custom.inputs[i]);
   CaseResult result;
   if (custom.isValid) result = cases_->Predict(custom.inputs);
   for (std::size_t d = 0; d < items_.dependents(); ++d)

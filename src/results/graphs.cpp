@@ -110,8 +110,7 @@ Graph ResultsDialog::MakeHistogram(const ResultItem& item, const std::vector<dou
   }
   graph.counts.assign(graph.edges.empty() ? 0 : graph.edges.size() - 1, 0.0);
   for (const double value : values) {
-    const int bin =
-        graph.edges.empty() ? -1 : BinOf(value, graph.edges, profile_.histogramEdges);
+    const int bin = graph.edges.empty() ? -1 : BinOf(value, graph.edges, profile_.histogramEdges);
     if (bin >= 0) graph.counts[static_cast<std::size_t>(bin)] += 1;
   }
   const double highest = graph.counts.empty() ? 0.0 : std::ranges::max(graph.counts);

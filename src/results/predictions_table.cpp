@@ -55,8 +55,8 @@ bool ResultsDialog::ShowPredictions() {
     const ResultItem& item = columns[i];
     if (!items_.IsCategorical(item) || item.kind == ItemKind::accuracy) continue;
     const auto& roles = data_.roles();
-    const int variable = item.kind == ItemKind::input ? roles.predictors[item.index]
-                                                      : roles.dependents[item.index];
+    const int variable =
+        item.kind == ItemKind::input ? roles.predictors[item.index] : roles.dependents[item.index];
     AddUnseenLabels(*analysis().services().file, variable, table.columns[i]);
   }
   return Show(std::move(table));
@@ -75,8 +75,8 @@ bool ResultsDialog::SavePredictions() {
   for (const int position : picked) {
     const ResultItem& item = offered[static_cast<std::size_t>(position)];
     chosen.push_back(item);
-    added.push_back({items_.SavedName(item), items_.SavedLongName(item), items_.Labels(item),
-                     kMissingOutput});
+    added.push_back(
+        {items_.SavedName(item), items_.SavedLongName(item), items_.Labels(item), kMissingOutput});
   }
   std::string path = "NEW.QRV";
   if (!saving.DoSaveFileNameDlg(path)) return false;

@@ -93,7 +93,8 @@ const CategoryTable* ResultItems::Categories(const ResultItem& item) const {
   switch (item.kind) {
     case ItemKind::input: {
       const std::size_t continuous = data_.roles().continuousPredictors.size();
-      return item.index < continuous ? nullptr : &data_.predictorCategories(item.index - continuous);
+      return item.index < continuous ? nullptr
+                                     : &data_.predictorCategories(item.index - continuous);
     }
     case ItemKind::observed:
     case ItemKind::predicted:
@@ -113,8 +114,7 @@ std::vector<double> ResultItems::Codes(const ResultItem& item) const {
   if (item.kind == ItemKind::accuracy) return {kCorrect, kIncorrect};
   std::vector<double> codes;
   if (const CategoryTable* table = Categories(item)) {
-    for (const auto& category : table->codes())
-      codes.push_back(static_cast<double>(category.code));
+    for (const auto& category : table->codes()) codes.push_back(static_cast<double>(category.code));
   }
   return codes;
 }

@@ -15,7 +15,7 @@ namespace qrvml {
 /// Which columns the predictions table has.
 struct Includes {
   bool inputs = false;
-  bool outputs = false;      // observed values
+  bool outputs = false;  // observed values
   bool predictions = true;
   bool residuals = true;
   bool confidence = false;

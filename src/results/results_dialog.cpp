@@ -49,10 +49,10 @@ bool ResultsDialog::SelectDependent(std::string_view text) {
   if (!ParseListText(text, lists, error) || lists.size() != 1 || lists[0].size() != 1) return false;
   const ListMember& member = lists[0][0];
   for (std::size_t d = 0; d < items_.dependents(); ++d) {
-    const bool chosen = member.kind == ListMember::Kind::number
-                            ? IsEqual(member.number, static_cast<double>(d + 1))
-                            : member.kind == ListMember::Kind::name &&
-                                  member.name == items_.DependentName(d);
+    const bool chosen =
+        member.kind == ListMember::Kind::number
+            ? IsEqual(member.number, static_cast<double>(d + 1))
+            : member.kind == ListMember::Kind::name && member.name == items_.DependentName(d);
     if (!chosen) continue;
     // The lists offer other items now.
     if (plot.dependent != d) plot = {.dependent = d, .x = -1, .y = {}, .z = -1};

@@ -19,16 +19,16 @@ namespace qrvml {
 /// What the plot tab has chosen.
 struct PlotChoice {
   std::size_t dependent = 0;
-  int x = -1;                   // positions in the items of the dependent; -1: none
+  int x = -1;  // positions in the items of the dependent; -1: none
   std::vector<int> y;
   int z = -1;
 };
 
 /// The case that the user typed in.
 struct CustomCase {
-  bool isEntered = false;       // entered, and not yet printed
-  bool isValid = false;         // an invalid one is predicted as missing
-  std::vector<double> inputs;   // in input order; empty before the first entry
+  bool isEntered = false;      // entered, and not yet printed
+  bool isValid = false;        // an invalid one is predicted as missing
+  std::vector<double> inputs;  // in input order; empty before the first entry
 };
 
 class ResultsDialog : public CAnalysisDialog {
@@ -64,7 +64,8 @@ class ResultsDialog : public CAnalysisDialog {
   /// Whether the include choices leave something to save.
   bool HasSavable() const { return !items_.Savable(includes).empty(); }
 
-  // --- Actions: false after a message (130, 104, …) or when the user cancels -----------------------
+  // --- Actions: false after a message (130, 104, …) or when the user cancels
+  // -----------------------
   bool ShowPredictions();
   /// A histogram of every column of the predictions table.
   bool ShowHistograms();
@@ -76,11 +77,13 @@ class ResultsDialog : public CAnalysisDialog {
   bool AskCustomCase();
   bool ShowCustomPredictions();
 
-  // --- Texts of list-valued members ----------------------------------------------------------------
+  // --- Texts of list-valued members
+  // ----------------------------------------------------------------
   /// The dependent whose items the plot lists offer: by position from 1, or by name.
   bool SelectDependent(std::string_view text);
   std::string SelectedDependentText() const;
-  /// Items by number from 1, "*", "None" or their list texts. `several`: more than one may be chosen.
+  /// Items by number from 1, "*", "None" or their list texts. `several`: more than one may be
+  /// chosen.
   bool SelectItems(std::string_view text, bool several, std::vector<int>& chosen) const;
   /// "1=Sepal.Length 2=…", the chosen ones marked with an asterisk.
   std::string OfferedText(std::span<const int> chosen) const;

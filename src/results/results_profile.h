@@ -35,8 +35,8 @@ struct ItemTexts {
 
 struct ResultsProfile {
   std::string_view interfaceName;
-  std::string_view methodName;           // in the title of custom predictions
-  int specificationStep;                 // where Cancel goes
+  std::string_view methodName;  // in the title of custom predictions
+  int specificationStep;        // where Cancel goes
   RowPolicy tableRows, graphRows;
   InputItems inputItems;
   ColumnOrder columnOrder;

@@ -29,8 +29,7 @@ constexpr auto hasSavable = When<Dialog>([](const Dialog& d) { return d.HasSavab
 constexpr auto hasX = When<Dialog>([](const Dialog& d) { return d.plot.x >= 0; });
 constexpr auto hasY = When<Dialog>([](const Dialog& d) { return !d.plot.y.empty(); });
 constexpr auto hasZ = When<Dialog>([](const Dialog& d) { return d.plot.z >= 0; });
-constexpr auto hasCustomCase =
-    When<Dialog>([](const Dialog& d) { return d.custom.isEntered; });
+constexpr auto hasCustomCase = When<Dialog>([](const Dialog& d) { return d.custom.isEntered; });
 
 template <Subset choice>
 Control SubsetRadio(std::string_view name, std::string_view label, int identifier) {
@@ -141,9 +140,8 @@ Control SelectOutputForPlotting() {
           .tab = kPlotTab,
           .row = TextRow(50440),
           .bind = {.text = Of::Text([](const Dialog& d) { return d.SelectedDependentText(); }),
-                   .enter = Of::Enter([](Dialog& d, std::string_view text) {
-                     return d.SelectDependent(text);
-                   })}};
+                   .enter = Of::Enter(
+                       [](Dialog& d, std::string_view text) { return d.SelectDependent(text); })}};
 }
 
 Control SelectedItemX() { return OneItem<&PlotChoice::x>("SelectedItemX", "Axe X", 50441); }
@@ -194,9 +192,8 @@ Control CustomPredictions() {
           .tab = kCustomTab,
           .row = TextRow(41181),
           .bind = {.text = Of::Text([](const Dialog& d) { return d.CustomCaseText(); }),
-                   .enter = Of::Enter([](Dialog& d, std::string_view text) {
-                     return d.SetCustomCase(text);
-                   }),
+                   .enter = Of::Enter(
+                       [](Dialog& d, std::string_view text) { return d.SetCustomCase(text); }),
                    .press = Of::Press([](Dialog& d) { return d.AskCustomCase(); }),
                    .answer = AnswerMember::values}};
 }

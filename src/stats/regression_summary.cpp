@@ -24,9 +24,8 @@ void RegressionSummary::Add(double observed, double predicted, double weight) {
 }
 
 void RegressionSummary::EndMeans() {
-  for (double* sum : {&statistics_.observedMean, &statistics_.predictedMean,
-                      &statistics_.errorMean, &statistics_.meanAbsoluteError,
-                      &statistics_.meanSquaredError})
+  for (double* sum : {&statistics_.observedMean, &statistics_.predictedMean, &statistics_.errorMean,
+                      &statistics_.meanAbsoluteError, &statistics_.meanSquaredError})
     *sum /= weight_;
 }
 
@@ -42,9 +41,9 @@ void RegressionSummary::AddDeviations(double observed, double predicted, double 
 
 bool RegressionSummary::Finish(double correlationWithoutVariance) {
   RegressionStatistics& s = statistics_;
-  for (const double value : {s.observedMean, s.predictedMean, s.errorMean, s.meanAbsoluteError,
-                             s.meanSquaredError, observedSquares_, predictedSquares_,
-                             errorSquares_, products_}) {
+  for (const double value :
+       {s.observedMean, s.predictedMean, s.errorMean, s.meanAbsoluteError, s.meanSquaredError,
+        observedSquares_, predictedSquares_, errorSquares_, products_}) {
     if (!std::isfinite(value)) return false;
   }
   if (!IsGreater(weight_, 1.0)) {
@@ -55,8 +54,8 @@ bool RegressionSummary::Finish(double correlationWithoutVariance) {
   s.observedDeviation = std::sqrt(observedSquares_ / (weight_ - 1.0));
   s.predictedDeviation = std::sqrt(predictedSquares_ / (weight_ - 1.0));
   s.errorDeviation = std::sqrt(errorSquares_ / (weight_ - 1.0));
-  s.deviationRatio = IsEqual(s.observedDeviation, 0.0) ? kNoValue
-                                                       : s.errorDeviation / s.observedDeviation;
+  s.deviationRatio =
+      IsEqual(s.observedDeviation, 0.0) ? kNoValue : s.errorDeviation / s.observedDeviation;
   const double squares = predictedSquares_ * observedSquares_;
   s.correlation =
       IsEqual(squares, 0.0) ? correlationWithoutVariance : products_ / std::sqrt(squares);

@@ -9,14 +9,14 @@ namespace qrvml {
 struct RegressionStatistics {
   double observedMean = 0;
   double predictedMean = 0;
-  double observedDeviation = 0;   // standard deviations divide by n - 1
+  double observedDeviation = 0;  // standard deviations divide by n - 1
   double predictedDeviation = 0;
   double meanSquaredError = 0;
   double errorMean = 0;
   double errorDeviation = 0;
   double meanAbsoluteError = 0;
-  double deviationRatio = 0;      // error deviation / observed deviation
-  double correlation = 0;         // of predicted and observed values
+  double deviationRatio = 0;  // error deviation / observed deviation
+  double correlation = 0;     // of predicted and observed values
 };
 
 struct ValueRange {

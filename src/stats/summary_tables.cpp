@@ -52,7 +52,9 @@ Spreadsheet ClassificationSummaryTable(const SummaryTexts& texts,
       total += dependent.Count(predicted, observed);
     const double correct = dependent.Count(observed, observed);
     const double incorrect = total - correct;
-    const auto share = [total](double count) { return total == 0 ? kEmptyCell : count * 100 / total; };
+    const auto share = [total](double count) {
+      return total == 0 ? kEmptyCell : count * 100 / total;
+    };
     const double cells[5] = {total, correct, incorrect, share(correct), share(incorrect)};
     for (std::size_t column = 0; column < 5; ++column)
       table.columns[column].values.push_back(cells[column]);

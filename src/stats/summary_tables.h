@@ -17,8 +17,8 @@ namespace qrvml {
 struct SummaryTexts {
   std::string_view classificationTitle;  // before ", " and the dependent's name
   std::string_view confusionHeader;
-  std::string_view regressionTitle;      // before ", " and the first dependent's name
-  std::string_view regressionSecond;     // second corner label
+  std::string_view regressionTitle;   // before ", " and the first dependent's name
+  std::string_view regressionSecond;  // second corner label
   std::string_view regressionRows[10];
 };
 

@@ -21,11 +21,9 @@ struct Entry {
 
 TEST(CustomForm, ReadsNumbersLabelsWithoutCaseAndCodes) {
   const Entry entries[] = {
-      {"160", "femme", true, {160, 2}},
-      {" 160.5 ", "HOMME", true, {160.5, 1}},
+      {"160", "femme", true, {160, 2}},           {" 160.5 ", "HOMME", true, {160.5, 1}},
       {"1.23456789", "2.7", true, {1.234567, 2}},  // eight bytes are read
-      {"160", "5", false, {160, -9999}},
-      {"abc", "1", false, {-9999, 1}},
+      {"160", "5", false, {160, -9999}},          {"abc", "1", false, {-9999, 1}},
       {"160", "", false, {160, -9999}},
   };
   for (const Entry& entry : entries) {

@@ -45,16 +45,17 @@ TEST(PlotLists, OfferTheInputsFirstThenTheDependentsItems) {
 }
 
 TEST(PlotLists, AreClearedByAnotherDependent) {
-  KnnAnalysis knn(TableFile("x a=Loup,Chat b=rouge,vert", {"0 Loup rouge", "1 Chat vert",
-                                                          "2 Loup vert", "3 Chat rouge"}),
+  KnnAnalysis knn(TableFile("x a=Loup,Chat b=rouge,vert",
+                            {"0 Loup rouge", "1 Chat vert", "2 Loup vert", "3 Chat rouge"}),
                   "| a b | x |", 2);
   knn.Train();
   knn.Put("SelectedItemX", 1);
   knn.Put("SelectOutputForPlotting", "b");
   EXPECT_EQ(knn.Text("SelectOutputForPlotting"), "b");
   EXPECT_FALSE(knn.dialog().IsEnabled("PlotHistogramsOfX"));
-  EXPECT_EQ(knn.Text("SelectedItemX"), "1=x 2=Observées 3=Prévues 4=Précision "
-                                       "5=\"rouge (Conf.)\" 6=\"vert (Conf.)\"");
+  EXPECT_EQ(knn.Text("SelectedItemX"),
+            "1=x 2=Observées 3=Prévues 4=Précision "
+            "5=\"rouge (Conf.)\" 6=\"vert (Conf.)\"");
   EXPECT_FALSE(knn.dialog().Put("SelectOutputForPlotting", AutomationValue::Number(3)).Succeeded());
 }
 
@@ -88,10 +89,10 @@ TEST(Histograms, OfTheTableHaveOneGraphForEveryColumn) {
   knn.Train();
   knn.Put("IncludeOutputs", 1);
   ASSERT_TRUE(knn.Press("Histograms").Succeeded());
-  EXPECT_EQ(Titles(knn.host.graphs),
-            (Texts{"Histogramme de y (Observées) (Test)", "Histogramme de y (Prévisions) (Test)",
-                   "Histogramme de y (K écarts-types) (Test)",
-                   "Histogramme de y (Résidus) (Test)"}));
+  EXPECT_EQ(
+      Titles(knn.host.graphs),
+      (Texts{"Histogramme de y (Observées) (Test)", "Histogramme de y (Prévisions) (Test)",
+             "Histogramme de y (K écarts-types) (Test)", "Histogramme de y (Résidus) (Test)"}));
 }
 
 TEST(Scatter, OfOneItemNamesBothAxesAndFitsALine) {
@@ -113,8 +114,8 @@ TEST(Scatter, OfOneItemNamesBothAxesAndFitsALine) {
 
 TEST(Scatter, OfSeveralItemsPadsTheNamesOfTheSeriesToForty) {
   TableFile file = Cases();
-  file.variables[0].name = "douze lettre";                          // 12 characters
-  file.variables[2].name = "trente caractères";                     // 17, 30 with "(Prévisions)"
+  file.variables[0].name = "douze lettre";       // 12 characters
+  file.variables[2].name = "trente caractères";  // 17, 30 with "(Prévisions)"
   const std::string longName = std::string(55, 'n');
   file.variables.emplace_back().name = longName;
   for (auto& row : file.cases) row.values.push_back(row.values[0]);
@@ -162,8 +163,7 @@ TEST(Surfaces, AreOneForEveryYItemOverXAndZ) {
 }
 
 TEST(CrossValidationGraph, ShowsTheErrorsOfTheGridAndTheBestK) {
-  KnnAnalysis knn(Cases(), "y | | x | u", 4,
-                  {{"ApplyCrossV", 1}, {"VValue", 2}, {"MaximumK", 3}});
+  KnnAnalysis knn(Cases(), "y | | x | u", 4, {{"ApplyCrossV", 1}, {"VValue", 2}, {"MaximumK", 3}});
   knn.Train();
   ASSERT_TRUE(knn.Press("CrossVPlot").Succeeded());
   const Graph& graph = knn.host.graphs.at(0);

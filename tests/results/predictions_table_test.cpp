@@ -7,13 +7,13 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-/// Three prototypes around 0, 10 and 20; each test case is predicted from the nearest, so that K = 1
-/// predicts by x alone. Cases 2 and 5 are weighted.
+/// Three prototypes around 0, 10 and 20; each test case is predicted from the nearest, so that K =
+/// 1 predicts by x alone. Cases 2 and 5 are weighted.
 TableFile Cases() {
-  return TableFile("x u=bas,haut y sexe=Homme,Femme *weight *name",
-                   {"0  bas  100 Homme 1 zéro", "1  haut 90  Femme 2 un", "10 bas 200 Femme 1 .",
-                    "20 haut 300 Homme 1 vingt", "11 haut 210 Homme 2 onze",
-                    "21 bas 310 Homme 1 ."});
+  return TableFile(
+      "x u=bas,haut y sexe=Homme,Femme *weight *name",
+      {"0  bas  100 Homme 1 zéro", "1  haut 90  Femme 2 un", "10 bas 200 Femme 1 .",
+       "20 haut 300 Homme 1 vingt", "11 haut 210 Homme 2 onze", "21 bas 310 Homme 1 ."});
 }
 
 /// Cases 1, 3 and 4 are the prototypes, the others test cases.
@@ -46,9 +46,9 @@ TEST(PredictionsTable, ShowsTheIncludedColumnsInTheirOrder) {
   EXPECT_EQ(table.title, "Prévisions et résidus, sexe (Test sous-ens.)");
   EXPECT_EQ(table.header, Texts{"Plus proches voisins = 1"});
   EXPECT_EQ(table.rowTitle + '/' + table.rowTitleSecond, "Obs./Nom");
-  EXPECT_EQ(Headings(table), (Texts{"x/Indépendante", "u/Indépendante", "sexe/Dépendante",
-                                    "sexe/Prévues", "sexe/Précision", "Femme/ Niv. de confiance",
-                                    "Homme/ Niv. de confiance"}));
+  EXPECT_EQ(Headings(table),
+            (Texts{"x/Indépendante", "u/Indépendante", "sexe/Dépendante", "sexe/Prévues",
+                   "sexe/Précision", "Femme/ Niv. de confiance", "Homme/ Niv. de confiance"}));
   // A weighted case has a row per unit of weight.
   EXPECT_EQ(table.rowCases, (std::vector<std::int32_t>{2, 2, 5, 5, 6}));
   EXPECT_EQ(Column(table, 0), (std::vector<double>{1, 1, 11, 11, 21}));
@@ -97,9 +97,9 @@ TEST(PredictionsTable, OfThePrototypesHasOnlyInputsAndObservedValues) {
 }
 
 TEST(PredictionsTable, ShowsTheLabelOfACategoryThatOnlyTestCasesHave) {
-  KnnAnalysis knn(TableFile("x u=bas,haut,loin y",
-                            {"0 bas 1", "1 haut 2", "2 bas 3", "3 loin 4", "4 haut 5"}),
-                  "y | | x | u", 3);
+  KnnAnalysis knn(
+      TableFile("x u=bas,haut,loin y", {"0 bas 1", "1 haut 2", "2 bas 3", "3 loin 4", "4 haut 5"}),
+      "y | | x | u", 3);
   knn.Train();
   knn.Put("IncludeInputs", 1);
   ASSERT_TRUE(knn.Press("PrintPredictions").Succeeded());
@@ -135,9 +135,9 @@ TEST(Saving, WritesEveryCaseByWeightBesideAllVariables) {
   Texts names;
   for (const NewVariable& variable : saved.added)
     names.push_back(variable.name + '/' + variable.longName);
-  EXPECT_EQ(names, (Texts{"sexe , Prévisions/Prévisions calculées",
-                          "sexe , Précision/Précision calculée",
-                          "sexe-Homme, Confiance/Confiance calculée"}));
+  EXPECT_EQ(names,
+            (Texts{"sexe , Prévisions/Prévisions calculées", "sexe , Précision/Précision calculée",
+                   "sexe-Homme, Confiance/Confiance calculée"}));
   using Saved = std::pair<int, std::vector<double>>;
   EXPECT_EQ(saved.rows, (std::vector<Saved>{{1, {-9999, -9999, -9999}},
                                             {2, {1, 1, 1}},
