@@ -126,7 +126,8 @@ readstat_error_t StatisticsFile::Parse(const std::string& path) {
   });
   readstat_set_fweight_handler(parser.get(), [](readstat_variable_t* variable, void* context) {
     return Guard(context, [&](StatisticsFile& file) {
-      file.weight_ = readstat_variable_get_name(variable);
+      const char* name = variable ? readstat_variable_get_name(variable) : nullptr;
+      file.weight_ = name ? name : "";
     });
   });
   readstat_set_note_handler(parser.get(), [](int, const char*, void* context) {

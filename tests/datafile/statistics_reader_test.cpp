@@ -413,6 +413,19 @@ TEST(StatisticsReader, ALabelTableThatNamesNoVariableLabelsNone) {
   for (int variable : {1, 2, 5, 6, 7, 8}) EXPECT_EQ(ShownLabels(read.table, variable), "");
 }
 
+TEST(StatisticsReader, AWeightVariableWithoutANameIsNotMentioned) {
+  const TemporaryPath path("nameless.sav");
+  WriteSav(path.Text(), READSTAT_COMPRESS_NONE);
+  const std::string content = WithBytes(FileContent(path.Text()), "\tW=w", "\tV=w");
+  WriteContent(path.Text(), WithBytes(content, "W       ", "        "));
+  const Reading read = ReadPath(path.Text());
+  ASSERT_TRUE(read.ok) << read.error.Text();
+  EXPECT_EQ(read.table.At(8).name, "Var8");
+  for (const std::string& note : read.table.Notes()) {
+    EXPECT_EQ(note.find("weights"), std::string::npos) << note;
+  }
+}
+
 TEST(StatisticsReader, DamagedFilesAreRefusedWithAReason) {
   for (const char* name : {"a.sav", "b.zsav"}) {
     const TemporaryPath path(name);
