@@ -44,10 +44,10 @@ std::string NumberAsText(DisplayFormat format, double value) {
   }
   const sys_days first{year{1899} / December / 30};
   const year_month_day date{first + std::chrono::days{static_cast<int>(days)}};
-  const std::string day =
+  std::string day =
       fmt::format("{:04}-{:02}-{:02}", static_cast<int>(date.year()),
                   static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()));
-  const std::string time =
+  std::string time =
       fmt::format("{:02}:{:02}:{:02}", seconds / 3600, seconds / 60 % 60, seconds % 60);
   if (format == DisplayFormat::date) return day;
   return format == DisplayFormat::time ? time : day + " " + time;

@@ -36,8 +36,8 @@ inline constexpr std::uint32_t kAutomationFailure = 0x80004005;
 
 /// One row of the control-description table.
 struct ControlDescription {
-  const Control* control;
-  int role, kind, type, identifier;
+  const Control* control = nullptr;
+  int role = 0, kind = 0, type = 0, identifier = 0;
   int flag = 1, zero1 = 0, zero2 = 0;
 };
 
