@@ -179,6 +179,7 @@ TEST(KnnResults, ChangedOptionsTakeEffectInTheNextStatistics) {
         {.k = 30},
         {.metric = 3, .standardized = true, .k = 4},
         {.metric = 3, .weighted = true, .standardized = true, .k = 4},
+        {.metric = 3, .weighted = true, .k = 4},
         {.metric = 1, .k = 1},
     };
     for (const PlainSettings& s : changes) {

@@ -105,10 +105,16 @@ TEST(KnnStatistics, ACaseWeightRepeatsTheCaseAmongPrototypesAndTests) {
 }
 
 TEST(KnnStatistics, ValuesThatOverflowAreRefusedAndTheDialogStaysOpen) {
-  for (const char* row : {"0 1e200", "0 -1e200", "0 1.7e308"}) {
-    KnnAnalysis knn(TableFile("x y", {"0 10", "10 20", row, "10 5"}), "y | | x |", 2);
+  const std::vector<std::string> tables[] = {
+      {"0 10", "10 20", "0 1e200", "10 5"},  // a square
+      {"0 10", "10 20", "0 -1e200", "10 5"},
+      {"0 10", "10 20", "0 1.7e308", "1 1.7e308"},  // a sum
+      {"0 0", "10 1e100", "0 1e100", "10 5"},       // the product of two sums of squares
+  };
+  for (const auto& table : tables) {
+    KnnAnalysis knn(TableFile("x y", table), "y | | x |", 2);
     EXPECT_FALSE(knn.OK().Succeeded());
-    EXPECT_EQ(knn.host.messages, std::vector<Message>{Of(155)}) << row;
+    EXPECT_EQ(knn.host.messages, std::vector<Message>{Of(155)}) << table[2];
     EXPECT_TRUE(knn.IsOpen());
     EXPECT_TRUE(knn.engine().predictions.empty()) << "the arrays of the run are let go";
   }
