@@ -72,9 +72,10 @@ bool SampleIdentifierDialog::PickVariable() {
                                                          GetResourceString(191), variable))
     return false;
   if (variable == choice.variable) return true;
+  // Before anything changes: the host may refuse the memory that the search needs.
+  const double code = FindFirstCode(variable, true);
   choice.variable = static_cast<std::int16_t>(variable);
   choice.variableCount = variable == 0 ? 0 : 1;
-  const double code = FindFirstCode(variable, true);
   choice.code = static_cast<float>(code);
   choice.codeChosen = 1;
   if (analysis().services().file->vvlcod(variable, choice.code, choice.codeText) != 0)

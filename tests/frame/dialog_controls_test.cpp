@@ -382,6 +382,10 @@ TEST(SampleIdentifierControls, SetTheSampleWithoutTheirDialogOrThroughIt) {
   session.Put("Variables", "| kind | length width |");
   session.Put("UseSubsetvariable", 1);
   EXPECT_EQ(session.Text("Sample.State"), "non");
+  session.host.refuseAllocation = session.host.allocations + 1;  // of the search for a code
+  EXPECT_FALSE(session.dialog().Put("Sample.Variable", AutomationValue::Text("part")).Succeeded());
+  EXPECT_EQ(session.host.TakeMessages(), std::vector{104});
+  EXPECT_EQ(session.data().sampleChoice.variable, 0);
   session.Put("Sample.Variable", "part");
   session.Put("CodeForPrototypeSample", "1");
   EXPECT_EQ(session.Text("Sample.State"), "oui");
