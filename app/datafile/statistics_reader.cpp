@@ -28,6 +28,11 @@ namespace {
 
 constexpr const char* kDamaged = "The file is damaged or incomplete: copy or export it again";
 
+/// The encoding that the file names.
+constexpr const char* kFromFile = nullptr;
+/// Every byte is a character and stays as it is.
+constexpr const char* kAsBytes = "ISO-8859-1";
+
 using ParseFunction = readstat_error_t (*)(readstat_parser_t*, const char*, void*);
 
 struct Package {
@@ -60,6 +65,7 @@ struct FileLabel {
 /// that depends on the format; they are joined in Finish.
 class StatisticsFile {
  public:
+  /// An encoding named or kFromFile or kAsBytes.
   StatisticsFile(const Package& package, const char* encoding)
       : package_(package), encoding_(encoding) {}
 
@@ -92,7 +98,7 @@ class StatisticsFile {
   }
 
   const Package package_;
-  const char* const encoding_;  // null: the one that the file names
+  const char* const encoding_;
   TableBuilder builder_;
   std::vector<FileVariable> variables_;
   std::map<std::string, std::vector<FileLabel>> labels_;
@@ -108,7 +114,8 @@ readstat_error_t StatisticsFile::Parse(const std::string& path) {
   const std::unique_ptr<readstat_parser_t, decltype(&readstat_parser_free)> parser(
       readstat_parser_init(), readstat_parser_free);
   if (!parser) throw std::bad_alloc();
-  if (encoding_) readstat_set_file_character_encoding(parser.get(), encoding_);
+  if (encoding_ != kFromFile) readstat_set_file_character_encoding(parser.get(), encoding_);
+  if (encoding_ == kAsBytes) readstat_set_handler_character_encoding(parser.get(), encoding_);
   readstat_set_metadata_handler(parser.get(), [](readstat_metadata_t* metadata, void* context) {
     return Guard(context, [&](StatisticsFile& file) { file.rows_ = metadata->row_count; });
   });
@@ -127,7 +134,7 @@ readstat_error_t StatisticsFile::Parse(const std::string& path) {
   readstat_set_fweight_handler(parser.get(), [](readstat_variable_t* variable, void* context) {
     return Guard(context, [&](StatisticsFile& file) {
       const char* name = variable ? readstat_variable_get_name(variable) : nullptr;
-      file.weight_ = name ? name : "";
+      file.weight_ = AsUtf8(name ? name : "");
     });
   });
   readstat_set_note_handler(parser.get(), [](int, const char*, void* context) {
@@ -213,7 +220,7 @@ void StatisticsFile::AddLabel(const char* labels, readstat_value_t value, const 
   }
   const double code = readstat_double_value(value);
   if (readstat_value_is_tagged_missing(value) || !std::isfinite(code)) return;
-  labels_[labels].push_back({code, text});
+  labels_[labels].push_back({code, AsUtf8(text)});
 }
 
 void StatisticsFile::SetLabels(std::size_t column) {
@@ -265,7 +272,7 @@ void StatisticsFile::NoteMissingValues(std::size_t column) {
     if (!isCode) add(RangeText(variable, range));
   }
   for (const std::string& text : variable.missingTexts) {
-    if (!text.empty()) add("\"" + text + "\"");
+    if (!text.empty()) add("\"" + AsUtf8(text) + "\"");
   }
   if (!list.empty()) {
     AddNote(name + ": its user-missing values " + list + " become its missing-data code (" +
@@ -323,21 +330,22 @@ constexpr Advice kAdvice[] = {
 
 bool ReadStatisticsFile(const Package& package, const std::string& path, const ReadOptions& options,
                         DataTable& table, FileError& error) {
-  static constexpr const char* kWindows = "WINDOWS-1252";
   return ReadOrExplain(path, error, [&] {
-    const char* encoding = nullptr;
-    if (options.encoding) encoding = *options.encoding == TextEncoding::utf8 ? "UTF-8" : kWindows;
+    const char* encoding = kFromFile;
+    if (options.encoding) {
+      encoding = *options.encoding == TextEncoding::utf8 ? "UTF-8" : "WINDOWS-1252";
+    }
     StatisticsFile first(package, encoding);
     const readstat_error_t failed = first.Parse(path);
     if (failed == READSTAT_OK) return first.Finish(table);
     const bool inAnotherEncoding =
         failed == READSTAT_ERROR_CONVERT_BAD_STRING || failed == READSTAT_ERROR_UNSUPPORTED_CHARSET;
-    if (encoding || !inAnotherEncoding) FailWith(failed);
-    StatisticsFile again(package, kWindows);
+    if (encoding != kFromFile || !inAnotherEncoding) FailWith(failed);
+    StatisticsFile again(package, kAsBytes);
     if (again.Parse(path) != READSTAT_OK) FailWith(failed);
     again.AddNote(
-        "Its texts do not fit the encoding that the file names; they are read as "
-        "Windows-1252");
+        "Not all of its texts fit the encoding that the file names; what is no valid UTF-8 is read "
+        "as Windows-1252");
     again.Finish(table);
   });
 }

@@ -19,11 +19,6 @@ constexpr std::size_t kBlockCells = std::size_t{1} << 18;
 constexpr std::size_t kFewestCases = 64;
 constexpr std::size_t kMostCases = std::size_t{1} << 14;
 
-std::string AsUtf8(std::string_view text) {
-  return FindInvalidUtf8(text) == std::string_view::npos ? std::string(text)
-                                                         : DecodeWindows1252(text);
-}
-
 }  // namespace
 
 std::size_t TableBuilder::AddColumn(std::string_view name) {

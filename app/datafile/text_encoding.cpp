@@ -84,4 +84,9 @@ std::string DecodeWindows1252(std::string_view text) {
   return decoded;
 }
 
+std::string AsUtf8(std::string_view text) {
+  return FindInvalidUtf8(text) == std::string_view::npos ? std::string(text)
+                                                         : DecodeWindows1252(text);
+}
+
 }  // namespace qrvml

@@ -17,4 +17,7 @@ std::size_t FindInvalidUtf8(std::string_view text);
 /// characters of the same number, so different texts stay different.
 std::string DecodeWindows1252(std::string_view text);
 
+/// A text of unknown encoding: UTF-8 when it is valid UTF-8, else Windows-1252.
+std::string AsUtf8(std::string_view text);
+
 }  // namespace qrvml

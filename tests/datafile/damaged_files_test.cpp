@@ -63,6 +63,7 @@ TEST(DamagedFiles, LabelsThatBelongToNothingDoNoHarm) {
   ASSERT_TRUE(read.ok) << read.error.Text();
   EXPECT_EQ(Cells(read.table, 1), (std::vector<double>{1, 99, 99, 99}));
   EXPECT_EQ(ShownLabels(read.table, 1), "");
+  EXPECT_EQ(ShownCells(read.table, 3), "Zürich . Bern Aarau");
 }
 
 TEST(DamagedFiles, EachFileOfTheShelfHasItsRow) {

@@ -364,7 +364,7 @@ TEST(StatisticsReader, TextsThatDoNotFitTheFilesEncodingAreReadAsWindows1252) {
   const TemporaryPath path("cp1252.sav");
   {
     StatisticsWriter file(path.Text());
-    file.Text("town", 8);
+    readstat_variable_set_label(file.Text("town", 8), "où ?");  // stays UTF-8
     file.Begin(readstat_begin_writing_sav, 1);
     file.Row({"Z??rich"});
   }
@@ -372,7 +372,10 @@ TEST(StatisticsReader, TextsThatDoNotFitTheFilesEncodingAreReadAsWindows1252) {
   const Reading read = ReadPath(path.Text());
   ASSERT_TRUE(read.ok) << read.error.Text();
   EXPECT_EQ(Labels(read.table, 1), Texts{"Züßrich"});
-  EXPECT_EQ(read.table.Notes().size(), 1u);
+  EXPECT_EQ(read.table.At(1).longName, "où ?");
+  EXPECT_EQ(read.table.Notes(),
+            Texts{"Not all of its texts fit the encoding that the file names; what is no valid "
+                  "UTF-8 is read as Windows-1252"});
   ReadOptions options;
   options.encoding = TextEncoding::windows1252;
   const Reading named = ReadPath(path.Text(), options);
@@ -411,6 +414,8 @@ TEST(StatisticsReader, ALabelTableThatNamesNoVariableLabelsNone) {
   ASSERT_TRUE(read.ok) << read.error.Text();
   EXPECT_EQ(Cells(read.table, 1), (Numbers{1, 99, 99, 99}));
   for (int variable : {1, 2, 5, 6, 7, 8}) EXPECT_EQ(ShownLabels(read.table, variable), "");
+  EXPECT_EQ(read.table.At(1).longName, "Déjà vu ?");
+  EXPECT_EQ(ShownCells(read.table, 3), "Zürich . Bern Aarau");
 }
 
 TEST(StatisticsReader, AWeightVariableWithoutANameIsNotMentioned) {
