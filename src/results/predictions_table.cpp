@@ -66,6 +66,7 @@ bool ResultsDialog::SavePredictions() {
   SavingServices& saving = *analysis().services().saving;
   const std::vector<ResultItem> offered = items_.Savable(includes);
   std::vector<std::string> names;
+  names.reserve(offered.size());
   for (const ResultItem& item : offered) names.push_back(items_.SavedName(item));
   std::vector<int> picked;
   if (!saving.PickOutputs("Select variables to save", "Select variables:", names, picked))
