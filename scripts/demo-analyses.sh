@@ -31,6 +31,6 @@ Show "Regression with missing values, and the predictions of named cases" knn ex
   --k-nearest-neighbors 3 --seed-for-random-sampling 7 \
   --do 'DescriptiveStat,IncludeOutputs=1,PrintPredictions'
 
-Show "Categorical inputs only, with case weights" knn examples/titanic.csv \
-  --variables '|Survived||Class Sex Age' --weight Freq --k-nearest-neighbors 9 \
-  --CityBlock --seed-for-random-sampling 7
+Show "Coded categorical inputs beside continuous ones" knn examples/birthwt.csv \
+  --variables '|low|age lwt|race smoke ht ui' --StandardizeDistances --UseWeightedAverage \
+  --k-nearest-neighbors 9 --seed-for-random-sampling 7
