@@ -31,6 +31,6 @@ Show "Regression with missing values, and the predictions of named cases" knn ex
   --k-nearest-neighbors 3 --seed-for-random-sampling 7 \
   --do 'DescriptiveStat,IncludeOutputs=1,PrintPredictions'
 
-Show "Coded categorical inputs beside continuous ones" knn examples/birthwt.csv \
-  --variables '|low|age lwt|race smoke ht ui' --StandardizeDistances --UseWeightedAverage \
-  --k-nearest-neighbors 9 --seed-for-random-sampling 7
+Show "Two overlapping classes, categorical and continuous inputs" knn examples/cars93.csv \
+  --variables '|Origin|Price MPG.city Horsepower RPM|Type DriveTrain' --StandardizeDistances \
+  --k-nearest-neighbors 5 --seed-for-random-sampling 7
