@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <unordered_map>
 
 #include "frame/machine_learning.h"
+#include "host/host_memory.h"
 #include "host/random_streams.h"
 #include "host/services.h"
 
@@ -14,7 +14,6 @@ namespace bench {
 
 class BenchHost final : public qrvml::ProgressServices,
                         public qrvml::MessageServices,
-                        public qrvml::MemoryService,
                         public qrvml::ComputeServices {
  public:
   explicit BenchHost(qrvml::DataFile& file) : analysis_(nullptr) {
@@ -22,7 +21,7 @@ class BenchHost final : public qrvml::ProgressServices,
     services.file = &file;
     services.progress = this;
     services.messages = this;
-    services.memory = this;
+    services.memory = &memory_;
     services.random = &random_;
     services.compute = this;
     analysis_.Attach(services);
@@ -44,14 +43,10 @@ class BenchHost final : public qrvml::ProgressServices,
     std::fprintf(stderr, "message %d: %.*s\n", number, static_cast<int>(text.size()), text.data());
     std::exit(1);
   }
-  int AllocMem(void** address, std::size_t bytes) override {
-    *address = std::aligned_alloc(64, (bytes + 63) / 64 * 64);
-    return *address == nullptr ? 1 : 0;
-  }
-  void FreeMem(void* address) override { std::free(address); }
   int WorkerThreads() const override { return threads; }
 
  private:
+  qrvml::HostMemory memory_;
   qrvml::RandomStreams random_;
   qrvml::MachineLearning analysis_;
 };
