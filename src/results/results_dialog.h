@@ -40,7 +40,7 @@ class ResultsDialog : public CAnalysisDialog {
   std::string_view Title() const final { return "Résultats "; }
   bool OnOK() final { return false; }
   bool TakesOnlyEnabled() const final { return true; }
-  /// Back to the specification.
+  /// Back to the specification dialog.
   bool OnCancel() final;
 
   AnalysisDataSet& data() { return data_; }

@@ -1,5 +1,4 @@
-// A nearest-neighbour analysis under test: random tables, their data file, and the specification
-// dialog filled in through automation, as every client does it.
+// A nearest-neighbour analysis under test: random tables, their data file, and the dialog filled in through automation, as every client does it.
 #pragma once
 
 #include <gtest/gtest.h>
