@@ -1,4 +1,5 @@
-// A nearest-neighbour analysis under test: random tables, their data file, and the dialog filled in through automation, as every client does it.
+// A nearest-neighbour analysis under test: random tables, their data file, and the dialog filled in
+// through automation, as every client does it.
 #pragma once
 
 #include <gtest/gtest.h>
