@@ -10,9 +10,9 @@
 #include <cmath>
 #include <cstring>
 #include <functional>
-#include <new>
 #include <thread>
 
+#include "datafile/read_failure.h"
 #include "datafile/text_block.h"
 #include "datafile/text_dialect.h"
 
@@ -23,10 +23,6 @@ namespace {
 constexpr std::size_t kBlockBytes = std::size_t{1} << 20;
 constexpr std::size_t kLongestRecord = std::size_t{64} << 20;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-
-struct ReadFailure {
-  FileError error;
-};
 
 [[noreturn]] void Fail(std::int64_t line, std::int64_t column, std::string what,
                        std::string right) {
@@ -433,17 +429,7 @@ void TextFile::FillTable(DataTable& table) {
 
 bool ReadTextFile(const std::string& path, const ReadOptions& options, DataTable& table,
                   FileError& error) {
-  try {
-    TextFile(path, options).Read(table);
-    return true;
-  } catch (const ReadFailure& failure) {
-    error = failure.error;
-  } catch (const std::bad_alloc&) {
-    error = {};
-    error.what = "there is not enough memory for the file";
-  }
-  error.file = path;
-  return false;
+  return ReadOrExplain(path, error, [&] { TextFile(path, options).Read(table); });
 }
 
 }  // namespace qrvml

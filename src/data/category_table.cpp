@@ -54,9 +54,4 @@ int CategoryTable::ClassIndex(std::int64_t code) const {
   return index < 0 ? -1 : classOfCode_[static_cast<std::size_t>(index)];
 }
 
-const CategoryTable::Class* CategoryTable::FindClass(std::string_view text) const {
-  const auto found = std::ranges::lower_bound(classes_, text, {}, &Class::text);
-  return found == classes_.end() || found->text != text ? nullptr : &*found;
-}
-
 }  // namespace qrvml

@@ -5,7 +5,6 @@
 #include <map>
 #include <span>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -56,8 +55,6 @@ class CategoryTable {
   int CodeIndex(std::int64_t code) const;
   /// Position of a code's class in classes(), -1 when the code is not there.
   int ClassIndex(std::int64_t code) const;
-  /// The class with a text, null when there is none.
-  const Class* FindClass(std::string_view text) const;
 
  private:
   std::map<std::int64_t, Collected> collected_;

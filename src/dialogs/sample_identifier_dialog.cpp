@@ -71,11 +71,12 @@ bool SampleIdentifierDialog::PickVariable() {
   if (!analysis().services().dialogs->VariableListDialog(GetResourceString(190),
                                                          GetResourceString(191), variable))
     return false;
+  if (variable < 1) return false;  // a list that names no variable
   if (variable == choice.variable) return true;
   // Before anything changes: the host may refuse the memory that the search needs.
   const double code = FindFirstCode(variable, true);
   choice.variable = static_cast<std::int16_t>(variable);
-  choice.variableCount = variable == 0 ? 0 : 1;
+  choice.variableCount = 1;
   choice.code = static_cast<float>(code);
   choice.codeChosen = 1;
   if (analysis().services().file->vvlcod(variable, choice.code, choice.codeText) != 0)

@@ -263,7 +263,10 @@ TEST(Categories, FixedOnesTakeTruncatedCodesAndPutOthersOut) {
     EXPECT_EQ(reading.Flags(), (Cases{0, 0, 5, 0, 5, 5, 1}));
     EXPECT_EQ(reading.Predictor(Sample::training, 0), (Numbers{1, 2.5, 2}));  // raw values
     EXPECT_EQ(data.predictorCategories(1).codes().size(), 2u);
-    EXPECT_EQ(data.dependentCategories(0).FindClass("B")->trainingWeight, 2);
+    const auto classes = data.dependentCategories(0).classes();
+    ASSERT_EQ(classes.size(), 2u);
+    EXPECT_EQ(classes[1].text, "B");
+    EXPECT_EQ(classes[1].trainingWeight, 2);
   }
   EXPECT_TRUE(data.SetRoles(data.roles()));
   EXPECT_FALSE(data.predictorCategoriesFixed);

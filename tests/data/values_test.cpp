@@ -74,14 +74,12 @@ TEST(CategoryTable, OrdersCodesByNumberAndClassesByTheBytesOfTheirTexts) {
     EXPECT_EQ(table.classes()[i].text, classes[i].text);
     EXPECT_EQ(table.classes()[i].code, classes[i].code) << classes[i].text;
     EXPECT_EQ(table.classes()[i].trainingWeight, classes[i].weight) << classes[i].text;
-    EXPECT_EQ(table.FindClass(classes[i].text), &table.classes()[i]);
   }
   EXPECT_EQ(table.ClassIndex(3), 2);
   EXPECT_EQ(table.ClassIndex(-2), 2);
   EXPECT_EQ(table.ClassIndex(4), -1);
   EXPECT_EQ(table.CodeIndex(3), 2);
   EXPECT_FALSE(table.HasCode(0));
-  EXPECT_EQ(table.FindClass("zo"), nullptr);
 
   table.ClearTrainingWeights();
   table.Collect(3, "été");  // the code's text has changed
