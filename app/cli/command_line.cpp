@@ -39,6 +39,9 @@ void CommandLine::AddFileOptions(OpenOptions& options) {
   Add("--decimal", options.decimal, "Text files: . or , (default: found)")->group(group);
   Add("--encoding", options.encoding, "Text files: utf-8 or windows-1252 (default: found)")
       ->group(group);
+  Add("--memory", options.memory,
+      "Memory for the data, such as 500M or 4G, the rest on disk (default: half of what there is)")
+      ->group(group);
 }
 
 ParseOutcome CommandLine::Parse(std::span<const std::string> arguments, std::string& text) {

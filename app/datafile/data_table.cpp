@@ -39,7 +39,7 @@ int DataTable::FindVariable(std::string_view name) const {
   return at == variables_.end() ? 0 : static_cast<int>(at - variables_.begin()) + 1;
 }
 
-void DataTable::AppendChunk(std::size_t cases, std::unique_ptr<double[]> cells) {
+void DataTable::AppendChunk(std::size_t cases, CellBlock cells) {
   chunks_.push_back({cases_, cases, std::move(cells)});
   cases_ += cases;
 }
@@ -54,13 +54,21 @@ DataTable::Place DataTable::Find(int caseNumber) const {
 }
 
 std::span<const double> DataTable::Column(std::size_t chunk, int variable) const {
-  const Chunk& from = chunks_[chunk];
-  return {from.cells.get() + static_cast<std::size_t>(variable - 1) * from.cases, from.cases};
+  return {CellsOf(chunk, variable), chunks_[chunk].cases};
 }
 
 std::span<double> DataTable::Column(std::size_t chunk, int variable) {
-  const Chunk& from = chunks_[chunk];
-  return {from.cells.get() + static_cast<std::size_t>(variable - 1) * from.cases, from.cases};
+  return {CellsOf(chunk, variable), chunks_[chunk].cases};
+}
+
+void DataTable::Hold(std::size_t chunk) const {
+  if (const auto held = std::ranges::find(inUse_, chunk); held != inUse_.end()) {
+    newest_ = static_cast<std::size_t>(held - inUse_.begin());
+    return;
+  }
+  newest_ = (newest_ + 1) % inUse_.size();
+  if (inUse_[newest_] != kNoChunk) chunks_[inUse_[newest_]].cells.PutAside();
+  inUse_[newest_] = chunk;
 }
 
 double DataTable::Value(int caseNumber, int variable) const {

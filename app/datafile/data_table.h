@@ -1,4 +1,4 @@
-// An open data file in memory: a table of doubles, column by column, with what is known about each
+// An open data file: a table of doubles, column by column, with what is known about each
 // variable.
 //
 // Conventions of every file in this folder: variables and cases are numbered from 1. A missing cell
@@ -6,13 +6,15 @@
 // ... whose labels are its texts in the byte order of UTF-8.
 #pragma once
 
+#include <array>
 #include <cstddef>
-#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "datafile/cell_store.h"
 
 namespace qrvml {
 
@@ -37,6 +39,7 @@ struct Variable {
 /// How many categories a categorical variable of an analysis may have.
 inline constexpr std::size_t kMostCategories = 500;
 
+/// Used by one thread at a time, reading included: which chunks are in use is kept.
 class DataTable {
  public:
   int NumberOfVariables() const { return static_cast<int>(variables_.size()); }
@@ -53,7 +56,7 @@ class DataTable {
 
   /// Cases come and are kept in chunks, so that a large file is never copied as a whole. Appends
   /// `cases` cases (at least one) with these cells, variable after variable.
-  void AppendChunk(std::size_t cases, std::unique_ptr<double[]> cells);
+  void AppendChunk(std::size_t cases, CellBlock cells);
   std::size_t NumberOfChunks() const { return chunks_.size(); }
   /// The chunk, from 0, that holds a case, and the case's position in it.
   struct Place {
@@ -63,7 +66,8 @@ class DataTable {
   /// The number of a chunk's first case.
   int FirstCase(std::size_t chunk) const { return static_cast<int>(chunks_[chunk].before) + 1; }
   std::size_t CasesIn(std::size_t chunk) const { return chunks_[chunk].cases; }
-  /// One variable in one chunk, case after case.
+  /// One variable in one chunk, case after case. Of the chunks on the disk, the few used last are
+  /// held in memory.
   std::span<const double> Column(std::size_t chunk, int variable) const;
   std::span<double> Column(std::size_t chunk, int variable);
   double Value(int caseNumber, int variable) const;
@@ -89,7 +93,7 @@ class DataTable {
   struct Chunk {
     std::size_t before = 0;  // cases in the chunks before this one
     std::size_t cases = 0;
-    std::unique_ptr<double[]> cells;  // variables x cases
+    CellBlock cells;  // variables x cases
   };
   // Which cells of a variable were empty in the file; filled once its code is no longer the one it
   // was read with, since the code alone tells it until then.
@@ -98,11 +102,23 @@ class DataTable {
     std::vector<int> cases;
   };
 
+  double* CellsOf(std::size_t chunk, int variable) const {
+    const Chunk& from = chunks_[chunk];
+    if (from.cells.IsOnDisk() && chunk != inUse_[newest_]) Hold(chunk);
+    return from.cells.Cells() + static_cast<std::size_t>(variable - 1) * from.cases;
+  }
+  void Hold(std::size_t chunk) const;
+
   std::vector<Variable> variables_;
   std::vector<EmptyCells> empty_;
   std::vector<Chunk> chunks_;
   std::vector<std::string> notes_;
   std::size_t cases_ = 0;
+
+  // The chunks on the disk that are held in memory, in a ring.
+  static constexpr std::size_t kNoChunk = static_cast<std::size_t>(-1);
+  mutable std::array<std::size_t, 4> inUse_{kNoChunk, kNoChunk, kNoChunk, kNoChunk};
+  mutable std::size_t newest_ = 0;
 };
 
 /// The missing-data code of a column that holds the numbers `held` (those that matter are -9999,

@@ -69,7 +69,7 @@ void CheckTextCodes(const DataTable& table) {
   }
 }
 
-void ReadOwnFile(DuckDbSession& session, DataTable& table) {
+void ReadOwnFile(DuckDbSession& session, std::size_t memory, DataTable& table) {
   const auto version = ReadTexts(session, "SELECT CAST(version AS VARCHAR) FROM file.qrv");
   if (version.size() != 1 || NumberFrom(version[0][0]) > kQrvVersion) {
     FailToRead("this data file was saved by a newer version", "Save it as Parquet or CSV there");
@@ -89,7 +89,7 @@ void ReadOwnFile(DuckDbSession& session, DataTable& table) {
   }
   if (names.empty()) FailToRead("the file has no variables");
 
-  TableBuilder builder;
+  TableBuilder builder(memory);
   ReadRelation(session, "(SELECT " + columns + " FROM " + InFile("main", kQrvCases) + ")", names,
                builder);
   for (std::size_t i = 0; i < rows.size(); ++i) {
@@ -106,7 +106,7 @@ void ReadOwnFile(DuckDbSession& session, DataTable& table) {
   CheckTextCodes(table);
 }
 
-void ReadOnlyTable(DuckDbSession& session, DataTable& table) {
+void ReadOnlyTable(DuckDbSession& session, std::size_t memory, DataTable& table) {
   const auto tables = ReadTexts(session,
                                 "SELECT schema_name, table_name FROM duckdb_tables() "
                                 "WHERE database_name = 'file' ORDER BY ALL");
@@ -119,14 +119,14 @@ void ReadOnlyTable(DuckDbSession& session, DataTable& table) {
     FailToRead("the database holds " + std::to_string(tables.size()) + " tables" + names,
                "Copy the one to be analysed into a database of its own, or to Parquet");
   }
-  TableBuilder builder;
+  TableBuilder builder(memory);
   ReadRelation(session, InFile(tables[0][0], tables[0][1]), {}, builder);
   builder.Finish(table);
 }
 
 }  // namespace
 
-bool ReadDatabaseFile(const std::string& path, const ReadOptions&, DataTable& table,
+bool ReadDatabaseFile(const std::string& path, const ReadOptions& options, DataTable& table,
                       FileError& error) {
   return ReadOrExplain(path, error, [&] {
     DuckDbSession session(DuckDbSession::Files::untilLocked);
@@ -142,7 +142,8 @@ bool ReadDatabaseFile(const std::string& path, const ReadOptions&, DataTable& ta
     const auto own = ReadTexts(session,
                                "SELECT table_name FROM duckdb_tables() WHERE database_name = "
                                "'file' AND schema_name = 'main' AND table_name = 'qrv'");
-    own.empty() ? ReadOnlyTable(session, table) : ReadOwnFile(session, table);
+    own.empty() ? ReadOnlyTable(session, options.memory, table)
+                : ReadOwnFile(session, options.memory, table);
   });
 }
 

@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include <charconv>
 #include <optional>
 #include <utility>
 
@@ -19,8 +20,28 @@ bool Refuse(FileError& error, std::string what, std::string right) {
   return false;
 }
 
+// A number of bytes with K, M or G behind it.
+bool ReadBytes(std::string_view text, std::size_t& bytes) {
+  static constexpr std::pair<char, int> kUnits[] = {{'K', 10}, {'M', 20}, {'G', 30}};
+  constexpr std::size_t kMost = std::size_t{1} << 30;
+  std::size_t number = 0;
+  const char* end = text.data() + text.size();
+  const auto [stop, failure] = std::from_chars(text.data(), end, number);
+  if (failure != std::errc{} || stop + 1 != end || number == 0 || number > kMost) return false;
+  for (const auto& [letter, shift] : kUnits) {
+    if (*stop != letter && *stop != letter - 'A' + 'a') continue;
+    bytes = number << shift;
+    return true;
+  }
+  return false;
+}
+
 bool ReadOptionTexts(const OpenOptions& options, ReadOptions& read, FileError& error) {
   read.threads = options.threads;
+  if (!options.memory.empty() && !ReadBytes(options.memory, read.memory)) {
+    return Refuse(error, "the memory \"" + options.memory + "\" is refused",
+                  "Memory is a whole number of at least 1, followed by K, M or G");
+  }
   if (!options.delimiter.empty()) {
     read.delimiter = DelimiterFromOption(options.delimiter);
     if (!read.delimiter) {

@@ -23,6 +23,7 @@ struct OpenOptions {
   std::string weight = {};                // a variable with numbers
   std::string select = {};                // a condition over the variables
   std::string caseNames = {};             // the variable whose values or texts name the cases
+  std::string memory = {};                // for its cells, such as 500M or 4G; see CellStore
   int threads = 0;                        // used for reading; 0: all cores
 };
 

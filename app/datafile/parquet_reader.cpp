@@ -51,7 +51,7 @@ bool ReadParquetFile(const std::string& path, const ReadOptions& options, DataTa
     session.Query("SET threads = " + std::to_string(std::max(1u, threads)), done, reason);
     const std::string file = SqlLiteral(LiteralPath(path));
     const std::vector<std::string> names = ColumnNames(session, file);
-    TableBuilder builder;
+    TableBuilder builder(options.memory);
     ReadRelation(session,
                  "read_parquet(" + file + ", binary_as_string = true, hive_partitioning = false)",
                  names, builder);

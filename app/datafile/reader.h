@@ -1,6 +1,7 @@
 // Reads a data file of whatever format: the format is found by content, then by extension.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,7 +18,8 @@ struct ReadOptions {
   std::optional<char> delimiter = std::nullopt;
   std::optional<char> decimal = std::nullopt;  // '.' or ','
   std::optional<TextEncoding> encoding = std::nullopt;
-  int threads = 0;  // 0: all cores
+  int threads = 0;         // 0: all cores
+  std::size_t memory = 0;  // see CellStore
 };
 
 /// Reads the file at `path` into an empty table. False: `error` says why; the table is then void.

@@ -66,8 +66,8 @@ struct FileLabel {
 class StatisticsFile {
  public:
   /// An encoding named or kFromFile or kAsBytes.
-  StatisticsFile(const Package& package, const char* encoding)
-      : package_(package), encoding_(encoding) {}
+  StatisticsFile(const Package& package, const char* encoding, std::size_t memory)
+      : package_(package), encoding_(encoding), builder_(memory) {}
 
   /// Throws what a handler threw. The parser's error otherwise.
   readstat_error_t Parse(const std::string& path);
@@ -335,13 +335,13 @@ bool ReadStatisticsFile(const Package& package, const std::string& path, const R
     if (options.encoding) {
       encoding = *options.encoding == TextEncoding::utf8 ? "UTF-8" : "WINDOWS-1252";
     }
-    StatisticsFile first(package, encoding);
+    StatisticsFile first(package, encoding, options.memory);
     const readstat_error_t failed = first.Parse(path);
     if (failed == READSTAT_OK) return first.Finish(table);
     const bool inAnotherEncoding =
         failed == READSTAT_ERROR_CONVERT_BAD_STRING || failed == READSTAT_ERROR_UNSUPPORTED_CHARSET;
     if (encoding != kFromFile || !inAnotherEncoding) FailWith(failed);
-    StatisticsFile again(package, kAsBytes);
+    StatisticsFile again(package, kAsBytes, options.memory);
     if (again.Parse(path) != READSTAT_OK) FailWith(failed);
     again.AddNote(
         "Not all of its texts fit the encoding that the file names; what is no valid UTF-8 is read "

@@ -37,9 +37,10 @@ std::size_t TableBuilder::AddCases(std::size_t wanted) {
                "At most " + std::to_string(INT_MAX) + " can be read");
   }
   if (blocks_.empty() || blocks_.back().cases == capacity_) {
+    if (!blocks_.empty()) blocks_.back().cells.PutAside();
     Block& block = blocks_.emplace_back();
-    block.cells = std::make_unique_for_overwrite<double[]>(columns_.size() * capacity_);
-    std::fill_n(block.cells.get(), columns_.size() * capacity_, kMissing);
+    block.cells = store_.Take(columns_.size() * capacity_);
+    std::fill_n(block.cells.Cells(), columns_.size() * capacity_, kMissing);
   }
   Block& block = blocks_.back();
   newFrom_ = block.cases;
@@ -65,11 +66,19 @@ double TableBuilder::TextCell(std::size_t column, std::string_view text) {
   return text.empty() ? kMissing : AddText(columns_[column], text);
 }
 
-void TableBuilder::TurnNumbersIntoTexts(std::size_t index) {
-  Column& column = columns_[index];
-  for (Block& block : blocks_) {
-    for (double& cell : CellsOf(block, index)) {
-      if (!std::isnan(cell)) cell = AddText(column, NumberAsText(column.about.format, cell));
+void TableBuilder::TurnNumbersIntoTexts(Column& column, std::span<double> cells) {
+  for (double& cell : cells) {
+    if (!std::isnan(cell)) cell = AddText(column, NumberAsText(column.about.format, cell));
+  }
+}
+
+void TableBuilder::TakeStock(std::span<double> cells, Found& found) {
+  for (double& cell : cells) {
+    if (std::isinf(cell)) {
+      ++found.infinite;
+      cell = kMissing;
+    } else if (IsMissingCodeCandidate(cell)) {
+      found.heldCodes.push_back(cell);
     }
   }
 }
@@ -98,35 +107,32 @@ std::vector<double> TableBuilder::SetTexts(Column& column) {
   return codes;
 }
 
-void TableBuilder::SetMissingCode(std::size_t index) {
-  Column& column = columns_[index];
-  std::vector<double> held;
-  std::size_t infinite = 0;
-  for (Block& block : blocks_) {
-    for (double& cell : CellsOf(block, index)) {
-      if (std::isinf(cell)) {
-        ++infinite;
-        cell = kMissing;
-      } else if (IsMissingCodeCandidate(cell)) {
-        held.push_back(cell);
-      }
-    }
-  }
-  column.about.missingCode = column.missingCode.value_or(FreeMissingCode(held));
-  if (infinite > 0) {
-    AddNote(column.about.name + ": " + std::to_string(infinite) +
-            (infinite == 1 ? " infinite value is" : " infinite values are") + " missing");
-  }
+void TableBuilder::CompleteLabels(Variable& about) {
+  about.longName = AsUtf8(about.longName);
+  std::vector<ValueLabel>& labels = about.labels;
+  for (ValueLabel& label : labels) label.text = AsUtf8(label.text);
+  std::stable_sort(labels.begin(), labels.end(),
+                   [](const ValueLabel& a, const ValueLabel& b) { return a.code < b.code; });
+  labels.erase(
+      std::unique(labels.begin(), labels.end(),
+                  [](const ValueLabel& a, const ValueLabel& b) { return a.code == b.code; }),
+      labels.end());
+  if (about.wasText) about.distinctTexts = labels.size();
 }
 
-void TableBuilder::ReplaceCells(std::size_t column, const std::vector<double>& codes) {
-  const double missing = columns_[column].about.missingCode;
-  for (Block& block : blocks_) {
-    for (double& cell : CellsOf(block, column)) {
-      if (!std::isnan(cell)) continue;
-      const std::size_t text = TextOf(cell);
-      cell = text == 0 ? missing : codes[text - 1];
-    }
+void TableBuilder::SetMissingCode(Column& column, const Found& found) {
+  column.about.missingCode = column.missingCode.value_or(FreeMissingCode(found.heldCodes));
+  if (found.infinite == 0) return;
+  AddNote(column.about.name + ": " + std::to_string(found.infinite) +
+          (found.infinite == 1 ? " infinite value is" : " infinite values are") + " missing");
+}
+
+void TableBuilder::ReplaceCells(double missing, const std::vector<double>& codes,
+                                std::span<double> cells) {
+  for (double& cell : cells) {
+    if (!std::isnan(cell)) continue;
+    const std::size_t text = TextOf(cell);
+    cell = text == 0 ? missing : codes[text - 1];
   }
 }
 
@@ -138,35 +144,39 @@ void TableBuilder::Finish(DataTable& table) {
   FileError error;
   if (!NamesDiffer(names, error)) throw ReadFailure{error};
 
+  // Block by block, twice, so that no more than one of those on the disk is in memory.
+  std::vector<Found> found(columns_.size());
+  std::vector<char> hasTexts(columns_.size());
   for (std::size_t i = 0; i < columns_.size(); ++i) {
-    Column& column = columns_[i];
-    std::vector<double> codes;
-    if (!column.texts.Texts().empty()) {
-      TurnNumbersIntoTexts(i);
-      codes = SetTexts(column);
-    }
-    column.about.longName = AsUtf8(column.about.longName);
-    std::vector<ValueLabel>& labels = column.about.labels;
-    for (ValueLabel& label : labels) label.text = AsUtf8(label.text);
-    std::stable_sort(labels.begin(), labels.end(),
-                     [](const ValueLabel& a, const ValueLabel& b) { return a.code < b.code; });
-    labels.erase(
-        std::unique(labels.begin(), labels.end(),
-                    [](const ValueLabel& a, const ValueLabel& b) { return a.code == b.code; }),
-        labels.end());
-    if (column.about.wasText) column.about.distinctTexts = labels.size();
-    SetMissingCode(i);
-    ReplaceCells(i, codes);
-    table.AddVariable(column.about.name) = std::move(column.about);
+    hasTexts[i] = !columns_[i].texts.Texts().empty();
   }
   for (Block& block : blocks_) {
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+      const std::span<double> cells = CellsOf(block, i);
+      hasTexts[i] ? TurnNumbersIntoTexts(columns_[i], cells) : TakeStock(cells, found[i]);
+    }
+    block.cells.PutAside();
+  }
+  std::vector<std::vector<double>> codes(columns_.size());
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    if (hasTexts[i]) codes[i] = SetTexts(columns_[i]);
+    CompleteLabels(columns_[i].about);
+    SetMissingCode(columns_[i], found[i]);
+    table.AddVariable(columns_[i].about.name) = std::move(columns_[i].about);
+  }
+  for (Block& block : blocks_) {
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+      const double missing = table.At(static_cast<int>(i) + 1).missingCode;
+      ReplaceCells(missing, codes[i], CellsOf(block, i));
+    }
     if (block.cases < capacity_) {
-      auto cells = std::make_unique_for_overwrite<double[]>(columns_.size() * block.cases);
+      CellBlock cells = store_.Take(columns_.size() * block.cases);
       for (std::size_t i = 0; i < columns_.size(); ++i) {
-        std::ranges::copy(CellsOf(block, i), cells.get() + i * block.cases);
+        std::ranges::copy(CellsOf(block, i), cells.Cells() + i * block.cases);
       }
       block.cells = std::move(cells);
     }
+    block.cells.PutAside();
     table.AppendChunk(block.cases, std::move(block.cells));
   }
   for (std::string& note : notes_) table.AddNote(std::move(note));

@@ -9,7 +9,6 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -23,6 +22,8 @@ namespace qrvml {
 
 class TableBuilder {
  public:
+  /// `memory`: see CellStore.
+  explicit TableBuilder(std::size_t memory) : store_(memory) {}
   /// Before the first case. Columns are counted from 0; the name is completed by VariableName.
   std::size_t AddColumn(std::string_view name);
   std::size_t NumberOfColumns() const { return columns_.size(); }
@@ -61,24 +62,33 @@ class TableBuilder {
   };
   struct Block {
     std::size_t cases = 0;
-    std::unique_ptr<double[]> cells;  // columns x capacity_
+    CellBlock cells;  // columns x capacity_
   };
   /// Which text a cell that is NaN stands for, from 1; 0: none.
   static std::size_t TextOf(double cell) {
     return static_cast<std::size_t>(std::bit_cast<std::uint64_t>(cell) & ~kNanBits);
   }
   std::span<double> CellsOf(Block& block, std::size_t column) {
-    return {block.cells.get() + column * capacity_, block.cases};
+    return {block.cells.Cells() + column * capacity_, block.cases};
   }
   double AddText(Column& column, std::string_view text);
-  void TurnNumbersIntoTexts(std::size_t column);
+  /// What the cells of a column of numbers say about its missing-data code.
+  struct Found {
+    std::vector<double> heldCodes;
+    std::size_t infinite = 0;
+  };
+  void TurnNumbersIntoTexts(Column& column, std::span<double> cells);
+  static void TakeStock(std::span<double> cells, Found& found);
   std::vector<double> SetTexts(Column& column);
-  void SetMissingCode(std::size_t column);
-  void ReplaceCells(std::size_t column, const std::vector<double>& codes);
+  static void CompleteLabels(Variable& about);
+  void SetMissingCode(Column& column, const Found& found);
+  static void ReplaceCells(double missing, const std::vector<double>& codes,
+                           std::span<double> cells);
 
   std::vector<Column> columns_;
   std::vector<std::string> notes_;
   TextArena arena_;
+  CellStore store_;
   std::vector<Block> blocks_;
   std::size_t capacity_ = 0;  // cases a block can hold
   std::size_t cases_ = 0;

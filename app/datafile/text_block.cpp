@@ -46,9 +46,10 @@ void TextIndex::Intern(const TextSet& texts, std::vector<std::uint32_t>& numbers
   }
 }
 
-BlockParser::BlockParser(const TextDialect& dialect, ColumnKinds& kinds)
+BlockParser::BlockParser(const TextDialect& dialect, ColumnKinds& kinds, CellStore& store)
     : dialect_(dialect),
       kinds_(kinds),
+      store_(store),
       columns_(kinds.Size()),
       asText_(columns_),
       local_(columns_) {}
@@ -219,7 +220,7 @@ double BlockParser::CellOfNumber(NumberForm form, double value, std::string_view
 void BlockParser::StoreColumns(ParsedBlock& block) {
   constexpr std::size_t kTile = 64;  // cases whose rows stay in the cache while they are turned
   const std::size_t cases = block.cases;
-  block.cells = std::make_unique_for_overwrite<double[]>(cases * columns_);
+  block.cells = store_.Take(cases * columns_);
   for (std::size_t column = 0; column < columns_; ++column) {
     LocalTexts& local = local_[column];
     if (asText_[column]) kinds_.Texts(column).Intern(local.texts, local.interned);
@@ -227,7 +228,7 @@ void BlockParser::StoreColumns(ParsedBlock& block) {
   for (std::size_t first = 0; first < cases; first += kTile) {
     const std::size_t last = std::min(cases, first + kTile);
     for (std::size_t column = 0; column < columns_; ++column) {
-      double* to = block.cells.get() + column * cases;
+      double* to = block.cells.Cells() + column * cases;
       const double* from = rows_.data() + column;
       if (!asText_[column]) {
         for (std::size_t i = first; i < last; ++i) to[i] = from[i * columns_];
@@ -240,6 +241,7 @@ void BlockParser::StoreColumns(ParsedBlock& block) {
       }
     }
   }
+  block.cells.PutAside();
 }
 
 }  // namespace qrvml

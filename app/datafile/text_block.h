@@ -4,7 +4,6 @@
 #include <atomic>
 #include <cstdint>
 #include <deque>
-#include <memory>
 #include <mutex>
 #include <optional>
 #include <span>
@@ -12,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "datafile/cell_store.h"
 #include "datafile/file_error.h"
 #include "datafile/text_fields.h"
 #include "datafile/text_set.h"
@@ -60,9 +60,9 @@ struct ParsedBlock {
   std::int64_t offset = 0, length = 0;  // of its text in the file
   int lines = 0;                        // line breaks in it
   std::size_t cases = 0;
-  std::unique_ptr<double[]> cells;  // columns x cases; NaN: empty; text columns: numbers of texts
-  std::vector<char> asText;         // by column: read as text
-  std::vector<char> hasEmpty;       // by column: holds an empty cell
+  CellBlock cells;             // columns x cases; NaN: empty; text columns: numbers of texts
+  std::vector<char> asText;    // by column: read as text
+  std::vector<char> hasEmpty;  // by column: holds an empty cell
   std::vector<FoundNumber> heldCodes;  // numbers that a missing-data code must not be
   std::vector<FoundNumber> tooLarge;   // the first number of a column that fits no double
   std::optional<FileError> error;      // its line counts from 0 within the block
@@ -73,7 +73,7 @@ struct ParsedBlock {
 /// Parses blocks of one file; keeps its working memory from block to block. One per thread.
 class BlockParser {
  public:
-  BlockParser(const TextDialect& dialect, ColumnKinds& kinds);
+  BlockParser(const TextDialect& dialect, ColumnKinds& kinds, CellStore& store);
   /// `text` holds whole records and ends in a line break. Fills everything of `block` but its
   /// place in the file. Columns in which a text is found are made text columns.
   void Parse(std::string_view text, ParsedBlock& block);
@@ -93,6 +93,7 @@ class BlockParser {
 
   const TextDialect dialect_;
   ColumnKinds& kinds_;
+  CellStore& store_;
   const std::size_t columns_;
   std::vector<double> rows_;       // cells of the block, record after record
   std::vector<char> asText_;       // by column

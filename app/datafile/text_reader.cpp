@@ -89,7 +89,7 @@ void OnThreads(int threads, const std::function<void()>& work) {
 class TextFile {
  public:
   TextFile(const std::string& path, const ReadOptions& options)
-      : source_(path), options_(options) {}
+      : source_(path), options_(options), store_(options.memory) {}
 
   void Read(DataTable& table) {
     ReadHeader();
@@ -125,6 +125,7 @@ class TextFile {
 
   Source source_;
   const ReadOptions& options_;
+  CellStore store_;
   bool hasMark_ = false;
   TextDialect dialect_;
   TextEncoding encoding_ = TextEncoding::utf8;
@@ -256,11 +257,11 @@ void TextFile::ReadBlocks() {
     return true;
   };
   // The first block alone, so that most text columns are known before the others begin.
-  BlockParser first(dialect_, *kinds_);
+  BlockParser first(dialect_, *kinds_, store_);
   std::vector<char> buffer;
   if (!parse(first, buffer)) return;
   OnThreads(Threads(), [&] {
-    BlockParser parser(dialect_, *kinds_);
+    BlockParser parser(dialect_, *kinds_, store_);
     std::vector<char> text;
     while (parse(parser, text)) {
     }
@@ -309,14 +310,14 @@ void TextFile::ReadAgainAsText() {
   }
   std::atomic<std::size_t> next = 0;
   OnThreads(std::min(Threads(), static_cast<int>(stale.size())), [&] {
-    BlockParser parser(dialect_, *kinds_);
+    BlockParser parser(dialect_, *kinds_, store_);
     std::vector<char> buffer;
     for (std::size_t i; (i = next++) < stale.size();) {
       ParsedBlock& block = *stale[i];
       const std::size_t cases = block.cases;
       source_.Read(block.offset, static_cast<std::size_t>(block.length), buffer);
       if (buffer.empty() || buffer.back() != '\n') buffer.push_back('\n');
-      block.cells.reset();
+      block.cells = {};
       parser.Parse({buffer.data(), buffer.size()}, block);
       if (block.error || block.cases != cases) {
         Fail(0, 0, "the file was changed while it was read", "Open it again");
@@ -409,7 +410,7 @@ void TextFile::FillTable(DataTable& table) {
         if (!isText && !block.hasEmpty[column]) continue;
         const double missing = table.At(static_cast<int>(column) + 1).missingCode;
         const std::vector<double>& code = codes[column];
-        double* cells = block.cells.get() + column * block.cases;
+        double* cells = block.cells.Cells() + column * block.cases;
         for (std::size_t row = 0; row < block.cases; ++row) {
           if (std::isnan(cells[row])) {
             cells[row] = missing;
@@ -418,6 +419,7 @@ void TextFile::FillTable(DataTable& table) {
           }
         }
       }
+      block.cells.PutAside();
     }
   });
   for (ParsedBlock& block : blocks_) {

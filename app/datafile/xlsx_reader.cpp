@@ -60,7 +60,9 @@ struct NamedSheet {
 
 class Workbook {
  public:
-  explicit Workbook(const std::string& path) : package_(path) { FindSheets(); }
+  Workbook(const std::string& path, std::size_t memory) : package_(path), builder_(memory) {
+    FindSheets();
+  }
   void Read(DataTable& table);
 
  private:
@@ -230,8 +232,9 @@ void Workbook::Read(DataTable& table) {
 
 }  // namespace
 
-bool ReadXlsxFile(const std::string& path, const ReadOptions&, DataTable& table, FileError& error) {
-  return ReadOrExplain(path, error, [&] { Workbook(path).Read(table); });
+bool ReadXlsxFile(const std::string& path, const ReadOptions& options, DataTable& table,
+                  FileError& error) {
+  return ReadOrExplain(path, error, [&] { Workbook(path, options.memory).Read(table); });
 }
 
 }  // namespace qrvml
