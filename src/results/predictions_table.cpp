@@ -95,13 +95,12 @@ bool ResultsDialog::SavePredictions() {
   } guard{&saving};
   const std::size_t continuous = items_.continuousDependents();
   std::vector<double> values(chosen.size());
-  bool written = true;
   cases_->Visit(Subset::both, NeedPrediction(chosen), [&](const CaseResult& result) {
     for (std::size_t i = 0; i < chosen.size(); ++i)
       values[i] = ValueOf(chosen[i], result, continuous);
-    written = written && saving.PutDataF(result.caseNumber, values);
+    // The host has told why; the remaining cases need not be predicted.
+    if (!saving.PutDataF(result.caseNumber, values)) throw Cancelled();
   });
-  if (!written) return false;
   guard.saving = nullptr;
   return saving.FinishSave();
 }

@@ -315,7 +315,7 @@ bool ScriptedHost::GetValueFromValEdit(std::string_view text, int variable, doub
 }
 
 bool ScriptedHost::looka4(Spreadsheet&& spreadsheet) {
-  if (refuseSpreadsheets) return false;
+  if (!TakesDocument()) return false;
   for (const SpreadsheetColumn& column : spreadsheet.columns)
     EXPECT_EQ(column.values.size(), spreadsheet.Rows()) << spreadsheet.title;
   spreadsheets.push_back(std::move(spreadsheet));
@@ -325,13 +325,15 @@ bool ScriptedHost::looka4(Spreadsheet&& spreadsheet) {
 bool ScriptedHost::looka4dlg(InputTable& form) { return TakeFront(inputFormAnswers, form.cells); }
 
 bool ScriptedHost::ShowGraph(Graph&& graph) {
-  if (!refuseSpreadsheets) graphs.push_back(std::move(graph));
-  return !refuseSpreadsheets;
+  if (!TakesDocument()) return false;
+  graphs.push_back(std::move(graph));
+  return true;
 }
 
 bool ScriptedHost::CreateTextDoc(TextDocument&& document) {
-  if (!refuseSpreadsheets) textDocuments.push_back(std::move(document));
-  return !refuseSpreadsheets;
+  if (!TakesDocument()) return false;
+  textDocuments.push_back(std::move(document));
+  return true;
 }
 
 bool ScriptedHost::PickOutputs(std::string_view, std::string_view, std::span<const std::string>,
@@ -348,6 +350,7 @@ bool ScriptedHost::SubsetAndAddEx(const std::string& path, std::span<const int> 
 }
 
 bool ScriptedHost::PutDataF(int caseNumber, std::span<const double> added) {
+  if (++puts == refusePut) return false;
   EXPECT_EQ(added.size(), saving_.added.size());
   saving_.rows.emplace_back(caseNumber, std::vector<double>(added.begin(), added.end()));
   return true;

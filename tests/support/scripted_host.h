@@ -128,7 +128,9 @@ class ScriptedHost final : public ProgressServices,
   int workerThreads = 1;
   int refuseAllocation = 0;  // the allocation, counted from 1 by `allocations`, that is refused
   bool refuseSpreadsheets = false;  // and graphs and text documents
+  int refuseDocument = 0;  // the document, counted from 1 by `offeredDocuments`, that is refused
   bool refuseSaving = false;
+  int refusePut = 0;  // the row to be saved, counted from 1 by `puts`, that is refused
   bool refuseDialogs = false;
   int cancelAtPoll = 0;  // the poll, counted from 1 by `polls`, that says cancel, and all after it
   bool externallyCancelled = false;
@@ -163,6 +165,8 @@ class ScriptedHost final : public ProgressServices,
   int openIterDisplays = 0;
   int polls = 0;
   int allocations = 0;
+  int offeredDocuments = 0;  // spreadsheets, graphs and text documents
+  int puts = 0;              // rows of saves
   int templateId = 0;                       // of the modeless dialog
   std::unique_ptr<CAnalysisDialog> dialog;  // the modeless dialog
   int exitStep = -1, exitMode = 0;          // of the last ExitDialog; -1: none
@@ -224,6 +228,7 @@ class ScriptedHost final : public ProgressServices,
   int WorkerThreads() const override { return workerThreads; }
 
  private:
+  bool TakesDocument() { return ++offeredDocuments != refuseDocument && !refuseSpreadsheets; }
   bool AnswerLists(AnswerMember member, std::vector<std::vector<double>>& lists,
                    std::span<const int> variables);
 
