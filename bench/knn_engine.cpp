@@ -29,14 +29,16 @@ constexpr int kChunk = 100000;  // cases of a chunk of the table
 std::unique_ptr<HostDataFile> OpenFile(int cases, int variables, std::uint64_t seed) {
   bench::SplitMix random(seed);
   qrvml::DataTable table;
+  qrvml::CellStore store;
   for (int v = 1; v <= variables; ++v) table.AddVariable("v" + std::to_string(v));
   for (int first = 0; first < cases; first += kChunk) {
     const int count = std::min(kChunk, cases - first);
-    auto cells = std::make_unique<double[]>(std::size_t(count) * variables);
+    qrvml::CellBlock block = store.Take(std::size_t(count) * variables);
+    double* cells = block.Cells();
     for (int c = 0; c < count; ++c) {
       for (int v = 0; v < variables; ++v) cells[std::size_t(v) * count + c] = random.Unit();
     }
-    table.AppendChunk(count, std::move(cells));
+    table.AppendChunk(count, std::move(block));
   }
   return std::make_unique<HostDataFile>(std::move(table), "bench.csv");
 }

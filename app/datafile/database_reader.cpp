@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "datafile/on_threads.h"
 #include "datafile/qrv_format.h"
 #include "datafile/read_failure.h"
 #include "datafile/relation_reader.h"
@@ -40,6 +41,23 @@ std::size_t VariableFrom(const std::string& text, std::size_t variables, const c
   return static_cast<std::size_t>(number) - 1;
 }
 
+/// The database's own number of a row is its position, unless rows were deleted or a column of the
+/// table hides it.
+std::string RowPosition(DuckDbSession& session, const std::string& schema,
+                        const std::string& name) {
+  const auto isTrue = [&](const std::string& condition, const std::string& from) {
+    const auto answer =
+        ReadTexts(session, "SELECT CAST(" + condition + " AS VARCHAR) FROM " + from);
+    return answer.at(0).at(0) == "true";
+  };
+  const bool isHidden = isTrue(
+      "count(*) > 0",
+      "duckdb_columns() WHERE database_name = 'file' AND schema_name = " + SqlLiteral(schema) +
+          " AND table_name = " + SqlLiteral(name) + " AND lower(column_name) = 'rowid'");
+  if (isHidden) return {};
+  return isTrue("coalesce(max(rowid), -1) + 1 = count(*)", InFile(schema, name)) ? "rowid" : "";
+}
+
 void SetLabels(DuckDbSession& session, TableBuilder& builder) {
   for (const auto& row : ReadTexts(session,
                                    "SELECT CAST(variable AS VARCHAR), CAST(code AS VARCHAR), text "
@@ -69,7 +87,7 @@ void CheckTextCodes(const DataTable& table) {
   }
 }
 
-void ReadOwnFile(DuckDbSession& session, std::size_t memory, DataTable& table) {
+void ReadOwnFile(DuckDbSession& session, const ReadOptions& options, DataTable& table) {
   const auto version = ReadTexts(session, "SELECT CAST(version AS VARCHAR) FROM file.qrv");
   if (version.size() != 1 || NumberFrom(version[0][0]) > kQrvVersion) {
     FailToRead("this data file was saved by a newer version", "Save it as Parquet or CSV there");
@@ -89,8 +107,9 @@ void ReadOwnFile(DuckDbSession& session, std::size_t memory, DataTable& table) {
   }
   if (names.empty()) FailToRead("the file has no variables");
 
-  TableBuilder builder(memory);
-  ReadRelation(session, "(SELECT " + columns + " FROM " + InFile("main", kQrvCases) + ")", names,
+  TableBuilder builder(options.memory, options.threads);
+  ReadRelation(session,
+               {InFile("main", kQrvCases), columns, RowPosition(session, "main", kQrvCases)}, names,
                builder);
   for (std::size_t i = 0; i < rows.size(); ++i) {
     Variable& about = builder.About(i);
@@ -106,7 +125,7 @@ void ReadOwnFile(DuckDbSession& session, std::size_t memory, DataTable& table) {
   CheckTextCodes(table);
 }
 
-void ReadOnlyTable(DuckDbSession& session, std::size_t memory, DataTable& table) {
+void ReadOnlyTable(DuckDbSession& session, const ReadOptions& options, DataTable& table) {
   const auto tables = ReadTexts(session,
                                 "SELECT schema_name, table_name FROM duckdb_tables() "
                                 "WHERE database_name = 'file' ORDER BY ALL");
@@ -119,8 +138,10 @@ void ReadOnlyTable(DuckDbSession& session, std::size_t memory, DataTable& table)
     FailToRead("the database holds " + std::to_string(tables.size()) + " tables" + names,
                "Copy the one to be analysed into a database of its own, or to Parquet");
   }
-  TableBuilder builder(memory);
-  ReadRelation(session, InFile(tables[0][0], tables[0][1]), {}, builder);
+  TableBuilder builder(options.memory, options.threads);
+  const std::string &schema = tables[0][0], &name = tables[0][1];
+  ReadRelation(session, {InFile(schema, name), "*", RowPosition(session, schema, name)}, {},
+               builder);
   builder.Finish(table);
 }
 
@@ -130,6 +151,7 @@ bool ReadDatabaseFile(const std::string& path, const ReadOptions& options, DataT
                       FileError& error) {
   return ReadOrExplain(path, error, [&] {
     DuckDbSession session(DuckDbSession::Files::untilLocked);
+    session.UseThreads(NumberOfThreads(options.threads));
     std::string reason;
     DuckDbResult attached;
     // The type is named, since the start of a path could name another one ("sqlite:").
@@ -142,8 +164,7 @@ bool ReadDatabaseFile(const std::string& path, const ReadOptions& options, DataT
     const auto own = ReadTexts(session,
                                "SELECT table_name FROM duckdb_tables() WHERE database_name = "
                                "'file' AND schema_name = 'main' AND table_name = 'qrv'");
-    own.empty() ? ReadOnlyTable(session, options.memory, table)
-                : ReadOwnFile(session, options.memory, table);
+    own.empty() ? ReadOnlyTable(session, options, table) : ReadOwnFile(session, options, table);
   });
 }
 

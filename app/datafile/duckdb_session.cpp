@@ -59,6 +59,14 @@ DuckDbSession::~DuckDbSession() {
   duckdb_close(&database_);
 }
 
+void DuckDbSession::UseThreads(int threads) {
+  DuckDbResult done;
+  std::string reason;
+  if (!Query("SET threads = " + std::to_string(threads), done, reason)) {
+    throw std::runtime_error("the embedded database cannot be set up: " + reason);
+  }
+}
+
 bool DuckDbSession::Lock(std::string& error) {
   for (const char* setting : kLocks) {
     DuckDbResult result;

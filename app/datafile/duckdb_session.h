@@ -38,6 +38,8 @@ class DuckDbSession {
   ~DuckDbSession();
 
   duckdb_connection Connection() { return connection_; }
+  /// One thread at first; not once it is locked.
+  void UseThreads(int threads);
   /// From now on no further file can be reached; an attached one stays. False: see Query.
   bool Lock(std::string& error);
   /// Runs one statement. False: `error` is the database's own text.

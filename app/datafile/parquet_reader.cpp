@@ -1,7 +1,10 @@
 #include "datafile/parquet_reader.h"
 
-#include <thread>
+#include <algorithm>
+#include <cctype>
+#include <string_view>
 
+#include "datafile/on_threads.h"
 #include "datafile/read_failure.h"
 #include "datafile/relation_reader.h"
 
@@ -38,23 +41,30 @@ std::vector<std::string> ColumnNames(DuckDbSession& session, const std::string& 
   return names;
 }
 
+constexpr const char* kRowNumber = "file_row_number";
+
+bool HasColumn(const std::vector<std::string>& names, std::string_view lowerCase) {
+  return std::ranges::any_of(names, [&](const std::string& name) {
+    return std::ranges::equal(name, lowerCase, {}, [](unsigned char c) { return std::tolower(c); });
+  });
+}
+
 }  // namespace
 
 bool ReadParquetFile(const std::string& path, const ReadOptions& options, DataTable& table,
                      FileError& error) {
   return ReadOrExplain(path, error, [&] {
     DuckDbSession session(DuckDbSession::Files::untilLocked);
-    const unsigned threads = options.threads > 0 ? static_cast<unsigned>(options.threads)
-                                                 : std::thread::hardware_concurrency();
-    DuckDbResult done;
-    std::string reason;
-    session.Query("SET threads = " + std::to_string(std::max(1u, threads)), done, reason);
+    session.UseThreads(NumberOfThreads(options.threads));
     const std::string file = SqlLiteral(LiteralPath(path));
     const std::vector<std::string> names = ColumnNames(session, file);
-    TableBuilder builder(options.memory);
-    ReadRelation(session,
-                 "read_parquet(" + file + ", binary_as_string = true, hive_partitioning = false)",
-                 names, builder);
+    Relation relation;
+    relation.from =
+        "read_parquet(" + file + ", binary_as_string = true, hive_partitioning = false)";
+    // A column of the file hides what the library calls by this name.
+    if (!HasColumn(names, kRowNumber)) relation.position = kRowNumber;
+    TableBuilder builder(options.memory, options.threads);
+    ReadRelation(session, relation, names, builder);
     builder.Finish(table);
   });
 }

@@ -1,8 +1,16 @@
 #include "datafile/relation_reader.h"
 
 #include <algorithm>
+#include <array>
+#include <atomic>
+#include <bit>
+#include <cctype>
 #include <cstdint>
+#include <deque>
+#include <exception>
 #include <limits>
+#include <mutex>
+#include <string_view>
 #include <vector>
 
 #include "datafile/read_failure.h"
@@ -23,8 +31,8 @@ struct Source {
 
 /// A column while it is read.
 struct ReadColumn {
-  std::size_t target;        // column of the builder
-  std::int64_t rounded = 0;  // whole numbers that no double holds
+  std::size_t target;                     // column of the builder
+  std::atomic<std::int64_t> rounded = 0;  // whole numbers that no double holds
 };
 
 using CopyFunction = void (*)(const Source& source, std::span<double> cells, TableBuilder& builder,
@@ -33,11 +41,14 @@ using CopyFunction = void (*)(const Source& source, std::span<double> cells, Tab
 template <class T, class Convert>
 void CopyRows(const Source& source, std::span<double> cells, const Convert& convert) {
   const T* values = static_cast<const T*>(source.data) + source.from;
+  if (!source.validity) {
+    std::transform(values, values + cells.size(), cells.begin(), convert);
+    return;
+  }
   for (std::size_t i = 0; i < cells.size(); ++i) {
-    if (source.validity && !duckdb_validity_row_is_valid(source.validity, source.from + i)) {
-      continue;
-    }
-    cells[i] = convert(values[i]);
+    cells[i] = duckdb_validity_row_is_valid(source.validity, source.from + i)
+                   ? convert(values[i])
+                   : TableBuilder::MissingCell();
   }
 }
 
@@ -50,13 +61,15 @@ void CopyNumbers(const Source& source, std::span<double> cells, TableBuilder&, R
 template <class T>
 void CopyLongNumbers(const Source& source, std::span<double> cells, TableBuilder&,
                      ReadColumn& column) {
+  std::int64_t rounded = 0;
   CopyRows<T>(source, cells, [&](T value) {
     const auto number = static_cast<double>(value);
     // The largest ones round up to a double that the type does not hold.
     const bool fits = number < static_cast<double>(std::numeric_limits<T>::max());
-    if (!fits || static_cast<T>(number) != value) ++column.rounded;
+    if (!fits || static_cast<T>(number) != value) ++rounded;
     return number;
   });
+  column.rounded += rounded;
 }
 
 template <class T, std::int64_t unitsPerDay>
@@ -85,9 +98,22 @@ void CopyTimes(const Source& source, std::span<double> cells, TableBuilder&, Rea
 
 void CopyTexts(const Source& source, std::span<double> cells, TableBuilder& builder,
                ReadColumn& column) {
+  // A short text lies in the value itself: the cells of those met last are at hand.
+  struct Short {
+    std::array<std::uint64_t, 2> value = {};  // that of the empty text
+    double cell = TableBuilder::MissingCell();
+  };
+  constexpr std::size_t kAtHand = 64;
+  std::array<Short, kAtHand> atHand;
+  const std::unique_lock lock = builder.LockTexts(column.target);
   CopyRows<duckdb_string_t>(source, cells, [&](duckdb_string_t value) {
-    return builder.TextCell(column.target,
-                            {duckdb_string_t_data(&value), duckdb_string_t_length(value)});
+    const std::string_view text(duckdb_string_t_data(&value), duckdb_string_t_length(value));
+    if (!duckdb_string_is_inlined(value)) return builder.TextCell(column.target, text);
+    const auto bits = std::bit_cast<std::array<std::uint64_t, 2>>(value);
+    const std::uint64_t mixed = (bits[0] ^ bits[1] * 3) * 0x9E3779B97F4A7C15u;
+    Short& found = atHand[mixed >> 58];
+    if (found.value != bits) found = {bits, builder.TextCell(column.target, text)};
+    return found.cell;
   });
 }
 
@@ -187,64 +213,157 @@ class Stream {
   DuckDbResult result_;
 };
 
-void CopyChunk(duckdb_data_chunk chunk, const std::vector<const TypeRule*>& rules,
-               std::vector<ReadColumn>& columns, TableBuilder& builder) {
-  const std::size_t rows = duckdb_data_chunk_get_size(chunk);
-  for (std::size_t from = 0; from < rows;) {
-    const std::size_t added = builder.AddCases(rows - from);
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-      duckdb_vector vector = duckdb_data_chunk_get_vector(chunk, i);
-      const Source source = {duckdb_vector_get_data(vector), duckdb_vector_get_validity(vector),
-                             from};
-      rules[i]->copy(source, builder.NewCells(columns[i].target), builder, columns[i]);
-    }
-    from += added;
+/// Takes rows from the database's threads as they come, as a function that the query calls: the
+/// position of the row, then its cells.
+class RowSink {
+ public:
+  RowSink(TableBuilder& builder, std::size_t cases) : builder_(builder), cases_(cases) {}
+
+  void AddColumn(const TypeRule& rule, std::size_t target) {
+    rules_.push_back(&rule);
+    columns_.emplace_back(target);
   }
+  const std::deque<ReadColumn>& Columns() const { return columns_; }
+  /// The exception that ended the query, if one did.
+  std::exception_ptr Failure() const { return failure_; }
+
+  bool Register(duckdb_connection connection, const char* name) {
+    duckdb_logical_type any = duckdb_create_logical_type(DUCKDB_TYPE_ANY);
+    duckdb_logical_type number = duckdb_create_logical_type(DUCKDB_TYPE_BIGINT);
+    duckdb_scalar_function function = duckdb_create_scalar_function();
+    duckdb_scalar_function_set_name(function, name);
+    duckdb_scalar_function_set_varargs(function, any);
+    duckdb_scalar_function_set_return_type(function, number);
+    duckdb_scalar_function_set_special_handling(function);  // it sees missing values too
+    duckdb_scalar_function_set_volatile(function);          // it is called for every row
+    duckdb_scalar_function_set_extra_info(function, this, nullptr);
+    duckdb_scalar_function_set_function(function, Call);
+    const bool registered = duckdb_register_scalar_function(connection, function) == DuckDBSuccess;
+    duckdb_destroy_scalar_function(&function);
+    duckdb_destroy_logical_type(&number);
+    duckdb_destroy_logical_type(&any);
+    return registered;
+  }
+
+ private:
+  static void Call(duckdb_function_info info, duckdb_data_chunk input, duckdb_vector output) {
+    auto& sink = *static_cast<RowSink*>(duckdb_scalar_function_get_extra_info(info));
+    try {
+      sink.Take(input, static_cast<std::int64_t*>(duckdb_vector_get_data(output)));
+    } catch (...) {
+      const std::lock_guard lock(sink.mutex_);
+      if (!sink.failure_) sink.failure_ = std::current_exception();
+      duckdb_scalar_function_set_error(info, "stopped");
+    }
+  }
+
+  // Rows that follow each other are copied together, column by column.
+  void Take(duckdb_data_chunk input, std::int64_t* taken) {
+    const std::size_t rows = duckdb_data_chunk_get_size(input);
+    const auto* positions = static_cast<const std::int64_t*>(
+        duckdb_vector_get_data(duckdb_data_chunk_get_vector(input, 0)));
+    std::fill_n(taken, rows, 1);
+    for (std::size_t from = 0, end = 0; from < rows; from = end) {
+      while (++end < rows && positions[end] == positions[end - 1] + 1) {
+      }
+      const auto first = static_cast<std::size_t>(positions[from]);
+      if (first + (end - from) > cases_) FailToRead("it holds more cases than it says", kDamaged);
+      CopyRun(input, from, end, first);
+    }
+  }
+  void CopyRun(duckdb_data_chunk input, std::size_t from, std::size_t end, std::size_t firstCase) {
+    while (from < end) {
+      std::size_t copied = 0;
+      for (std::size_t i = 0; i < columns_.size(); ++i) {
+        const std::span<double> cells =
+            builder_.CellsFrom(columns_[i].target, firstCase, end - from);
+        duckdb_vector vector = duckdb_data_chunk_get_vector(input, i + 1);
+        const Source source = {duckdb_vector_get_data(vector), duckdb_vector_get_validity(vector),
+                               from};
+        rules_[i]->copy(source, cells, builder_, columns_[i]);
+        copied = cells.size();
+      }
+      builder_.CompleteCases(firstCase, copied);
+      from += copied;
+      firstCase += copied;
+    }
+  }
+
+  TableBuilder& builder_;
+  const std::size_t cases_;
+  std::vector<const TypeRule*> rules_;
+  std::deque<ReadColumn> columns_;
+  std::mutex mutex_;
+  std::exception_ptr failure_;
+};
+
+/// A name that no column has.
+std::string NewName(std::string name, const std::vector<std::string>& columns) {
+  const auto taken = [&](const std::string& column) {
+    return std::ranges::equal(column, name, [](char a, char b) {
+      return std::tolower(static_cast<unsigned char>(a)) == b;
+    });
+  };
+  while (std::ranges::any_of(columns, taken)) name += "_";
+  return name;
 }
 
 }  // namespace
 
-void ReadRelation(DuckDbSession& session, const std::string& relation,
+void ReadRelation(DuckDbSession& session, const Relation& relation,
                   std::span<const std::string> names, TableBuilder& builder) {
+  constexpr const char* kFunction = "qrvml_take_row";
+  const auto fail = [](const std::string& reason) {
+    FailToRead("the file cannot be read: " + reason.substr(0, reason.find('\n')), kDamaged);
+  };
   DuckDbResult header;
   std::string reason;
-  if (!session.Query("SELECT * FROM " + relation + " LIMIT 0", header, reason)) {
-    FailToRead("the file cannot be read: " + reason.substr(0, reason.find('\n')), kDamaged);
+  if (!session.Query("SELECT " + relation.columns + " FROM " + relation.from + " LIMIT 0", header,
+                     reason)) {
+    fail(reason);
   }
-  std::vector<const TypeRule*> rules;
-  std::vector<ReadColumn> columns;
-  std::string list;
-  const std::size_t found = duckdb_column_count(header.Handle());
-  for (std::size_t i = 0; i < found; ++i) {
-    const std::string own = duckdb_column_name(header.Handle(), i);
-    const std::string& name = i < names.size() ? names[i] : own;
+  const std::size_t cases = std::stoull(
+      ReadTexts(session, "SELECT CAST(count(*) AS VARCHAR) FROM " + relation.from).at(0).at(0));
+  std::vector<std::string> found(duckdb_column_count(header.Handle()));
+  for (std::size_t i = 0; i < found.size(); ++i) {
+    found[i] = duckdb_column_name(header.Handle(), i);
+  }
+  const std::string position = SqlIdentifier(NewName("qrvml_position", found));
+  RowSink sink(builder, cases);
+  std::string list = "CAST(" + position + " AS BIGINT)";
+  for (std::size_t i = 0; i < found.size(); ++i) {
+    const std::string& name = i < names.size() ? names[i] : found[i];
     const TypeRule* rule = FindRule(duckdb_column_type(header.Handle(), i));
     if (!rule) {
       builder.AddNote(name + " is left out: its cells are no single values");
       continue;
     }
-    rules.push_back(rule);
-    columns.push_back({builder.AddColumn(name)});
-    Variable& about = builder.About(columns.back().target);
-    about.format = rule->format;
-    about.wasText = rule->copy == CopyTexts;
-    const std::string column = SqlIdentifier(own);
-    list += list.empty() ? "" : ", ";
-    list += rule->cast ? "CAST(" + column + " AS " + rule->cast + ")" : column;
+    const std::size_t target = builder.AddColumn(name);
+    sink.AddColumn(*rule, target);
+    builder.About(target).format = rule->format;
+    builder.About(target).wasText = rule->copy == CopyTexts;
+    const std::string column = SqlIdentifier(found[i]);
+    list += rule->cast ? ", CAST(" + column + " AS " + rule->cast + ")" : ", " + column;
   }
-  if (columns.empty()) FailToRead("the file has no variables");
+  if (builder.NumberOfColumns() == 0) FailToRead("the file has no variables");
 
-  const std::size_t cases = std::stoull(
-      ReadTexts(session, "SELECT CAST(count(*) AS VARCHAR) FROM " + relation).at(0).at(0));
-  Stream stream(session.Connection(), "SELECT " + list + " FROM " + relation);
-  while (duckdb_data_chunk chunk = stream.Next()) CopyChunk(chunk, rules, columns, builder);
-  // The database does not tell an error behind the first rows from the end of them.
-  if (builder.NumberOfCases() != cases) {
-    FailToRead("only " + std::to_string(builder.NumberOfCases()) + " of its " +
-                   std::to_string(cases) + " cases can be read",
+  builder.AddAllCases(cases);
+  const std::string count =
+      relation.position.empty() ? "row_number() OVER () - 1" : relation.position;
+  if (!sink.Register(session.Connection(), kFunction)) fail("its rows cannot be taken");
+  DuckDbResult result;
+  const bool done = session.Query("SELECT CAST(count(" + std::string(kFunction) + "(" + list +
+                                      ")) AS VARCHAR) FROM (SELECT " + relation.columns + ", " +
+                                      count + " AS " + position + " FROM " + relation.from + ")",
+                                  result, reason);
+  if (sink.Failure()) std::rethrow_exception(sink.Failure());
+  if (!done) fail(reason);
+  const std::string read = result.FirstText();
+  if (read != std::to_string(cases)) {
+    FailToRead("only " + read + " of its " + std::to_string(cases) + " cases can be read",
                kDamaged);
   }
-  for (const ReadColumn& column : columns) {
+  for (const ReadColumn& column : sink.Columns()) {
     if (column.rounded == 0) continue;
     builder.AddNote(builder.About(column.target).name + ": " + std::to_string(column.rounded) +
                     (column.rounded == 1 ? " whole number has too many digits and is rounded"

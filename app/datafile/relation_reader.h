@@ -17,10 +17,16 @@
 
 namespace qrvml {
 
-/// Reads every row of `relation`, which is what can stand behind FROM, into a builder without
-/// columns. `names` are the columns' names in order; empty: the database's own. Throws ReadFailure,
-/// also when fewer rows arrive than the relation says it has.
-void ReadRelation(DuckDbSession& session, const std::string& relation,
+struct Relation {
+  std::string from;           // what stands behind FROM
+  std::string columns = "*";  // what is read of it
+  std::string position = {};  // the number of a row, from 0; empty: they are counted, which is slow
+};
+
+/// Reads every row into a builder without columns, on the session's threads. `names` are the
+/// columns' names in order; empty: the database's own. Throws ReadFailure, also when fewer rows
+/// arrive than the relation says it has.
+void ReadRelation(DuckDbSession& session, const Relation& relation,
                   std::span<const std::string> names, TableBuilder& builder);
 
 /// The rows of a query whose columns are all cast to VARCHAR; NULL is an empty text. Throws

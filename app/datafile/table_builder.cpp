@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <climits>
+#include <functional>
+#include <limits>
 #include <numeric>
 #include <utility>
 
 #include "datafile/host_data_file.h"
+#include "datafile/on_threads.h"
 #include "datafile/read_failure.h"
 #include "datafile/reader.h"
 #include "datafile/text_encoding.h"
@@ -19,6 +22,11 @@ constexpr std::size_t kBlockCells = std::size_t{1} << 18;
 constexpr std::size_t kFewestCases = 64;
 constexpr std::size_t kMostCases = std::size_t{1} << 14;
 
+void CheckNumberOfCases(std::size_t cases) {
+  if (cases <= INT_MAX) return;
+  FailToRead("the file has too many cases", "At most " + std::to_string(INT_MAX) + " can be read");
+}
+
 }  // namespace
 
 std::size_t TableBuilder::AddColumn(std::string_view name) {
@@ -27,20 +35,23 @@ std::size_t TableBuilder::AddColumn(std::string_view name) {
   return column;
 }
 
+void TableBuilder::ChooseCapacity() {
+  capacity_ =
+      std::clamp(kBlockCells / std::max<std::size_t>(columns_.size(), 1), kFewestCases, kMostCases);
+}
+
+TableBuilder::Block& TableBuilder::AddBlock() {
+  Block& block = blocks_.emplace_back();
+  block.cells = store_.Take(columns_.size() * capacity_);
+  return block;
+}
+
 std::size_t TableBuilder::AddCases(std::size_t wanted) {
-  if (capacity_ == 0) {
-    capacity_ = std::clamp(kBlockCells / std::max<std::size_t>(columns_.size(), 1), kFewestCases,
-                           kMostCases);
-  }
-  if (cases_ + wanted > INT_MAX) {
-    FailToRead("the file has too many cases",
-               "At most " + std::to_string(INT_MAX) + " can be read");
-  }
+  if (capacity_ == 0) ChooseCapacity();
+  CheckNumberOfCases(cases_ + wanted);
   if (blocks_.empty() || blocks_.back().cases == capacity_) {
     if (!blocks_.empty()) blocks_.back().cells.PutAside();
-    Block& block = blocks_.emplace_back();
-    block.cells = store_.Take(columns_.size() * capacity_);
-    std::fill_n(block.cells.Cells(), columns_.size() * capacity_, kMissing);
+    std::fill_n(AddBlock().cells.Cells(), columns_.size() * capacity_, kMissing);
   }
   Block& block = blocks_.back();
   newFrom_ = block.cases;
@@ -50,6 +61,26 @@ std::size_t TableBuilder::AddCases(std::size_t wanted) {
   return added;
 }
 
+void TableBuilder::AddAllCases(std::size_t cases) {
+  CheckNumberOfCases(cases);
+  ChooseCapacity();
+  for (cases_ = cases; cases > 0; cases -= blocks_.back().cases) {
+    AddBlock().cases = std::min(cases, capacity_);
+  }
+}
+
+std::span<double> TableBuilder::CellsFrom(std::size_t column, std::size_t firstCase,
+                                          std::size_t wanted) {
+  const std::span<double> cells = CellsOf(blocks_[firstCase / capacity_], column);
+  const std::size_t from = firstCase % capacity_;
+  return cells.subspan(from, std::min(wanted, cells.size() - from));
+}
+
+void TableBuilder::CompleteCases(std::size_t firstCase, std::size_t cases) {
+  Block& block = blocks_[firstCase / capacity_];
+  if ((block.complete += cases) == block.cases) block.cells.PutAside();
+}
+
 std::span<double> TableBuilder::NewCells(std::size_t column) {
   return CellsOf(blocks_.back(), column).subspan(newFrom_);
 }
@@ -57,7 +88,7 @@ std::span<double> TableBuilder::NewCells(std::size_t column) {
 double TableBuilder::AddText(Column& column, std::string_view text) {
   // Looked up first, so that only a new text is copied.
   const TextSet::Added added = column.texts.Add(text);
-  if (added.isNew) column.texts.Move(added.number, arena_.Keep(text));
+  if (added.isNew) column.texts.Move(added.number, column.arena.Keep(text));
   return std::bit_cast<double>(kNanBits | (std::uint64_t{added.number} + 1));
 }
 
@@ -72,15 +103,31 @@ void TableBuilder::TurnNumbersIntoTexts(Column& column, std::span<double> cells)
   }
 }
 
-void TableBuilder::TakeStock(std::span<double> cells, Found& found) {
+void TableBuilder::Found::Add(const Found& other) {
+  infinite += other.infinite;
+  for (const double code : other.heldCodes) {
+    if (std::ranges::find(heldCodes, code) == heldCodes.end()) heldCodes.push_back(code);
+  }
+}
+
+TableBuilder::Found TableBuilder::TakeStock(std::span<double> cells) {
+  // Most columns hold none of it, which one pass without branches finds out.
+  constexpr double kLargestCode = -9999;
+  const bool isPlain =
+      std::transform_reduce(cells.begin(), cells.end(), true, std::bit_and<>{}, [](double cell) {
+        return cell > kLargestCode && cell <= std::numeric_limits<double>::max();
+      });
+  Found found;
+  if (isPlain) return found;
   for (double& cell : cells) {
     if (std::isinf(cell)) {
       ++found.infinite;
       cell = kMissing;
-    } else if (IsMissingCodeCandidate(cell)) {
-      found.heldCodes.push_back(cell);
     }
+    found.hasMissing = found.hasMissing || std::isnan(cell);
+    if (IsMissingCodeCandidate(cell)) found.Add({{cell}});
   }
+  return found;
 }
 
 // Makes the labels of a column of texts and gives the code of each text by its number.
@@ -144,39 +191,49 @@ void TableBuilder::Finish(DataTable& table) {
   FileError error;
   if (!NamesDiffer(names, error)) throw ReadFailure{error};
 
-  // Block by block, twice, so that no more than one of those on the disk is in memory.
-  std::vector<Found> found(columns_.size());
-  std::vector<char> hasTexts(columns_.size());
-  for (std::size_t i = 0; i < columns_.size(); ++i) {
-    hasTexts[i] = !columns_[i].texts.Texts().empty();
-  }
-  for (Block& block : blocks_) {
-    for (std::size_t i = 0; i < columns_.size(); ++i) {
-      const std::span<double> cells = CellsOf(block, i);
-      hasTexts[i] ? TurnNumbersIntoTexts(columns_[i], cells) : TakeStock(cells, found[i]);
+  // Block by block, so that of those on the disk few are in memory at a time.
+  const int threads = NumberOfThreads(threads_);
+  const std::size_t columns = columns_.size();
+  std::vector<Found> found(blocks_.size() * columns);
+  std::vector<char> hasTexts(columns);
+  for (std::size_t i = 0; i < columns; ++i) hasTexts[i] = !columns_[i].texts.Texts().empty();
+  ForEachOnThreads(threads, blocks_.size(), [&](std::size_t b) {
+    for (std::size_t i = 0; i < columns; ++i) {
+      const std::span<double> cells = CellsOf(blocks_[b], i);
+      if (hasTexts[i]) {
+        const std::unique_lock lock = LockTexts(i);
+        TurnNumbersIntoTexts(columns_[i], cells);
+      } else {
+        found[b * columns + i] = TakeStock(cells);
+      }
     }
-    block.cells.PutAside();
-  }
-  std::vector<std::vector<double>> codes(columns_.size());
-  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    blocks_[b].cells.PutAside();
+  });
+  std::vector<std::vector<double>> codes(columns);
+  for (std::size_t i = 0; i < columns; ++i) {
     if (hasTexts[i]) codes[i] = SetTexts(columns_[i]);
     CompleteLabels(columns_[i].about);
-    SetMissingCode(columns_[i], found[i]);
+    Found inColumn;
+    for (std::size_t b = 0; b < blocks_.size(); ++b) inColumn.Add(found[b * columns + i]);
+    SetMissingCode(columns_[i], inColumn);
     table.AddVariable(columns_[i].about.name) = std::move(columns_[i].about);
   }
-  for (Block& block : blocks_) {
-    for (std::size_t i = 0; i < columns_.size(); ++i) {
+  ForEachOnThreads(threads, blocks_.size(), [&](std::size_t b) {
+    for (std::size_t i = 0; i < columns; ++i) {
+      if (!hasTexts[i] && !found[b * columns + i].hasMissing) continue;
       const double missing = table.At(static_cast<int>(i) + 1).missingCode;
-      ReplaceCells(missing, codes[i], CellsOf(block, i));
+      ReplaceCells(missing, codes[i], CellsOf(blocks_[b], i));
     }
+    blocks_[b].cells.PutAside();
+  });
+  for (Block& block : blocks_) {
     if (block.cases < capacity_) {
-      CellBlock cells = store_.Take(columns_.size() * block.cases);
-      for (std::size_t i = 0; i < columns_.size(); ++i) {
+      CellBlock cells = store_.Take(columns * block.cases);
+      for (std::size_t i = 0; i < columns; ++i) {
         std::ranges::copy(CellsOf(block, i), cells.Cells() + i * block.cases);
       }
       block.cells = std::move(cells);
     }
-    block.cells.PutAside();
     table.AppendChunk(block.cases, std::move(block.cells));
   }
   for (std::string& note : notes_) table.AddNote(std::move(note));

@@ -5,10 +5,13 @@
 // by its number in its column.
 #pragma once
 
+#include <atomic>
 #include <bit>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <mutex>
 #include <optional>
 #include <span>
 #include <string>
@@ -22,8 +25,8 @@ namespace qrvml {
 
 class TableBuilder {
  public:
-  /// `memory`: see CellStore.
-  explicit TableBuilder(std::size_t memory) : store_(memory) {}
+  /// `memory`: see CellStore; `threads`: for Finish, 0: all cores.
+  explicit TableBuilder(std::size_t memory, int threads = 1) : store_(memory), threads_(threads) {}
   /// Before the first case. Columns are counted from 0; the name is completed by VariableName.
   std::size_t AddColumn(std::string_view name);
   std::size_t NumberOfColumns() const { return columns_.size(); }
@@ -40,6 +43,21 @@ class TableBuilder {
   std::size_t AddCases(std::size_t wanted);
   /// The cells of a column in the cases added last; to be filled with what the next two give.
   std::span<double> NewCells(std::size_t column);
+
+  /// Instead of AddCases, for a format that several threads read: adds all cases at once. Their
+  /// cells hold nothing; each is to be filled once.
+  void AddAllCases(std::size_t cases);
+  /// The cells of a column from a case on, counted from 0: as many of `wanted` as lie together, and
+  /// equally many in every column.
+  std::span<double> CellsFrom(std::size_t column, std::size_t firstCase, std::size_t wanted);
+  /// Says that the cells of these cases are filled in all columns.
+  void CompleteCases(std::size_t firstCase, std::size_t cases);
+  /// Held by a thread while it calls TextCell for a column that others may fill too.
+  std::unique_lock<std::mutex> LockTexts(std::size_t column) {
+    return std::unique_lock(columns_[column].mutex);
+  }
+
+  static double MissingCell() { return kMissing; }
   /// A NaN is a missing cell.
   static double NumberCell(double value) { return std::isnan(value) ? kMissing : value; }
   /// Blanks around a text are no part of it; a text of blanks is a missing cell.
@@ -59,10 +77,13 @@ class TableBuilder {
     Variable about;
     std::optional<double> missingCode;
     TextSet texts;
+    TextArena arena;  // what the texts are made of
+    std::mutex mutex;
   };
   struct Block {
     std::size_t cases = 0;
-    CellBlock cells;  // columns x capacity_
+    std::atomic<std::size_t> complete = 0;  // cases, only of AddAllCases
+    CellBlock cells;                        // columns x capacity_
   };
   /// Which text a cell that is NaN stands for, from 1; 0: none.
   static std::size_t TextOf(double cell) {
@@ -71,25 +92,29 @@ class TableBuilder {
   std::span<double> CellsOf(Block& block, std::size_t column) {
     return {block.cells.Cells() + column * capacity_, block.cases};
   }
-  double AddText(Column& column, std::string_view text);
+  void ChooseCapacity();
+  Block& AddBlock();
+  static double AddText(Column& column, std::string_view text);
   /// What the cells of a column of numbers say about its missing-data code.
   struct Found {
-    std::vector<double> heldCodes;
+    std::vector<double> heldCodes;  // different ones
     std::size_t infinite = 0;
+    bool hasMissing = false;
+    void Add(const Found& other);
   };
-  void TurnNumbersIntoTexts(Column& column, std::span<double> cells);
-  static void TakeStock(std::span<double> cells, Found& found);
+  static void TurnNumbersIntoTexts(Column& column, std::span<double> cells);
+  static Found TakeStock(std::span<double> cells);
   std::vector<double> SetTexts(Column& column);
   static void CompleteLabels(Variable& about);
   void SetMissingCode(Column& column, const Found& found);
   static void ReplaceCells(double missing, const std::vector<double>& codes,
                            std::span<double> cells);
 
-  std::vector<Column> columns_;
+  std::deque<Column> columns_;
   std::vector<std::string> notes_;
-  TextArena arena_;
   CellStore store_;
-  std::vector<Block> blocks_;
+  const int threads_;
+  std::deque<Block> blocks_;
   std::size_t capacity_ = 0;  // cases a block can hold
   std::size_t cases_ = 0;
   std::size_t newFrom_ = 0;  // first of the cases added last, in the last block

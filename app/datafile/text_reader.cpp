@@ -9,9 +9,8 @@
 #include <climits>
 #include <cmath>
 #include <cstring>
-#include <functional>
-#include <thread>
 
+#include "datafile/on_threads.h"
 #include "datafile/read_failure.h"
 #include "datafile/text_block.h"
 #include "datafile/text_dialect.h"
@@ -67,25 +66,6 @@ class Source {
   std::int64_t size_ = 0;
 };
 
-/// Calls work(worker) on that many threads at a time and passes on the first exception.
-void OnThreads(int threads, const std::function<void()>& work) {
-  std::exception_ptr failure;
-  std::mutex mutex;
-  const auto guarded = [&] {
-    try {
-      work();
-    } catch (...) {
-      const std::lock_guard lock(mutex);
-      if (!failure) failure = std::current_exception();
-    }
-  };
-  std::vector<std::thread> others;
-  for (int i = 1; i < threads; ++i) others.emplace_back(guarded);
-  guarded();
-  for (std::thread& other : others) other.join();
-  if (failure) std::rethrow_exception(failure);
-}
-
 class TextFile {
  public:
   TextFile(const std::string& path, const ReadOptions& options)
@@ -103,9 +83,7 @@ class TextFile {
 
  private:
   int Threads() const {
-    const int wanted = options_.threads > 0
-                           ? options_.threads
-                           : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    const int wanted = NumberOfThreads(options_.threads);
     const std::int64_t blocks = (source_.Size() - next_) / static_cast<std::int64_t>(kBlockBytes);
     return static_cast<int>(std::clamp<std::int64_t>(blocks, 1, wanted));
   }
@@ -389,38 +367,32 @@ double TextFile::MissingCodeOf(std::size_t column) const {
 void TextFile::FillTable(DataTable& table) {
   for (const std::string& name : names_) table.AddVariable(Decoded(name));
   std::vector<std::vector<double>> codes(names_.size());
-  std::atomic<std::size_t> nextColumn = 0;
-  OnThreads(Threads(), [&] {
-    for (std::size_t column; (column = nextColumn++) < names_.size();) {
-      Variable& variable = table.At(static_cast<int>(column) + 1);
-      if (kinds_->IsText(column)) {
-        codes[column] = SetTexts(column, variable);
-      } else {
-        variable.missingCode = MissingCodeOf(column);
-      }
+  ForEachOnThreads(Threads(), names_.size(), [&](std::size_t column) {
+    Variable& variable = table.At(static_cast<int>(column) + 1);
+    if (kinds_->IsText(column)) {
+      codes[column] = SetTexts(column, variable);
+    } else {
+      variable.missingCode = MissingCodeOf(column);
     }
   });
 
-  std::atomic<std::size_t> next = 0;
-  OnThreads(Threads(), [&] {
-    for (std::size_t i; (i = next++) < blocks_.size();) {
-      ParsedBlock& block = blocks_[i];
-      for (std::size_t column = 0; column < names_.size(); ++column) {
-        const bool isText = kinds_->IsText(column);
-        if (!isText && !block.hasEmpty[column]) continue;
-        const double missing = table.At(static_cast<int>(column) + 1).missingCode;
-        const std::vector<double>& code = codes[column];
-        double* cells = block.cells.Cells() + column * block.cases;
-        for (std::size_t row = 0; row < block.cases; ++row) {
-          if (std::isnan(cells[row])) {
-            cells[row] = missing;
-          } else if (isText) {
-            cells[row] = code[static_cast<std::size_t>(cells[row])];
-          }
+  ForEachOnThreads(Threads(), blocks_.size(), [&](std::size_t i) {
+    ParsedBlock& block = blocks_[i];
+    for (std::size_t column = 0; column < names_.size(); ++column) {
+      const bool isText = kinds_->IsText(column);
+      if (!isText && !block.hasEmpty[column]) continue;
+      const double missing = table.At(static_cast<int>(column) + 1).missingCode;
+      const std::vector<double>& code = codes[column];
+      double* cells = block.cells.Cells() + column * block.cases;
+      for (std::size_t row = 0; row < block.cases; ++row) {
+        if (std::isnan(cells[row])) {
+          cells[row] = missing;
+        } else if (isText) {
+          cells[row] = code[static_cast<std::size_t>(cells[row])];
         }
       }
-      block.cells.PutAside();
     }
+    block.cells.PutAside();
   });
   for (ParsedBlock& block : blocks_) {
     if (block.cases > 0) table.AppendChunk(block.cases, std::move(block.cells));

@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "datafile/cells.h"
 #include "datafile/saved_files.h"
 #include "host/message_log.h"
 
@@ -23,8 +24,8 @@ HostDataFile OpenFile() {
   Variable& text = table.AddVariable("text");
   text.labels = {{1, "a"}, {2, "b"}};
   text.wasText = true;
-  table.AppendChunk(2, std::unique_ptr<double[]>(new double[]{0.5, 99, 1, 2, 1, 2}));
-  table.AppendChunk(1, std::unique_ptr<double[]>(new double[]{1.5, -9999, 2}));
+  table.AppendChunk(2, BlockOf({0.5, 99, 1, 2, 1, 2}));
+  table.AppendChunk(1, BlockOf({1.5, -9999, 2}));
   return HostDataFile(std::move(table), "open.csv");
 }
 
@@ -124,7 +125,7 @@ TEST_F(Saving, TextsStandForCodesWhereEveryValueHasOneAndTheLossesAreTold) {
 TEST_F(Saving, AValueWithoutATextKeepsItsVariableNumeric) {
   DataTable table;
   table.AddVariable("age").labels = {{99, "refused"}};
-  table.AppendChunk(2, std::unique_ptr<double[]>(new double[]{99, 30}));
+  table.AppendChunk(2, BlockOf({99, 30}));
   const HostDataFile file(std::move(table), "ages.sav");
   saving_.SetFile(&file);
   ASSERT_TRUE(saving_.SubsetAndAddEx(Path(), Picks{1}, {}));

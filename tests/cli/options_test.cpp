@@ -4,6 +4,7 @@
 #include "cli/analysis_options.h"
 #include "cli/data_warnings.h"
 #include "cli/suggestion.h"
+#include "datafile/cells.h"
 #include "datafile/data_table.h"
 
 namespace qrvml {
@@ -208,10 +209,7 @@ TEST(DataWarnings, TellOfTooManyTextsAndOfVariablesWithoutAnyValue) {
   id.distinctTexts = 501;
   table.AddVariable("empty");
   table.AddVariable("x");
-  auto cells = std::make_unique<double[]>(6);
-  const double kCells[] = {1, 2, -9999, -9999, -9999, 4};
-  std::copy(std::begin(kCells), std::end(kCells), cells.get());
-  table.AppendChunk(2, std::move(cells));
+  table.AppendChunk(2, BlockOf({1, 2, -9999, -9999, -9999, 4}));
 
   EXPECT_TRUE(WarningsAbout("| | id x |", table).empty());
   const auto asCategory = WarningsAbout("x | id | |", table);

@@ -246,5 +246,61 @@ TEST(DatabaseReader, DamagedFilesAreRefusedWithAReason) {
             "this is not a data file of the workbench, though its name ends in .qrv");
 }
 
+TEST(ParquetReader, RowsReadByManyThreadsKeepTheirPlacesAndCodes) {
+  const TemporaryPath file("many.parquet");
+  RunStatements("",
+                {"COPY (SELECT i, CASE WHEN i % 1000 = 7 THEN NULL ELSE 'text ' || (i * 7919 % "
+                 "501) END AS t, 'a longer text than lies in a value ' || i % 3 AS l, CASE WHEN "
+                 "i % 50000 = 0 THEN -9999 WHEN i % 5 = 0 THEN NULL ELSE i / 8 END AS x FROM "
+                 "range(300000) r(i)) TO " +
+                 SqlLiteral(file.Text()) + " (FORMAT parquet, ROW_GROUP_SIZE 20000)"});
+  for (const int threads : {1, 3}) {
+    ReadOptions options;
+    options.threads = threads;
+    const Reading read = ReadPath(file.Text(), options);
+    ASSERT_TRUE(read.ok) << read.error.Text();
+    ASSERT_EQ(read.table.NumberOfCases(), 300000);
+    ASSERT_EQ(read.table.At(2).labels.size(), 501u);
+    EXPECT_EQ(read.table.At(4).missingCode, -99999);
+    for (int c = 1; c <= 300000; ++c) {
+      const int i = c - 1;
+      ASSERT_EQ(read.table.Value(c, 1), i);
+      std::string text;
+      if (i % 1000 != 7) text = "text " + std::to_string(static_cast<std::int64_t>(i) * 7919 % 501);
+      ASSERT_EQ(ValueAsText(read.table, 2, read.table.Value(c, 2)), text) << c;
+      ASSERT_EQ(read.table.Value(c, 3), i % 3 + 1);
+      const double x = i % 50000 == 0 ? -9999 : i % 5 == 0 ? -99999 : i / 8.0;
+      ASSERT_EQ(read.table.Value(c, 4), x) << c;
+    }
+  }
+}
+
+TEST(ParquetReader, AColumnCalledLikeTheRowNumberIsAColumn) {
+  const TemporaryPath file("names.parquet");
+  WriteParquet(file.Text(),
+               "SELECT 9 - i AS \"File_Row_Number\", i AS qrvml_position FROM range(5) r(i)");
+  const Reading read = ReadPath(file.Text());
+  ASSERT_TRUE(read.ok) << read.error.Text();
+  EXPECT_EQ(Names(read.table), (Texts{"File_Row_Number", "qrvml_position"}));
+  EXPECT_EQ(Cells(read.table, 1), (Numbers{9, 8, 7, 6, 5}));
+  EXPECT_EQ(Cells(read.table, 2), (Numbers{0, 1, 2, 3, 4}));
+}
+
+TEST(DatabaseReader, DeletedRowsAndColumnsCalledRowidLeaveNoGaps) {
+  const TemporaryPath gaps("gaps.duckdb"), named("named.duckdb");
+  RunStatements(gaps.Text(), {"CREATE TABLE t AS SELECT i FROM range(6000) r(i)",
+                              "DELETE FROM t WHERE i % 3 = 1", "CHECKPOINT"});
+  const Reading read = ReadPath(gaps.Text());
+  ASSERT_TRUE(read.ok) << read.error.Text();
+  ASSERT_EQ(read.table.NumberOfCases(), 4000);
+  for (int c = 1; c <= 4000; ++c)
+    ASSERT_EQ(read.table.Value(c, 1), (c - 1) / 2 * 3 + (c - 1) % 2 * 2);
+
+  RunStatements(named.Text(), {"CREATE TABLE t AS SELECT 2 - i AS \"RowId\" FROM range(3) r(i)"});
+  const Reading hidden = ReadPath(named.Text());
+  ASSERT_TRUE(hidden.ok) << hidden.error.Text();
+  EXPECT_EQ(Cells(hidden.table, 1), (Numbers{2, 1, 0}));
+}
+
 }  // namespace
 }  // namespace qrvml
