@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <limits>
 
 namespace qrvml {
@@ -116,6 +117,49 @@ std::string ShortestText(double value) {
   }
   char buffer[64];
   return {buffer, std::to_chars(buffer, buffer + sizeof buffer, value).ptr};
+}
+
+std::string XMLEncode(std::string_view text) {
+  // U+FFFE and U+FFFF in UTF-8, which are no characters of XML.
+  constexpr std::string_view kNoCharacters[] = {"\xEF\xBF\xBE", "\xEF\xBF\xBF"};
+  std::string encoded;
+  encoded.reserve(text.size());
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const char c = text[at];
+    switch (c) {
+      case '&':
+        encoded += "&amp;";
+        break;
+      case '<':
+        encoded += "&lt;";
+        break;
+      case '>':
+        encoded += "&gt;";
+        break;
+      case '"':
+        encoded += "&quot;";
+        break;
+      case '\'':
+        encoded += "&apos;";
+        break;
+      case '\t':
+        encoded += "&#9;";
+        break;
+      case '\n':
+        encoded += "&#10;";
+        break;
+      case '\r':
+        encoded += "&#13;";
+        break;
+      default:
+        if (std::ranges::find(kNoCharacters, text.substr(at, 3)) != std::end(kNoCharacters)) {
+          at += 2;
+        } else if (static_cast<unsigned char>(c) >= 0x20) {
+          encoded += c;
+        }
+    }
+  }
+  return encoded;
 }
 
 double PortableExp(double x) {

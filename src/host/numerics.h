@@ -43,6 +43,10 @@ std::string FixedText(double value, int decimals);
 /// The shortest text that reads back as the same double.
 std::string ShortestText(double value);
 
+/// The text as it stands in an XML document, also in quotes: the five predefined entities, line
+/// ends and tabs as character references; characters that XML does not have are left out.
+std::string XMLEncode(std::string_view text);
+
 /// e^x in the same bits on every machine (error below 1 ulp); no library function is used.
 double PortableExp(double x);
 

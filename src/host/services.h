@@ -126,6 +126,8 @@ class OutputServices {
   virtual bool ShowGraph(Graph&&) { return false; }
   /// Puts a text document into the workbook.
   virtual bool CreateTextDoc(TextDocument&&) { return false; }
+  /// The name of the character set in which the host keeps text documents; empty: not known.
+  virtual std::string TextCharset() const { return "UTF-8"; }
   /// Replaces the results text of the current dialog, line by line.
   virtual void cupst(std::span<const std::string> lines) = 0;
 };

@@ -159,6 +159,9 @@ constexpr StringEntry kStrings[] = {
     {343, "Surface de Réponse"},
     {357, "Précision validation croisée (%)"},
     {358, "Erreur validation croisée"},
+    {1062, "Langage C/C++"},
+    {1063, "QUORVANTIS Visual Basic (QVB)"},
+    {1064, "Script PMML"},
 };
 
 MessageServices* CurrentMessages() {

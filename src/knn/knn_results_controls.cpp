@@ -74,6 +74,10 @@ std::vector<Control> MakeTable() {
       rows::IncludeCaseNames(),
       rows::CustomPredictions(),
       rows::PrintCustomPredictions(),
+      rows::CodeGenerator(),
+      rows::CodeGeneratorCLang(),
+      rows::CodeGeneratorQVB(),
+      rows::CodeGeneratorPMML(),
   };
   const auto options = knn::OptionsRows<Dialog>(kOptions, nullptr, Prototypes);
   table.insert(table.end(), options.begin(), options.end());

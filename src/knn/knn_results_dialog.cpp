@@ -8,6 +8,7 @@
 #include "host/numerics.h"
 #include "host/string_table.h"
 #include "knn/knn_case_source.h"
+#include "knn/knn_deployment.h"
 #include "knn/knn_texts.h"
 #include "stats/summary_tables.h"
 
@@ -172,6 +173,20 @@ bool KNNResultsDialog::ShowCrossValidation() {
 
 std::vector<std::string> KNNResultsDialog::PredictionsHeader() const {
   return {"Plus proches voisins = " + std::to_string(engine_.k)};
+}
+
+bool KNNResultsDialog::MakeCode(CodeKind kind, std::size_t dependent, std::string_view charset,
+                                std::string& text) {
+  const DeployedVariables variables = DescribeVariables(*analysis().services().file, data());
+  KnnCode code(variables, data(), engine_);
+  if (kind == CodeKind::pmml) {
+    text = MakePmmlDocument(variables, code, dependent, charset);
+    return !text.empty();
+  }
+  if (const DeployedVariable* beyond = FindCodeBeyondInteger(variables))
+    return RefuseText(BeyondIntegerText(*beyond));
+  text = kind == CodeKind::c ? MakeCProgram(variables, code) : MakeQvbScript(variables, code);
+  return true;
 }
 
 }  // namespace qrvml

@@ -37,6 +37,8 @@ class KNNResultsDialog final : public ResultsDialog {
 
  protected:
   std::vector<std::string> PredictionsHeader() const override;
+  bool MakeCode(CodeKind kind, std::size_t dependent, std::string_view charset,
+                std::string& text) override;
 
  private:
   bool ValidateK();

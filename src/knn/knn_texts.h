@@ -64,6 +64,8 @@ inline constexpr ResultsProfile kResultsProfile = {
     .tableSubsets = {"Prototypes sous-ens.", "Test sous-ens.", "Les 2 sous-ens. sous-ens."},
     .savedSeparator = " , ",
     .savedClassSeparator = ", ",
+    .codeTitles = {"KNN C/C++ deployment code", "KNN QVB deployment code",
+                   "KNN PMML deployment code for "},
     .items = {
         // heading, saved name, its long name, list, axis
         /* input */ {"Indépendante", "", "", "", ""},

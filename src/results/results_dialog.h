@@ -76,6 +76,10 @@ class ResultsDialog : public CAnalysisDialog {
   /// The input form. False: cancelled.
   bool AskCustomCase();
   bool ShowCustomPredictions();
+  /// Generated texts as text documents: of each kind one, of PMML one per dependent.
+  bool GenerateCode(std::span<const CodeKind> kinds);
+  /// The kinds that the user picks.
+  bool ChooseCode();
 
   // --- Texts of list-valued members
   // ----------------------------------------------------------------
@@ -94,6 +98,10 @@ class ResultsDialog : public CAnalysisDialog {
  protected:
   /// Lines below the title of the predictions table.
   virtual std::vector<std::string> PredictionsHeader() const { return {}; }
+  /// The generated text of a kind, for PMML that of a dependent, which is to be kept in a character
+  /// set. False after a message, or without one where the character set is not known.
+  virtual bool MakeCode(CodeKind kind, std::size_t dependent, std::string_view charset,
+                        std::string& text) = 0;
 
   bool Show(Spreadsheet&& spreadsheet);
   bool Show(Graph&& graph);

@@ -33,6 +33,10 @@ struct ItemTexts {
   std::string_view heading, saved, savedLong, listed, axis;
 };
 
+/// The kinds of generated text, in the order of the code generator's menu.
+enum class CodeKind : std::uint8_t { c, qvb, pmml };
+inline constexpr int kCodeKinds = 3;
+
 struct ResultsProfile {
   std::string_view interfaceName;
   std::string_view methodName;  // in the title of custom predictions
@@ -45,6 +49,9 @@ struct ResultsProfile {
   std::string_view tableSubsets[3];      // in the title of the predictions table
   std::string_view savedSeparator;       // between dependent and word in a saved name
   std::string_view savedClassSeparator;  // between dependent-class and word
+
+  // Titles of generated texts; the dependent's name follows the last.
+  std::string_view codeTitles[kCodeKinds];
 
   // One per ItemKind, in its order.
   ItemTexts items[9];

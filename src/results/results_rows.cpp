@@ -1,6 +1,7 @@
 #include "results/results_rows.h"
 
 #include "dialogs/specification_rows.h"
+#include "host/string_table.h"
 #include "results/results_dialog.h"
 
 namespace qrvml::rows {
@@ -21,6 +22,17 @@ constexpr DescriptionRow TableButtonRow(int identifier) {
 constexpr DescriptionRow GraphButtonRow(int identifier) {
   return {.identifier = identifier, .role = 6, .kind = 1, .type = 1};
 }
+
+/// Two of these rows share their identifier.
+constexpr DescriptionRow CodeRow(int identifier, int after = 0) {
+  return {.identifier = identifier, .role = 7, .kind = 1, .type = 1, .after = after};
+}
+template <CodeKind kind>
+constexpr auto GeneratesCode = [](Dialog& d) {
+  constexpr CodeKind kKinds[] = {kind};
+  return d.GenerateCode(kKinds);
+};
+constexpr int kCodeButton = 26364, kCEntry = 26363, kQvbEntry = 26364, kPmmlEntry = 26365;
 
 constexpr auto predicts = When<Dialog>([](const Dialog& d) { return d.Predicts(); });
 constexpr auto classifies = When<Dialog>([](const Dialog& d) { return d.IsClassification(); });
@@ -200,6 +212,23 @@ Control CustomPredictions() {
 Control PrintCustomPredictions() {
   return Action("PrintCustomPredictions", "P&révisions", kCustomTab, TableButtonRow(41180),
                 hasCustomCase, [](Dialog& d) { return d.ShowCustomPredictions(); });
+}
+
+Control CodeGenerator() {
+  return Action("CodeGenerator", "&Générateur code", {}, CodeRow(kCodeButton), nullptr,
+                [](Dialog& d) { return d.ChooseCode(); });
+}
+Control CodeGeneratorCLang() {
+  return Action("CodeGeneratorCLang", GetResourceString(1062), {}, CodeRow(kCEntry), nullptr,
+                GeneratesCode<CodeKind::c>);
+}
+Control CodeGeneratorQVB() {
+  return Action("CodeGeneratorQVB", GetResourceString(1063), {}, CodeRow(kQvbEntry, kCodeButton),
+                nullptr, GeneratesCode<CodeKind::qvb>);
+}
+Control CodeGeneratorPMML() {
+  return Action("CodeGeneratorPMML", GetResourceString(1064), {}, CodeRow(kPmmlEntry), nullptr,
+                GeneratesCode<CodeKind::pmml>);
 }
 
 }  // namespace qrvml::rows

@@ -32,5 +32,9 @@ Control Plot3DGraphOfXYZ();
 Control IncludeCaseNames();
 Control CustomPredictions();
 Control PrintCustomPredictions();
+Control CodeGenerator();
+Control CodeGeneratorCLang();
+Control CodeGeneratorQVB();
+Control CodeGeneratorPMML();
 
 }  // namespace qrvml::rows

@@ -182,6 +182,13 @@ TEST(PortableExp, IsWithinOneUlpOfTheExponential) {
   }
 }
 
+TEST(XMLEncode, EscapesWhatXmlReadsAndLeavesOutWhatItDoesNotHave) {
+  EXPECT_EQ(XMLEncode("l'été <a> & \"b\""), "l&apos;été &lt;a&gt; &amp; &quot;b&quot;");
+  EXPECT_EQ(XMLEncode("&amp;"), "&amp;amp;");
+  EXPECT_EQ(XMLEncode("a\tb\nc\rd\x01\x1f"), "a&#9;b&#10;c&#13;d");
+  EXPECT_EQ(XMLEncode("\uFFFD\uFFFE\uFFFF\uFFFC"), "\uFFFD\uFFFC");
+}
+
 TEST(PortableExp, HasTheValuesOfTheTables) {
   const double rows[][2] = {{0, 1},
                             {1, 2.718281828459045235},

@@ -20,10 +20,10 @@ struct Step {
 struct Request {
   Step call;
   std::vector<Step> before;
-  int documents = 0;  // spreadsheets and graphs that it shows
+  int documents = 0;  // spreadsheets, graphs and text documents that it shows
   int refusals = 0;   // at least so many places at which memory can be refused
   int polls = 0;      // at least so many places at which the user can cancel
-  int message = 130;  // of a refused document
+  int message = 130;  // of a refused document; 0: the host has said why
 };
 
 const std::vector<Request>& Requests() {
@@ -58,6 +58,10 @@ const std::vector<Request>& Requests() {
        2},
       {{"SavePredictionsAndResiduals", ""}, {}, 0, 2, 1},
       {{"SavePredictionsAndResiduals", ""}, kAll, 0, 4, 1},
+      {{"CodeGeneratorCLang", ""}, {}, 1, 2, 1, 0},
+      {{"CodeGeneratorQVB", ""}, {}, 1, 2, 1, 0},
+      {{"CodeGeneratorPMML", ""}, kOthers, 2, 4, 2, 0},
+      {{"CodeGenerator", ""}, {}, 3, 2, 1, 0},
       {{"TrainSubset", "1"}, {}},
       {{"TestSubset", "1"}, {{"Overall", "1"}}},
       {{"Overall", "1"}, {}},
@@ -143,8 +147,11 @@ Texts TakeDocuments(ScriptedHost& host) {
   for (const Spreadsheet& table : host.spreadsheets) texts.push_back(TextOf(table));
   for (const Graph& graph : host.graphs) texts.push_back(TextOf(graph));
   for (const SavedFile& file : host.savedFiles) texts.push_back(TextOf(file));
+  for (const TextDocument& document : host.textDocuments)
+    texts.push_back("text " + document.title + '|' + document.text);
   host.spreadsheets.clear();
   host.graphs.clear();
+  host.textDocuments.clear();
   host.savedFiles.clear();
   return texts;
 }
@@ -169,7 +176,8 @@ class Results : public KnnAnalysis {
   AutomationResult Do(const Step& step) {
     if (step.value.empty()) {
       // The answers that a request may need.
-      host.outputAnswers.assign(1, {0, 1, 2, 3});
+      host.outputAnswers.assign(
+          1, step.name == "CodeGenerator" ? std::vector{0, 2} : std::vector{0, 1, 2, 3});
       host.fileNameAnswers.assign(1, "out.sav");
       host.inputFormAnswers.assign(1, {"1", "2", "1", "3"});
       return Press(step.name);
@@ -229,7 +237,10 @@ const Fault kFaults[] = {
      [](const Texts& documents, int n) {
        return Texts(documents.begin(), documents.begin() + (n - 1));
      },
-     [](const Request& request) { return std::vector<Message>{Of(request.message)}; }},
+     [](const Request& request) {
+       return request.message == 0 ? std::vector<Message>{}
+                                   : std::vector<Message>{Of(request.message)};
+     }},
     // The host has said why.
     {"row refused", [](ScriptedHost& host) { return host.puts; }, &ScriptedHost::refusePut,
      [](const Request& request) {

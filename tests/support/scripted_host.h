@@ -130,6 +130,7 @@ class ScriptedHost final : public ProgressServices,
   bool refuseSpreadsheets = false;  // and graphs and text documents
   int refuseDocument = 0;  // the document, counted from 1 by `offeredDocuments`, that is refused
   bool refuseSaving = false;
+  std::string charset = "UTF-8";  // of text documents
   int refusePut = 0;  // the row to be saved, counted from 1 by `puts`, that is refused
   bool refuseDialogs = false;
   int cancelAtPoll = 0;  // the poll, counted from 1 by `polls`, that says cancel, and all after it
@@ -209,6 +210,7 @@ class ScriptedHost final : public ProgressServices,
   bool looka4(Spreadsheet&& spreadsheet) override;
   bool ShowGraph(Graph&& graph) override;
   bool CreateTextDoc(TextDocument&& document) override;
+  std::string TextCharset() const override { return charset; }
   void cupst(std::span<const std::string> lines) override {
     resultsText.assign(lines.begin(), lines.end());
   }
