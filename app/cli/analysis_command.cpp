@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iostream>
 #include <memory>
 
 #include "cli/analysis_options.h"
@@ -162,22 +163,31 @@ class AnalysisRun {
       return;
     }
     host_.progress.ClearLine();
-    Print((printedAny_ ? "\n" : "") +
-          DocumentText(host_.workbook.documents()[position], host_.workbook.caseName));
+    if (printedAny_) std::cout << '\n';
+    WriteDocumentText(std::cout, host_.workbook.documents()[position], host_.workbook.caseName);
+    std::cout.flush();
     printedAny_ = true;
   }
 
   /// Writes what is new; at the end also the whole run.
   bool Save(bool atEnd) {
-    if (options_.out.empty()) return true;
     std::string error;
-    if (files_.Write(host_.workbook, error) &&
-        (!atEnd ||
-         (files_.WriteRun(host_.workbook, error) &&
-          files_.WriteText("documents.json", ReportJson(Report(), host_.workbook), error))))
+    if (options_.out.empty()) {
+      if (std::cout.good()) return true;
+      error = "cannot write to the standard output";
+    } else if (files_.Write(host_.workbook, error) &&
+               (!atEnd || (files_.WriteRun(host_.workbook, error) && WriteReport(error)))) {
       return true;
+    }
     Tell(error);
     return false;
+  }
+
+  bool WriteReport(std::string& error) {
+    const RunReport report = Report();
+    return files_.WriteExtra(
+        "documents.json", [&](std::ostream& out) { WriteReportJson(out, report, host_.workbook); },
+        error);
   }
 
   RunReport Report() {

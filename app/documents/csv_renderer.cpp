@@ -1,11 +1,11 @@
 #include "documents/csv_renderer.h"
 
 #include "documents/cell_text.h"
+#include "documents/text_sink.h"
 
 namespace qrvml {
 namespace {
 
-constexpr std::size_t kFlushAt = std::size_t{1} << 16;
 constexpr std::string_view kFormulaStarts = "=+-@\t\r\n";
 constexpr std::string_view kQuotedFor = "\",\r\n";
 constexpr std::string_view kRecordEnd = "\r\n";
@@ -33,25 +33,23 @@ void AppendCell(std::string& out, const CellView& cell) {
 }  // namespace
 
 void WriteCsv(std::ostream& out, const Spreadsheet& sheet, const CaseNamer& caseName) {
-  std::string pending;
-  AppendText(pending, JoinedHeading(sheet.rowTitle, sheet.rowTitleSecond));
+  TextSink sink(out);
+  std::string record;
+  AppendText(record, JoinedHeading(sheet.rowTitle, sheet.rowTitleSecond));
   for (const SpreadsheetColumn& column : sheet.columns) {
-    pending += ',';
-    AppendText(pending, JoinedHeading(column.first, column.second));
+    record += ',';
+    AppendText(record, JoinedHeading(column.first, column.second));
   }
-  pending += kRecordEnd;
-  for (std::size_t row = 0; row < sheet.Rows() && out; ++row) {
-    AppendText(pending, RowName(sheet, row, caseName));
+  sink += record += kRecordEnd;
+  for (std::size_t row = 0; row < sheet.Rows() && sink.Good(); ++row) {
+    record.clear();
+    AppendText(record, RowName(sheet, row, caseName));
     for (const SpreadsheetColumn& column : sheet.columns) {
-      pending += ',';
-      AppendCell(pending, CellAt(column, row));
+      record += ',';
+      AppendCell(record, CellAt(column, row));
     }
-    pending += kRecordEnd;
-    if (pending.size() < kFlushAt) continue;
-    out.write(pending.data(), static_cast<std::streamsize>(pending.size()));
-    pending.clear();
+    sink += record += kRecordEnd;
   }
-  out.write(pending.data(), static_cast<std::streamsize>(pending.size()));
 }
 
 }  // namespace qrvml

@@ -23,35 +23,40 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// False with the system's reason when the stream has failed.
-bool Finish(std::ofstream& file, std::string& error) {
-  file.flush();
-  if (file.good()) return true;
-  error = std::strerror(errno);
+/// Makes a file of what `write` puts into the stream; false with the system's reason.
+template <class Write>
+bool StreamInto(const fs::path& file, std::string& error, Write write) {
+  errno = 0;
+  std::ofstream stream(file, std::ios::binary | std::ios::trunc);
+  if (stream) write(stream);
+  const bool written = stream.good();
+  const int reason = errno;
+  stream.close();
+  if (written && stream.good()) return true;
+  error = std::strerror(written ? errno : reason);
   return false;
 }
 
 bool WriteBytes(std::string_view text, const fs::path& file, std::string& error) {
-  std::ofstream stream(file, std::ios::binary | std::ios::trunc);
-  stream.write(text.data(), static_cast<std::streamsize>(text.size()));
-  return Finish(stream, error);
+  return StreamInto(file, error, [text](std::ostream& out) { out << text; });
 }
 
 bool WriteTxtFile(const Document& document, const CaseNamer& caseName, const fs::path& file,
                   std::string& error) {
-  return WriteBytes(DocumentText(document, caseName), file, error);
+  return StreamInto(file, error,
+                    [&](std::ostream& out) { WriteDocumentText(out, document, caseName); });
 }
 
 bool WriteJsonFile(const Document& document, const CaseNamer& caseName, const fs::path& file,
                    std::string& error) {
-  return WriteBytes(DocumentJson(document, caseName), file, error);
+  return StreamInto(file, error,
+                    [&](std::ostream& out) { WriteDocumentJson(out, document, caseName); });
 }
 
 bool WriteCsvFile(const Document& document, const CaseNamer& caseName, const fs::path& file,
                   std::string& error) {
-  std::ofstream stream(file, std::ios::binary | std::ios::trunc);
-  WriteCsv(stream, std::get<Spreadsheet>(document), caseName);
-  return Finish(stream, error);
+  const auto& sheet = std::get<Spreadsheet>(document);
+  return StreamInto(file, error, [&](std::ostream& out) { WriteCsv(out, sheet, caseName); });
 }
 
 bool WriteSvgFile(const Document& document, const CaseNamer& caseName, const fs::path& file,
@@ -171,13 +176,6 @@ bool WriteFileWhole(const fs::path& target, const FileWriter& write, std::string
   return false;
 }
 
-bool WriteFileWhole(const fs::path& target, std::string_view text, std::string& error) {
-  return WriteFileWhole(
-      target,
-      [text](const fs::path& file, std::string& reason) { return WriteBytes(text, file, reason); },
-      error);
-}
-
 bool DocumentFiles::Check(std::string& error) const {
   std::filesystem::path folder = std::filesystem::absolute(folder_);
   std::error_code code;
@@ -247,9 +245,13 @@ bool DocumentFiles::WriteRun(const Workbook& workbook, std::string& error) const
       error);
 }
 
-bool DocumentFiles::WriteText(std::string_view fileName, std::string_view text,
-                              std::string& error) const {
-  return WriteFileWhole(folder_ / fileName, text, error);
+bool DocumentFiles::WriteExtra(std::string_view fileName,
+                               const std::function<void(std::ostream&)>& write,
+                               std::string& error) const {
+  return WriteFileWhole(
+      folder_ / fileName,
+      [&](const fs::path& file, std::string& reason) { return StreamInto(file, reason, write); },
+      error);
 }
 
 }  // namespace qrvml

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,10 +33,8 @@ bool ReadFormats(std::string_view text, std::vector<const DocumentFormat*>& form
 /// one hyphen; at most 60 characters, "document" when nothing is left.
 std::string Slug(std::string_view title);
 
-/// Writes `text` to a temporary file beside `target` and renames it, so that the target is the old
-/// or the new file and never part of one.
-bool WriteFileWhole(const std::filesystem::path& target, std::string_view text, std::string& error);
-
+/// Writes a temporary file beside `target` and renames it, so that the target is the old or the new
+/// file and never part of one.
 bool WriteFileWhole(const std::filesystem::path& target, const FileWriter& write,
                     std::string& error);
 
@@ -55,7 +54,8 @@ class DocumentFiles {
   /// Tells that a document must be written (again).
   void Touch(std::size_t position);
   /// Writes one more file, e.g. documents.json.
-  bool WriteText(std::string_view fileName, std::string_view text, std::string& error) const;
+  bool WriteExtra(std::string_view fileName, const std::function<void(std::ostream&)>& write,
+                  std::string& error) const;
 
  private:
   bool WriteDocument(const Workbook& workbook, std::size_t position, std::string& error) const;

@@ -70,7 +70,7 @@ struct BodyWriter {
     json.EndArray();
     json.Key("rows");
     json.BeginArray();
-    for (std::size_t row = 0; row < sheet.Rows(); ++row) {
+    for (std::size_t row = 0; row < sheet.Rows() && json.Good(); ++row) {
       json.BreakLine();
       json.BeginObject();
       WriteMember(json, "name", RowName(sheet, row, caseName));
@@ -99,24 +99,13 @@ void WriteValues(JsonWriter& json, std::string_view key, const std::vector<Named
   json.EndObject();
 }
 
-}  // namespace
-
 void WriteJson(JsonWriter& json, const Document& document, const CaseNamer& caseName) {
   json.BeginObject();
   std::visit(BodyWriter{json, caseName}, document);
   json.EndObject();
 }
 
-std::string DocumentJson(const Document& document, const CaseNamer& caseName) {
-  std::string text;
-  JsonWriter json(text);
-  WriteJson(json, document, caseName);
-  return text += '\n';
-}
-
-std::string ReportJson(const RunReport& report, const Workbook& workbook) {
-  std::string text;
-  JsonWriter json(text);
+void WriteReport(JsonWriter& json, const RunReport& report, const Workbook& workbook) {
   json.BeginObject();
   json.Key("schema");
   json.Number(kSchema);
@@ -145,7 +134,24 @@ std::string ReportJson(const RunReport& report, const Workbook& workbook) {
   json.EndArray();
   json.BreakLine();
   json.EndObject();
-  return text += '\n';
+}
+
+}  // namespace
+
+void WriteDocumentJson(std::ostream& out, const Document& document, const CaseNamer& caseName) {
+  {
+    JsonWriter json(out);
+    WriteJson(json, document, caseName);
+  }
+  out << '\n';
+}
+
+void WriteReportJson(std::ostream& out, const RunReport& report, const Workbook& workbook) {
+  {
+    JsonWriter json(out);
+    WriteReport(json, report, workbook);
+  }
+  out << '\n';
 }
 
 }  // namespace qrvml

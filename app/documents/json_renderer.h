@@ -1,6 +1,7 @@
-// Documents and reports of a run as JSON.
+// Documents and reports of a run as JSON. The memory used does not grow with the rows.
 #pragma once
 
+#include <ostream>
 #include <string>
 #include <utility>
 #include <variant>
@@ -9,8 +10,6 @@
 #include "documents/workbook.h"
 
 namespace qrvml {
-
-class JsonWriter;
 
 /// A named number or text.
 using NamedValue = std::pair<std::string, std::variant<double, std::string>>;
@@ -29,10 +28,10 @@ struct RunReport {
 };
 
 /// One document: an object. An empty cell's value is null, the marker -9999 stays a number.
-void WriteJson(JsonWriter& json, const Document& document, const CaseNamer& caseName);
-std::string DocumentJson(const Document& document, const CaseNamer& caseName);
+/// Failure shows in the stream's state.
+void WriteDocumentJson(std::ostream& out, const Document& document, const CaseNamer& caseName);
 
 /// The whole run: {"schema":1,"analysis":...,"properties":...,"messages":...,"documents":...}.
-std::string ReportJson(const RunReport& report, const Workbook& workbook);
+void WriteReportJson(std::ostream& out, const RunReport& report, const Workbook& workbook);
 
 }  // namespace qrvml

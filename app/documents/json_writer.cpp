@@ -87,7 +87,7 @@ void JsonWriter::Number(double value) {
   const auto end =
       whole ? std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed).ptr
             : std::to_chars(buffer, buffer + sizeof buffer, value).ptr;
-  out_.append(buffer, end);
+  out_ += std::string_view(buffer, static_cast<std::size_t>(end - buffer));
 }
 
 void JsonWriter::Boolean(bool value) {

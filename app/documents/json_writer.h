@@ -1,17 +1,21 @@
-// Writes JSON as text, straight into a string: documents can hold millions of cells.
+// Writes JSON as text, piece by piece.
 #pragma once
 
 #include <cstddef>
-#include <string>
 #include <string_view>
 #include <vector>
 
+#include "documents/text_sink.h"
+
 namespace qrvml {
 
-/// Calls must nest as JSON does. Commas come by themselves.
+/// Calls must nest as JSON does. Commas come by themselves. The stream has everything when the
+/// writer is gone; failure shows in its state.
 class JsonWriter {
  public:
-  explicit JsonWriter(std::string& out) : out_(out) {}
+  explicit JsonWriter(std::ostream& out) : out_(out) {}
+  JsonWriter(const JsonWriter&) = delete;
+  JsonWriter& operator=(const JsonWriter&) = delete;
 
   void BeginObject() { Open('{'); }
   void EndObject() { Close('}'); }
@@ -28,6 +32,8 @@ class JsonWriter {
   void Boolean(bool value);
   void Null();
 
+  /// Whether everything could be written so far.
+  bool Good() const { return out_.Good(); }
   /// Starts a new line before the next value or member, for the eye.
   void BreakLine() { breakLine_ = true; }
 
@@ -38,7 +44,7 @@ class JsonWriter {
   void Separate();
   void Quote(std::string_view text);
 
-  std::string& out_;
+  TextSink out_;
   std::vector<bool> hasItems_;  // per open bracket: whether a comma is due
   bool afterKey_ = false;
   bool breakLine_ = false;

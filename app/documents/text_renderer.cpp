@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <vector>
 
 #include "documents/display_width.h"
 #include "documents/graph_text.h"
+#include "documents/text_sink.h"
 #include "host/numerics.h"
 
 namespace qrvml {
@@ -16,98 +18,103 @@ constexpr double kLargestInFull = 1e15;
 constexpr std::string_view kGap = "  ";
 constexpr std::string_view kMark = " *", kNoMark = "  ";
 
-/// A column ready to print: every text already fit for a terminal.
+/// How a column is printed: what it takes to print each of its cells when its turn comes.
 struct TextColumn {
-  std::string heading[2];
-  std::vector<std::string> cells;
-  bool atRight = true;
+  const SpreadsheetColumn* source = nullptr;  // null: the names of the rows
+  std::string heading[2] = {};
+  bool hasMarks = false;
+  bool atRight = false;
   std::size_t width = 0;
-
-  void Measure() {
-    width = std::max(DisplayWidth(heading[0]), DisplayWidth(heading[1]));
-    for (const std::string& cell : cells) width = std::max(width, DisplayWidth(cell));
-  }
 };
 
-TextColumn NamesColumn(const Spreadsheet& sheet, const CaseNamer& caseName) {
-  TextColumn column;
-  column.heading[0] = PrintableText(sheet.rowTitle);
-  column.heading[1] = PrintableText(sheet.rowTitleSecond);
-  for (std::size_t row = 0; row < sheet.Rows(); ++row)
-    column.cells.push_back(PrintableText(RowName(sheet, row, caseName)));
-  column.atRight = false;
-  column.Measure();
-  return column;
-}
-
-/// Texts stand at the left where a column has nothing else.
-TextColumn ValuesColumn(const SpreadsheetColumn& source) {
-  TextColumn column;
-  column.heading[0] = PrintableText(source.first);
-  column.heading[1] = PrintableText(source.second);
-  bool marks = false, texts = false, numbers = false;
-  for (std::size_t row = 0; row < source.values.size() && !marks; ++row)
-    marks = CellAt(source, row).marked;
-  for (std::size_t row = 0; row < source.values.size(); ++row) {
-    const CellView view = CellAt(source, row);
-    std::string cell =
-        view.text.empty() ? CellNumber(view.value, source.format) : PrintableText(view.text);
-    texts = texts || !view.text.empty();
-    numbers = numbers || (view.text.empty() && !cell.empty());
-    if (marks) cell += view.marked ? kMark : kNoMark;
-    column.cells.push_back(std::move(cell));
+class TablePrinter {
+ public:
+  TablePrinter(std::ostream& out, const Spreadsheet& sheet, const CaseNamer& caseName)
+      : out_(out), sheet_(sheet), caseName_(caseName) {
+    columns_.push_back(Measured({nullptr, {sheet.rowTitle, sheet.rowTitleSecond}}));
+    for (const SpreadsheetColumn& column : sheet.columns)
+      columns_.push_back(Measured({&column, {column.first, column.second}}));
   }
-  column.atRight = numbers || !texts;
-  column.Measure();
-  return column;
-}
 
-void AppendPadded(std::string& line, const std::string& text, const TextColumn& column) {
-  const std::string blanks(column.width - DisplayWidth(text), ' ');
-  line += column.atRight ? blanks + text : text + blanks;
-}
-
-/// One line of the table; `cell` gives a column's text.
-template <class Cell>
-void AppendLine(std::string& out, const std::vector<TextColumn>& columns, Cell cell) {
-  std::string line;
-  for (std::size_t c = 0; c < columns.size(); ++c) {
-    if (c > 0) line += kGap;
-    AppendPadded(line, cell(columns[c]), columns[c]);
+  void Print() {
+    out_ += PrintableText(sheet_.title) + '\n';
+    for (const std::string& line : sheet_.header) out_ += PrintableText(line) + '\n';
+    out_ += '\n';
+    AddLine([](const TextColumn& column) { return column.heading[0]; });
+    if (std::ranges::any_of(columns_, [](const TextColumn& c) { return !c.heading[1].empty(); }))
+      AddLine([](const TextColumn& column) { return column.heading[1]; });
+    std::size_t width = kGap.size() * (columns_.size() - 1);
+    for (const TextColumn& column : columns_) width += column.width;
+    out_ += std::string(width, '-') + '\n';
+    for (std::size_t row = 0; row < sheet_.Rows() && out_.Good(); ++row)
+      AddLine([&](const TextColumn& column) { return Cell(column, row); });
   }
-  line.erase(line.find_last_not_of(' ') + 1);
-  out += line + '\n';
-}
+
+ private:
+  /// Texts stand at the left where a column has nothing else.
+  TextColumn Measured(TextColumn column) const {
+    for (std::string& line : column.heading) {
+      line = PrintableText(line);
+      column.width = std::max(column.width, DisplayWidth(line));
+    }
+    bool texts = false, numbers = false;
+    const std::size_t rows = sheet_.Rows();
+    for (std::size_t row = 0; row < rows && column.source != nullptr && !column.hasMarks; ++row)
+      column.hasMarks = CellAt(*column.source, row).marked;
+    for (std::size_t row = 0; row < rows; ++row) {
+      const std::string cell = Cell(column, row);
+      column.width = std::max(column.width, DisplayWidth(cell));
+      if (column.source == nullptr) continue;
+      const CellView view = CellAt(*column.source, row);
+      texts = texts || !view.text.empty();
+      numbers = numbers || (view.text.empty() && !std::isnan(view.value));
+    }
+    column.atRight = column.source != nullptr && (numbers || !texts);
+    return column;
+  }
+
+  std::string Cell(const TextColumn& column, std::size_t row) const {
+    if (column.source == nullptr) return PrintableText(RowName(sheet_, row, caseName_));
+    const CellView view = CellAt(*column.source, row);
+    std::string cell = view.text.empty() ? CellNumber(view.value, column.source->format)
+                                         : PrintableText(view.text);
+    if (column.hasMarks) cell += view.marked ? kMark : kNoMark;
+    return cell;
+  }
+
+  /// One line of the table; `text` gives a column's.
+  template <class Text>
+  void AddLine(Text text) {
+    line_.clear();
+    for (const TextColumn& column : columns_) {
+      if (&column != &columns_.front()) line_ += kGap;
+      const std::string cell = text(column);
+      const std::size_t blanks = column.width - DisplayWidth(cell);
+      if (column.atRight) line_.append(blanks, ' ');
+      line_ += cell;
+      if (!column.atRight) line_.append(blanks, ' ');
+    }
+    line_.erase(line_.find_last_not_of(' ') + 1);
+    out_ += line_ += '\n';
+  }
+
+  TextSink out_;
+  const Spreadsheet& sheet_;
+  const CaseNamer& caseName_;
+  std::vector<TextColumn> columns_;
+  std::string line_;
+};
 
 struct Renderer {
+  std::ostream& out;
   const CaseNamer& caseName;
 
-  std::string operator()(const ResultsText& results) const {
-    std::string out;
-    for (const std::string& line : results.lines) out += PrintableText(line) + '\n';
-    return out;
+  void operator()(const ResultsText& results) const {
+    for (const std::string& line : results.lines) out << PrintableText(line) << '\n';
   }
-
-  std::string operator()(const Graph& graph) const { return GraphText(graph); }
-  std::string operator()(const TextDocument& document) const { return document.text; }
-
-  std::string operator()(const Spreadsheet& sheet) const {
-    std::string out = PrintableText(sheet.title) + '\n';
-    for (const std::string& line : sheet.header) out += PrintableText(line) + '\n';
-    out += '\n';
-    std::vector<TextColumn> columns{NamesColumn(sheet, caseName)};
-    for (const SpreadsheetColumn& column : sheet.columns) columns.push_back(ValuesColumn(column));
-
-    AppendLine(out, columns, [](const TextColumn& c) { return c.heading[0]; });
-    if (std::ranges::any_of(columns, [](const TextColumn& c) { return !c.heading[1].empty(); }))
-      AppendLine(out, columns, [](const TextColumn& c) { return c.heading[1]; });
-    std::size_t width = kGap.size() * (columns.size() - 1);
-    for (const TextColumn& column : columns) width += column.width;
-    out += std::string(width, '-') + '\n';
-    for (std::size_t row = 0; row < sheet.Rows(); ++row)
-      AppendLine(out, columns, [row](const TextColumn& c) { return c.cells[row]; });
-    return out;
-  }
+  void operator()(const Graph& graph) const { out << GraphText(graph); }
+  void operator()(const TextDocument& document) const { out << document.text; }
+  void operator()(const Spreadsheet& sheet) const { TablePrinter(out, sheet, caseName).Print(); }
 };
 
 }  // namespace
@@ -126,8 +133,8 @@ std::string CellNumber(double value, NumberFormat format) {
   return {buffer, end};
 }
 
-std::string DocumentText(const Document& document, const CaseNamer& caseName) {
-  return std::visit(Renderer{caseName}, document);
+void WriteDocumentText(std::ostream& out, const Document& document, const CaseNamer& caseName) {
+  std::visit(Renderer{out, caseName}, document);
 }
 
 }  // namespace qrvml

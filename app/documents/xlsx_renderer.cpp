@@ -112,7 +112,10 @@ class XlsxFile {
     lxw_doc_properties properties = {};
     properties.created = kFixedDate;
     Note(workbook_set_properties(book_.get(), &properties));
-    for (std::size_t i = 0; i < kLooks.size(); ++i) looks_[i] = MakeLook(kLooks[i]);
+    for (std::size_t i = 0; i < kLooks.size(); ++i) {
+      // The library's own look is no format: one that equals it would be searched for at each cell.
+      if (static_cast<Look>(i) != Look::general) looks_[i] = MakeLook(kLooks[i]);
+    }
   }
 
   bool AddSheet(const std::string& name) {

@@ -37,6 +37,10 @@ struct Folder : ::testing::Test {
   }
 };
 
+FileWriter Holding(const char* text) {
+  return [text](const fs::path& file, std::string&) { return bool(std::ofstream(file) << text); };
+}
+
 Spreadsheet Titled(std::string title) {
   Spreadsheet sheet;
   sheet.title = std::move(title);
@@ -96,19 +100,19 @@ TEST_F(Folder, OnlyWhatChangedIsWrittenUnderItsNumber) {
 
 TEST_F(Folder, AFileThatCannotBeReplacedStaysAsItWas) {
   const fs::path target = root / "a.txt";
-  ASSERT_TRUE(WriteFileWhole(target, "old", error));
-  ASSERT_TRUE(WriteFileWhole(target, "new", error));
+  ASSERT_TRUE(WriteFileWhole(target, Holding("old"), error));
+  ASSERT_TRUE(WriteFileWhole(target, Holding("new"), error));
   EXPECT_EQ(Content(target), "new");
   EXPECT_EQ(FilesIn(root), (std::set<std::string>{"a.txt"}));
 
   fs::create_directory(root / "b.txt");  // a folder stands where the file should go
-  EXPECT_FALSE(WriteFileWhole(root / "b.txt", "x", error));
+  EXPECT_FALSE(WriteFileWhole(root / "b.txt", Holding("x"), error));
   EXPECT_NE(error.find("b.txt"), std::string::npos);
   EXPECT_EQ(FilesIn(root), (std::set<std::string>{"a.txt", "b.txt"}));
 }
 
 TEST_F(Folder, AFileWhereTheFolderShouldBeIsFoundBeforehand) {
-  ASSERT_TRUE(WriteFileWhole(root / "out", "x", error));
+  ASSERT_TRUE(WriteFileWhole(root / "out", Holding("x"), error));
   EXPECT_FALSE(DocumentFiles(root / "out", {}).Check(error));
   EXPECT_FALSE(DocumentFiles(root / "out" / "deeper", {}).Check(error));
 }

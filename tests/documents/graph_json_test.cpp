@@ -3,16 +3,18 @@
 
 #include <gtest/gtest.h>
 
+#include "documents/rendered.h"
+
 namespace qrvml {
 namespace {
 
 std::string Json(const Graph& graph, const CaseNamer& caseName = {}) {
-  std::string text;
-  JsonWriter json(text);
-  json.BeginObject();
-  WriteGraphMembers(json, graph, caseName);
-  json.EndObject();
-  return text;
+  return Rendered([&](std::ostream& out) {
+    JsonWriter json(out);
+    json.BeginObject();
+    WriteGraphMembers(json, graph, caseName);
+    json.EndObject();
+  });
 }
 
 TEST(GraphJson, AScatterplotHasItsAxesSeriesAndLabels) {
@@ -51,11 +53,12 @@ TEST(GraphJson, TypesHaveTheirNames) {
 }
 
 TEST(TextJson, ATextDocumentHasItsModeAndEveryLine) {
-  std::string text;
-  JsonWriter json(text);
-  json.BeginObject();
-  WriteTextMembers(json, {2, "C code", "int a;\n\t\"x\"\\\n"});
-  json.EndObject();
+  const std::string text = Rendered([](std::ostream& out) {
+    JsonWriter json(out);
+    json.BeginObject();
+    WriteTextMembers(json, {2, "C code", "int a;\n\t\"x\"\\\n"});
+    json.EndObject();
+  });
   EXPECT_EQ(text,
             "{\"kind\":\"text\",\"title\":\"C code\",\"mode\":2,"
             "\"text\":\"int a;\\n\\u0009\\\"x\\\"\\\\\\n\"}");

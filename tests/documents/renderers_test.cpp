@@ -7,6 +7,7 @@
 #include "documents/display_width.h"
 #include "documents/json_renderer.h"
 #include "documents/json_writer.h"
+#include "documents/rendered.h"
 #include "documents/text_renderer.h"
 #include "documents/workbook.h"
 
@@ -22,6 +23,14 @@ SpreadsheetColumn Column(std::string first, std::string second, std::vector<doub
 
 SpreadsheetColumn Counts(std::string first, std::vector<double> values) {
   return {std::move(first), {}, NumberFormat::count, std::move(values), {}, {}, {}};
+}
+
+template <class Write>
+std::string Written(Write write) {
+  return Rendered([&](std::ostream& out) {
+    JsonWriter json(out);
+    write(json);
+  });
 }
 
 Spreadsheet Predictions() {
@@ -41,7 +50,7 @@ Spreadsheet Predictions() {
 }
 
 TEST(TextRenderer, ATableIsAlignedByWhatItTakesOnATerminal) {
-  EXPECT_EQ(DocumentText(Predictions(), {}),
+  EXPECT_EQ(Rendered(WriteDocumentText, Predictions(), CaseNamer()),
             "Prévisions et résidus, sex\n"
             "Plus proches voisins = 3\n"
             "\n"
@@ -58,7 +67,7 @@ TEST(TextRenderer, ASecondHeadingLineOnlyStandsWhereThereIsOne) {
   sheet.rowTitle = "Classe";
   sheet.rowNames = {"a", "b"};
   sheet.columns = {Counts("Total", {10, 200})};
-  EXPECT_EQ(DocumentText(sheet, {}),
+  EXPECT_EQ(Rendered(WriteDocumentText, sheet, CaseNamer()),
             "T\n"
             "\n"
             "Classe  Total\n"
@@ -70,11 +79,12 @@ TEST(TextRenderer, ASecondHeadingLineOnlyStandsWhereThereIsOne) {
 TEST(TextRenderer, ATableWithoutRowsOrColumnsStillHasItsHead) {
   Spreadsheet sheet;
   sheet.title = "Empty";
-  EXPECT_EQ(DocumentText(sheet, {}), "Empty\n\n\n\n");
+  EXPECT_EQ(Rendered(WriteDocumentText, sheet, CaseNamer()), "Empty\n\n\n\n");
 }
 
 TEST(TextRenderer, ResultsAreTheirLines) {
-  EXPECT_EQ(DocumentText(ResultsText{{"Variables:", "", " y\tz"}}, {}), "Variables:\n\n y z\n");
+  EXPECT_EQ(Rendered(WriteDocumentText, ResultsText{{"Variables:", "", " y\tz"}}, CaseNamer()),
+            "Variables:\n\n y z\n");
 }
 
 TEST(TextRenderer, NumbersShowSixDigitsAndWholeNumbersAll) {
@@ -119,11 +129,11 @@ TEST(Rows, ThatStandForCasesAreNamedByThem) {
   sheet.rowCases = {3, 12};
   sheet.columns = {Column("x", "", {1, 2})};
   const CaseNamer names = [](int caseNumber) { return caseNumber == 3 ? "Zoë" : ""; };
-  EXPECT_EQ(DocumentText(sheet, names), "T\n\n     x\n------\nZoë  1\n12   2\n");
-  const auto json = nlohmann::json::parse(DocumentJson(sheet, names));
+  EXPECT_EQ(Rendered(WriteDocumentText, sheet, names), "T\n\n     x\n------\nZoë  1\n12   2\n");
+  const auto json = nlohmann::json::parse(Rendered(WriteDocumentJson, sheet, names));
   EXPECT_EQ(json["rows"][0]["name"], "Zoë");
   EXPECT_EQ(json["rows"][1]["name"], "12");
-  EXPECT_EQ(RowName(sheet, 0, {}), "3");
+  EXPECT_EQ(RowName(sheet, 0, CaseNamer()), "3");
 }
 
 TEST(DisplayWidthOf, CountsTerminalColumns) {
@@ -143,7 +153,7 @@ TEST(DisplayWidthOf, CountsTerminalColumns) {
 TEST(JsonRenderer, ASpreadsheetKeepsEveryDigitTextAndMark) {
   Spreadsheet sheet = Predictions();
   sheet.columns[0].values[0] = 0.1 + 0.2;
-  EXPECT_EQ(DocumentJson(sheet, {}),
+  EXPECT_EQ(Rendered(WriteDocumentJson, sheet, CaseNamer()),
             "{\"kind\":\"spreadsheet\",\"title\":\"Prévisions et résidus, sex\","
             "\"header\":[\"Plus proches voisins = 3\"],\"rowTitle\":[\"Obs.\",\"Nom\"],"
             "\"columns\":[\n"
@@ -167,7 +177,7 @@ TEST(JsonRenderer, ARunIsOneObjectInAFixedOrder) {
   report.analysis = {{"kind", std::string("knn")}, {"cases", 150.0}};
   report.properties = {{"KNearestNeighbors", 5.0}, {"Variables", std::string("| \"a b\" | 1 |")}};
   report.messages = {{205, "Pas d'échantillon", "OK"}};
-  const auto json = nlohmann::ordered_json::parse(ReportJson(report, workbook));
+  const auto json = nlohmann::ordered_json::parse(Rendered(WriteReportJson, report, workbook));
   std::vector<std::string> keys;
   for (const auto& [key, value] : json.items()) keys.push_back(key);
   EXPECT_EQ(keys, (std::vector<std::string>{"schema", "analysis", "properties", "messages",
@@ -186,21 +196,17 @@ TEST(JsonRenderer, ARunIsOneObjectInAFixedOrder) {
 TEST(JsonWriting, NumbersReadBackToTheLastBit) {
   for (const double value : {0.1, 1e-310, 5e-324, 1.7976931348623157e308, 123456789.123, -0.0, 1e22,
                              9007199254740993.0, -9999.0, 1e16, 4503599627370497.5}) {
-    std::string text;
-    JsonWriter(text).Number(value);
+    const std::string text = Written([value](JsonWriter& json) { json.Number(value); });
     const double read = nlohmann::json::parse(text).get<double>();
     EXPECT_EQ(read, value) << text;
     EXPECT_EQ(std::signbit(read), std::signbit(value)) << text;
   }
-  std::string text;
-  JsonWriter(text).Number(150);
-  EXPECT_EQ(text, "150");
+  EXPECT_EQ(Written([](JsonWriter& json) { json.Number(150); }), "150");
 }
 
 TEST(JsonWriting, AnyTextBecomesAValidString) {
   const std::string odd = std::string("q\" b\\ n\n t\t z\0 \x1f \xC3\xA9 \xFF \xED\xA0\x80", 25);
-  std::string text;
-  JsonWriter(text).String(odd);
+  const std::string text = Written([&odd](JsonWriter& json) { json.String(odd); });
   const auto read = nlohmann::json::parse(text).get<std::string>();
   EXPECT_NE(read.find("q\" b\\ n\n t\t z"), std::string::npos);
   EXPECT_NE(read.find("\xC3\xA9"), std::string::npos);
