@@ -17,6 +17,7 @@ extern "C" {
 #include <vector>
 
 #include "datafile/host_data_file.h"
+#include "datafile/por_input.h"
 #include "datafile/read_failure.h"
 #include "datafile/statistics_dates.h"
 #include "datafile/table_builder.h"
@@ -140,6 +141,8 @@ readstat_error_t StatisticsFile::Parse(const std::string& path) {
   readstat_set_note_handler(parser.get(), [](int, const char*, void* context) {
     return Guard(context, [](StatisticsFile& file) { ++file.documentLines_; });
   });
+  PorInput portable;
+  if (package_.parse == readstat_parse_por) portable.Attach(*parser);
   const readstat_error_t error = package_.parse(parser.get(), path.c_str(), this);
   if (failure_) std::rethrow_exception(failure_);
   return error;

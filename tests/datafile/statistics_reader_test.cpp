@@ -209,6 +209,30 @@ TEST(StatisticsReader, PortableFilesAreRead) {
   }
 }
 
+TEST(StatisticsReader, RepeatedCharactersInTheTableOfAPortableFileStandForNothing) {
+  const TemporaryPath path("portable.por");
+  {
+    StatisticsWriter file(path.Text());
+    file.Number("X", "");
+    file.Begin(readstat_begin_writing_por, 2);
+    file.Row({1850.25});
+    file.Row({-7});
+  }
+  // Raised digits and a second hyphen, as other programs write them.
+  std::string content = FileContent(path.Text());
+  std::size_t at = 0;
+  for (char& c : content) {
+    if (c == '\r' || c == '\n') continue;
+    if (at >= 368 && at < 377) c = static_cast<char>('1' + (at - 368));
+    if (at == 380) c = '-';
+    ++at;
+  }
+  WriteContent(path.Text(), content);
+  const Reading read = ReadPath(path.Text());
+  ASSERT_TRUE(read.ok) << read.error.Text();
+  EXPECT_EQ(Cells(read.table, 1), (Numbers{1850.25, -7}));
+}
+
 TEST(StatisticsReader, StataLabelsTaggedMissingValuesAndPeriodsComeBack) {
   for (const int version : {108, 114, 117, 118}) {
     const TemporaryPath path("file.dta");
