@@ -77,6 +77,18 @@ class PlainKnn {
     }
   }
 
+  /// Takes the scaling as a text prints it; the table is to hold printed values already.
+  void PrintScaling(const std::function<double(double)>& printed) {
+    for (Row* values : {&scale_, &shift_})
+      for (double& value : *values) value = printed(value);
+  }
+  /// Exact ties of votes fall to the class with the smallest code, not to the first text.
+  void OrderClassesByCode() {
+    for (auto& classes : classes_)
+      std::sort(classes.begin(), classes.end(),
+                [](const auto& a, const auto& b) { return a.second < b.second; });
+  }
+
   /// Prediction of each test case.
   std::vector<PlainPrediction> PredictTests() {
     std::vector<PlainPrediction> all;
