@@ -1,4 +1,4 @@
-// What a cell and a row of a spreadsheet show, wherever their texts and marks are kept.
+// What a cell and a row of a spreadsheet show, wherever their texts are kept.
 #pragma once
 
 #include <algorithm>
@@ -13,11 +13,11 @@ namespace qrvml {
 struct CellView {
   double value = kEmptyCell;
   std::string_view text;  // shown instead of the number where not empty
-  bool marked = false;    // drawn as a warning
+  bool marked = false;    // a text that is drawn as a warning
 };
 
 inline CellView CellAt(const SpreadsheetColumn& column, std::size_t row) {
-  CellView cell{column.values[row], {}, !column.marks.empty() && column.marks[row] != 0};
+  CellView cell{column.values[row], {}, false};
   if (!column.texts.empty() && !column.texts[row].empty()) {
     cell.text = column.texts[row];
     return cell;
@@ -25,7 +25,7 @@ inline CellView CellAt(const SpreadsheetColumn& column, std::size_t row) {
   const auto label = std::ranges::lower_bound(column.labels, cell.value, {}, &CellLabel::value);
   if (label != column.labels.end() && label->value == cell.value) {
     cell.text = label->text;
-    cell.marked = cell.marked || label->marked;
+    cell.marked = label->marked;
   }
   return cell;
 }

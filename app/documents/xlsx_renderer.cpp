@@ -36,9 +36,6 @@ enum class Look : std::uint8_t {
   count,
   fixed6,
   text,
-  markedGeneral,
-  markedCount,
-  markedFixed6,
   markedText,
 };
 struct LookRow {
@@ -52,7 +49,7 @@ struct LookRow {
 };
 constexpr lxw_color_t kLabelColour = 0x1F4E79, kMarkColour = 0x9C0006, kMarkFill = 0xFFC7CE,
                       kHeadingFill = 0xE7E6E6, kQuiet = 0x595959;
-constexpr std::array<LookRow, 14> kLooks = {{
+constexpr std::array<LookRow, 11> kLooks = {{
     {true, 0, 0, nullptr, LXW_ALIGN_NONE, false, 14},
     {false, kQuiet, 0, nullptr, LXW_ALIGN_NONE, false, 11},
     {true, 0, kHeadingFill, nullptr, LXW_ALIGN_RIGHT, false, 11},
@@ -63,9 +60,6 @@ constexpr std::array<LookRow, 14> kLooks = {{
     {false, 0, 0, "0", LXW_ALIGN_NONE, false, 11},
     {false, 0, 0, "0.000000", LXW_ALIGN_NONE, false, 11},
     {false, kLabelColour, 0, nullptr, LXW_ALIGN_RIGHT, false, 11},
-    {true, kMarkColour, kMarkFill, nullptr, LXW_ALIGN_NONE, false, 11},
-    {true, kMarkColour, kMarkFill, "0", LXW_ALIGN_NONE, false, 11},
-    {true, kMarkColour, kMarkFill, "0.000000", LXW_ALIGN_NONE, false, 11},
     {true, kMarkColour, kMarkFill, nullptr, LXW_ALIGN_RIGHT, false, 11},
 }};
 
@@ -185,21 +179,17 @@ class XlsxFile {
   lxw_error status_ = LXW_NO_ERROR;
 };
 
-Look NumberLook(NumberFormat format, bool marked) {
-  const Look first = marked ? Look::markedGeneral : Look::general;
-  return static_cast<Look>(static_cast<int>(first) + static_cast<int>(format));
+Look NumberLook(NumberFormat format) {
+  return static_cast<Look>(static_cast<int>(Look::general) + static_cast<int>(format));
 }
 
 void WriteCell(XlsxFile& file, std::size_t at, const CellView& cell, NumberFormat format) {
-  const Look text = cell.marked ? Look::markedText : Look::text;
   if (!cell.text.empty()) {
-    file.Text(at, cell.text, text);
-  } else if (std::isnan(cell.value)) {
-    if (cell.marked) file.Blank(at, text);
+    file.Text(at, cell.text, cell.marked ? Look::markedText : Look::text);
   } else if (std::isinf(cell.value)) {
-    file.Text(at, cell.value > 0 ? "inf" : "-inf", text);
-  } else {
-    file.Number(at, cell.value, NumberLook(format, cell.marked));
+    file.Text(at, cell.value > 0 ? "inf" : "-inf", Look::text);
+  } else if (!std::isnan(cell.value)) {
+    file.Number(at, cell.value, NumberLook(format));
   }
 }
 

@@ -24,7 +24,7 @@ enum class NumberFormat : std::uint8_t {
 /// A text that is shown wherever a column holds a value.
 struct CellLabel {
   double value;
-  std::string text;
+  std::string text;     // not empty
   bool marked = false;  // the cell is drawn as a warning
 };
 
@@ -33,12 +33,11 @@ struct SpreadsheetColumn {
   std::string first;   // heading
   std::string second;  // second heading line, may be empty
   NumberFormat format = NumberFormat::general;
-  std::vector<double> values;       // one per row
-  std::vector<CellLabel> labels;    // ascending by value, each once; a table of a million rows
-                                    // carries its categories here
-  std::vector<std::string> texts;   // empty, or one per row: shown instead of the number where
-                                    // not empty; goes before `labels`
-  std::vector<std::uint8_t> marks;  // empty, or one per row: 1 draws the cell as a warning
+  std::vector<double> values;      // one per row
+  std::vector<CellLabel> labels;   // ascending by value, each once; a table of a million rows
+                                   // carries its categories here
+  std::vector<std::string> texts;  // empty, or one per row: shown instead of the number where
+                                   // not empty; goes before `labels`
 };
 
 inline constexpr double kEmptyCell = std::numeric_limits<double>::quiet_NaN();

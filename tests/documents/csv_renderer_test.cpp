@@ -59,8 +59,7 @@ TEST(CsvRenderer, WritesOneTableWithJoinedHeadingsTextsAndLabelsAndEmptyCells) {
   sheet.columns[1] =
       Column("sex", "", NumberFormat::general, {1, 2, 3}, {{1, "Homme"}, {2, "Femme"}});
   sheet.columns[2] =
-      Column("", "n", NumberFormat::count, {-9999, 2.5, 4}, {{4, "four"}}, {"", "x", ""});
-  sheet.columns[2].marks = {0, 1, 0};
+      Column("", "n", NumberFormat::count, {-9999, 2.5, 4}, {{4, "four", true}}, {"", "x", ""});
   const CaseNamer names = [](int number) {
     return number == 3 ? std::string(" Zoë  ") : std::string(number == 7 ? "   " : "");
   };

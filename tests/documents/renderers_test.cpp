@@ -15,14 +15,13 @@ namespace qrvml {
 namespace {
 
 SpreadsheetColumn Column(std::string first, std::string second, std::vector<double> values,
-                         std::vector<CellLabel> labels = {}, std::vector<std::string> texts = {},
-                         std::vector<std::uint8_t> marks = {}) {
-  return {std::move(first),  std::move(second), NumberFormat::general, std::move(values),
-          std::move(labels), std::move(texts),  std::move(marks)};
+                         std::vector<CellLabel> labels = {}, std::vector<std::string> texts = {}) {
+  return {std::move(first),  std::move(second), NumberFormat::general,
+          std::move(values), std::move(labels), std::move(texts)};
 }
 
 SpreadsheetColumn Counts(std::string first, std::vector<double> values) {
-  return {std::move(first), {}, NumberFormat::count, std::move(values), {}, {}, {}};
+  return {std::move(first), {}, NumberFormat::count, std::move(values), {}, {}};
 }
 
 template <class Write>
@@ -43,7 +42,7 @@ Spreadsheet Predictions() {
   sheet.columns = {
       Column("height", "Indépendante", {170.25, kEmptyCell}),
       Column("sex", "Prévues", {1, 2}, {{1, "Homme"}, {2, "Femme"}}),
-      Column("sex", "Précision", {1, -9999}, {}, {"Incorrect", ""}, {1, 0}),
+      Column("sex", "Précision", {1, -9999}, {{1, "Incorrect", true}}),
       Counts("n", {12, 3}),
   };
   return sheet;
@@ -112,11 +111,11 @@ TEST(TextRenderer, NumbersShowSixDigitsAndWholeNumbersAll) {
 TEST(Cells, ATextOfTheCellGoesBeforeTheLabelOfItsValue) {
   const SpreadsheetColumn column =
       Column("", "", {1, 2, 3, kEmptyCell, 1}, {{1, "one"}, {3, "three", true}},
-             {"", "two", "", "", "own"}, {0, 1, 0, 0, 0});
+             {"", "two", "", "", "own"});
   const struct {
     const char* text;
     bool marked;
-  } kExpected[] = {{"one", false}, {"two", true}, {"three", true}, {"", false}, {"own", false}};
+  } kExpected[] = {{"one", false}, {"two", false}, {"three", true}, {"", false}, {"own", false}};
   for (std::size_t row = 0; row < 5; ++row) {
     EXPECT_EQ(CellAt(column, row).text, kExpected[row].text) << row;
     EXPECT_EQ(CellAt(column, row).marked, kExpected[row].marked) << row;

@@ -145,10 +145,9 @@ TEST_F(Xlsx, NumbersLabelsMarksAndEmptyCellsStandWhereTheyBelong) {
   sheet.rowTitleSecond = "Nom";
   sheet.rowCases = {1, 2};
   sheet.columns = {Column("height", "Indép.", NumberFormat::general, {170.25, kEmptyCell}),
-                   Column("sex", "Prévues", NumberFormat::general, {1, 2}, {{1, "Homme"}}),
+                   Column("sex", "Prévues", NumberFormat::general, {1, 2}, {{1, "Homme", true}}),
                    Column("n", "", NumberFormat::count, {12, -9999}),
                    Column("p", "", NumberFormat::fixed6, {0.5, -INFINITY})};
-  sheet.columns[1].marks = {1, 1};
   workbook.Add(std::move(sheet));
   workbook.caseName = [](int number) { return number == 2 ? " Zoë " : ""; };
   Write(workbook);
@@ -168,7 +167,7 @@ TEST_F(Xlsx, NumbersLabelsMarksAndEmptyCellsStandWhereTheyBelong) {
     EXPECT_EQ(read.cells.at(number).type, "") << number;
   for (const char* text : {"A7", "C7", "E8"}) EXPECT_EQ(read.cells.at(text).type, "inlineStr");
   EXPECT_TRUE(IsFilled(read.cells.at("C7")));
-  EXPECT_TRUE(IsFilled(read.cells.at("C8")));
+  EXPECT_FALSE(IsFilled(read.cells.at("C8")));
   EXPECT_FALSE(IsFilled(read.cells.at("B7")));
   EXPECT_EQ(NumberFormatOf(read.cells.at("B7")), "General");
   EXPECT_EQ(NumberFormatOf(read.cells.at("D7")), "0");
