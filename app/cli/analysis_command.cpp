@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
-#include <memory>
+#include <optional>
 
 #include "cli/analysis_options.h"
 #include "cli/data_warnings.h"
@@ -11,11 +11,10 @@
 #include "cli/exit_code.h"
 #include "cli/interrupt.h"
 #include "cli/suggestion.h"
-#include "datafile/host_data_file.h"
 #include "documents/text_renderer.h"
 #include "host/empty_data_file.h"
 #include "host/module_library.h"
-#include "host/watched_data_file.h"
+#include "host/opened_file.h"
 
 namespace qrvml {
 namespace {
@@ -68,35 +67,31 @@ bool CheckSteps(const std::vector<Step>& steps, std::span<const Control> control
 /// One run: the file is open, the specification dialog stands.
 class AnalysisRun {
  public:
-  AnalysisRun(const AnalysisKind& kind, const AnalysisOptions& options, HostDataFile& file,
+  AnalysisRun(const AnalysisKind& kind, const AnalysisOptions& options, OpenedFile& opened,
               const std::atomic<bool>& cancel)
       : kind_(kind),
         options_(options),
-        file_(file),
+        opened_(opened),
+        file_(opened.file()),
         cancel_(cancel),
-        watched_(file, cancel),
         host_({.interactive = options.interactive,
                .threads = options.threads,
                .memoryLimit = 0,
                .terminal = options.interactive ? TerminalWriter()
                                                : std::function<void(std::string_view)>()},
               cancel),
-        session_(host_.Services(
-                     watched_,
-                     [&file](int variable, std::string_view label, double& code) {
-                       return file.Table().FindCode(variable, label, code);
-                     },
-                     &file),
-                 host_.sequence, host_.random),
+        session_(opened.Services(host_), host_.sequence, host_.random),
         calls_(
             session_, host_, [](const std::string& line) { Print(line + '\n'); },
             [this](const std::string& line) { Tell(line); }),
         files_(options.out, options.formats) {
     host_.saving.overwrite = options.overwrite;
     host_.messages.show = [this](const LoggedMessage& message) { Tell(message.text); };
-    host_.progress.casesRead = [this] { return watched_.lastCase(); };
-    host_.workbook.caseName = [&file](int caseNumber) { return file.getlab(caseNumber); };
+    host_.progress.casesRead = [this] { return opened_.watched().lastCase(); };
+    host_.workbook.caseName = [this](int caseNumber) { return file_.getlab(caseNumber); };
     host_.workbook.onChange = [this](std::size_t position) { DocumentChanged(position); };
+    session_.beforeActing = [this] { return opened_.Look(host_, session_); };
+    opened_.beforeStartingOver = [this] { lastReport_ = Report(); };
     session_.beforeLeaving = [this](QrvAnalysisDialog& dialog) {
       properties_ = ReadProperties(dialog);
     };
@@ -184,12 +179,15 @@ class AnalysisRun {
   }
 
   bool WriteReport(std::string& error) {
-    const RunReport report = Report();
+    RunReport report = lastReport_ ? *lastReport_ : Report();
+    for (const LoggedMessage& message : host_.messages.messages())
+      report.messages.push_back({message.number, message.text, message.step});
     return files_.WriteExtra(
         "documents.json", [&](std::ostream& out) { WriteReportJson(out, report, host_.workbook); },
         error);
   }
 
+  /// All but the messages.
   RunReport Report() {
     RunReport report;
     report.analysis.emplace_back("kind", std::string(kind_.command));
@@ -202,21 +200,20 @@ class AnalysisRun {
       for (NamedValue& property : ReadProperties(*dialog))
         report.properties.push_back(std::move(property));
     }
-    for (const LoggedMessage& message : host_.messages.messages())
-      report.messages.push_back({message.number, message.text, message.step});
     return report;
   }
 
   const AnalysisKind& kind_;
   const AnalysisOptions& options_;
-  HostDataFile& file_;
+  OpenedFile& opened_;
+  HostDataFile& file_;  // as it was opened: what the documents were made of
   const std::atomic<bool>& cancel_;
-  WatchedDataFile watched_;
   AnalysisHost host_;
   AnalysisSession session_;
   DialogCalls calls_;
   DocumentFiles files_;
-  std::vector<NamedValue> properties_;  // of the dialog that was left last
+  std::vector<NamedValue> properties_;   // of the dialog that was left last
+  std::optional<RunReport> lastReport_;  // of the analysis that a changed file ended
   bool printedAny_ = false;
 };
 
@@ -265,13 +262,13 @@ int RunAnalysisCommand(const AnalysisKind& kind, std::span<const std::string> ar
     Complain("--out: " + text);
     return kExitFailed;
   }
-  std::unique_ptr<HostDataFile> file;
+  OpenedFile opened(options.open, cancel);
   FileError error;
-  if (!OpenDataFile(options.open, file, error)) {
+  if (!opened.Read(error)) {
     Complain(error.Text());
     return kExitFailed;
   }
-  return AnalysisRun(kind, options, *file, cancel).Run(factory);
+  return AnalysisRun(kind, options, opened, cancel).Run(factory);
 }
 
 }  // namespace qrvml
