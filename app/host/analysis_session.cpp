@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/control.h"
+#include "host/numerics.h"
 
 namespace qrvml {
 namespace {
@@ -77,23 +78,18 @@ AutomationResult AnalysisSession::Call(Operation operation) {
   return GoOn(operation(*open));
 }
 
-template <class Operation>
-AutomationResult AnalysisSession::Act(Operation operation) {
-  random_.Forget();
-  if (IsOpen() && beforeActing) {
-    if (AutomationResult result = beforeActing(); !result.Succeeded()) return result;
-  }
-  return Call(operation);
-}
-
 AutomationResult AnalysisSession::Get(std::string_view name, AutomationValue& value) {
-  const auto get = [&](QrvAnalysisDialog& open) { return open.Get(name, value); };
   const Control* control = Find(name);
-  return control != nullptr && control->kind == ControlKind::action ? Act(get) : Call(get);
+  if (control != nullptr && control->kind == ControlKind::action) random_.Forget();
+  return Call([&](QrvAnalysisDialog& open) { return open.Get(name, value); });
 }
 
 AutomationResult AnalysisSession::Put(std::string_view name, const AutomationValue& value) {
-  return Call([&](QrvAnalysisDialog& open) { return open.Put(name, value); });
+  const AutomationResult result =
+      Call([&](QrvAnalysisDialog& open) { return open.Put(name, value); });
+  if (onAnswer && result.Succeeded() && std::ranges::count(kAnswerNames, name) > 0)
+    onAnswer(name, value.isNumber ? ShortestText(value.number) : value.text);
+  return result;
 }
 
 AutomationResult AnalysisSession::Type(std::string_view name, std::string_view text) {
@@ -101,21 +97,27 @@ AutomationResult AnalysisSession::Type(std::string_view name, std::string_view t
 }
 
 AutomationResult AnalysisSession::Press(std::string_view name) {
-  return Act([&](QrvAnalysisDialog& open) { return open.Press(name); });
+  random_.Forget();
+  return Call([&](QrvAnalysisDialog& open) { return open.Press(name); });
 }
 
 AutomationResult AnalysisSession::OK() {
-  return Act([](QrvAnalysisDialog& open) { return open.OAOK(); });
+  random_.Forget();
+  const std::shared_ptr<QrvAnalysisDialog> before = dialog();
+  if (before != nullptr && beforeOK) beforeOK(*before);
+  const AutomationResult result = Call([](QrvAnalysisDialog& open) { return open.OAOK(); });
+  if (afterOK && result.Succeeded() && dialog() != before) afterOK();
+  return result;
 }
 
 AutomationResult AnalysisSession::Cancel() {
   return Call([](QrvAnalysisDialog& open) { return open.OACancel(); });
 }
 
-bool AnalysisSession::ReplaceFile(const HostServices& services, std::string& error) {
+bool AnalysisSession::ReplaceFile(DataFile& file, std::string& error) {
   sequence_.Close();
   sequence_.TakeNext();
-  services_ = services;
+  services_.file = &file;
   analysis_->Attach(services_);
   analysis_->InitializeAfterFileChanged();
   return RunFrom(kFirstDialogStep, error);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/analysis_dialog.h"
@@ -11,13 +12,20 @@
 
 namespace qrvml {
 
-/// One control that was set or action that was taken.
+/// One thing that was done to a dialog.
 struct RecordedChange {
-  std::string dialog;  // the interface's name
-  std::string control;
-  ControlKind kind = ControlKind::check;
-  std::string value;  // empty for an action
-  int constant = 0;   // the host constant that stands for the value; 0: none
+  enum class What {
+    set,     // a control got a value
+    act,     // a button was pressed or an action taken
+    answer,  // the answer to the next modal service was set
+    run,     // OK led on
+  } what = What::set;
+  std::string control = {};               // or the answer's member
+  ControlKind kind = ControlKind::check;  // set, act
+  bool isMember = true;                   // of the automation interface
+  std::string value = {};                 // set, answer
+  int constant = 0;                       // the host constant that stands for the value; 0: none
+  std::string constantName = {};          // its name in scripts
 };
 
 class AutomationHost : public AutomationServices {
@@ -27,17 +35,21 @@ class AutomationHost : public AutomationServices {
 
   bool IsOleAutomation() override { return !interactive_; }
   void RecordControlValue(const CAnalysisDialog& dialog, const Control& control,
-                          std::string_view value, int constant) override {
-    changes_.push_back({std::string(dialog.InterfaceName()), std::string(control.name),
-                        control.kind, std::string(value), constant});
-  }
+                          std::string_view value, int constant) override;
   void SetAnswer(AnswerMember member, std::string_view text) override;
   std::string Answer(AnswerMember member) const override { return answers_.Peek(member); }
+
+  /// Records what the module does not tell: answers, and OK with the seeds that it read.
+  void RecordAnswer(std::string_view member, std::string_view text);
+  void RecordSeeds(QrvAnalysisDialog& dialog);
+  void RecordRun() { changes_.push_back({.what = RecordedChange::What::run}); }
 
   /// In the order in which they happened.
   const std::vector<RecordedChange>& changes() const { return changes_; }
 
  private:
+  bool IsSetSinceRun(std::string_view control) const;
+
   AnswerBook& answers_;
   bool interactive_;
   std::vector<RecordedChange> changes_;

@@ -226,7 +226,7 @@ TEST_F(Open, ANewFileStartsAfreshAtTheFirstDialog) {
   ASSERT_TRUE(session->OK().Succeeded());
   TakeLog();
   TableFile other({"a", "b", "c"});
-  EXPECT_TRUE(session->ReplaceFile(host.Services(other, {}), error));
+  EXPECT_TRUE(session->ReplaceFile(other, error));
   EXPECT_EQ(TakeLog(), (Events{"close 102", "new file with 3", "run 101", "open 101"}));
   EXPECT_EQ(session->step(), kStart);
 }
@@ -237,11 +237,29 @@ TEST_F(Open, WhatWasSetAndDoneIsLoggedInOrder) {
   ASSERT_TRUE(session->Press("Draw").Succeeded());
   const auto& changes = host.automation.changes();
   ASSERT_EQ(changes.size(), 2u);
-  EXPECT_EQ(changes[0].dialog, "StepDialog");
   EXPECT_EQ(changes[0].control, "Refuse");
   EXPECT_EQ(changes[0].value, "1");
+  EXPECT_EQ(changes[0].what, RecordedChange::What::set);
   EXPECT_EQ(changes[1].control, "Draw");
   EXPECT_EQ(changes[1].kind, ControlKind::action);
+  EXPECT_EQ(changes[1].what, RecordedChange::What::act);
+}
+
+TEST_F(Open, ARecorderHearsOfAnswersAndOfAnOKThatLeadsOn) {
+  ASSERT_TRUE(Start());
+  std::vector<std::string> heard;
+  session->onAnswer = [&](std::string_view name, std::string_view text) {
+    heard.push_back(std::string(name) + "=" + std::string(text));
+  };
+  session->beforeOK = [&](QrvAnalysisDialog& dialog) { heard.push_back("OK " + dialog.Name()); };
+  session->afterOK = [&] { heard.push_back("at " + std::to_string(session->step())); };
+  ASSERT_TRUE(session->Put("ResultsSelection", AutomationValue::Number(2)).Succeeded());
+  ASSERT_TRUE(session->Put("Refuse", AutomationValue::Text("1")).Succeeded());
+  EXPECT_FALSE(session->OK().Succeeded());
+  ASSERT_TRUE(session->Put("Refuse", AutomationValue::Text("0")).Succeeded());
+  ASSERT_TRUE(session->OK().Succeeded());
+  EXPECT_EQ(heard, (std::vector<std::string>{"ResultsSelection=2", "OK StepDialog", "OK StepDialog",
+                                             "at 102"}));
 }
 
 TEST_F(Open, ClosingDestroysTheDialogBeforeTheAnalysis) {
