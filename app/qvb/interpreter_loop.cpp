@@ -1,0 +1,552 @@
+// The instructions, one case each.
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "qvb/interpreter.h"
+
+namespace qrvml {
+namespace {
+
+void PutReal(Value& place, double number) {
+  if (place.tag >= Tag::text) place = Value();
+  place.tag = Tag::real;
+  place.real = number;
+}
+
+void PutInteger(Value& place, std::int32_t number) {
+  if (place.tag >= Tag::text) place = Value();
+  place.tag = Tag::integer;
+  place.integer = number;
+}
+
+bool IsNumber(const Value& value) { return value.tag == Tag::real || value.tag == Tag::integer; }
+double NumberIn(const Value& value) {
+  return value.tag == Tag::real ? value.real : static_cast<double>(value.integer);
+}
+
+std::int32_t IndexOf(const Value& value) {
+  return value.tag == Tag::integer ? value.integer : ToInteger(value);
+}
+
+Value& Target(Value& value) { return value.tag == Tag::reference ? *value.target : value; }
+
+bool Truth(const Value& value) {
+  return value.tag == Tag::boolean ? value.boolean : ToBoolean(value);
+}
+
+template <Operator op>
+void ArithmeticOfAny(Value& place, const Value& left, const Value& right) {
+  if (IsNumber(left) && IsNumber(right)) {
+    if (left.tag == Tag::integer && right.tag == Tag::integer) {
+      std::int32_t whole = 0;
+      const bool overflows =
+          op == Operator::add        ? __builtin_add_overflow(left.integer, right.integer, &whole)
+          : op == Operator::subtract ? __builtin_sub_overflow(left.integer, right.integer, &whole)
+                                     : __builtin_mul_overflow(left.integer, right.integer, &whole);
+      if (!overflows) return PutInteger(place, whole);
+    }
+    const double a = NumberIn(left);
+    const double b = NumberIn(right);
+    return PutReal(place, op == Operator::add ? a + b : op == Operator::subtract ? a - b : a * b);
+  }
+  place = Apply(op, left, right);
+}
+
+template <Operator op>
+void ArithmeticOfIntegers(Value& place, const Value& left, const Value& right) {
+  std::int32_t whole = 0;
+  const bool overflows =
+      op == Operator::add        ? __builtin_add_overflow(left.integer, right.integer, &whole)
+      : op == Operator::subtract ? __builtin_sub_overflow(left.integer, right.integer, &whole)
+                                 : __builtin_mul_overflow(left.integer, right.integer, &whole);
+  if (overflows) throw ScriptFault(FaultNumber::overflow);
+  place.integer = whole;
+}
+
+bool CompareAny(Operator op, const Value& left, const Value& right) {
+  if (IsNumber(left) && IsNumber(right)) return CompareNumbers(op, NumberIn(left), NumberIn(right));
+  return Compare(op, left, right);
+}
+
+Value CopyOf(const Value& value) {
+  const Value& source = value.tag == Tag::reference ? *value.target : value;
+  if (source.tag != Tag::array) return source;
+  const auto copy = MakeRef<ArrayData>(source.array()->element, false);
+  copy->CopyFrom(*source.array());
+  return Value::Array(copy.get());
+}
+
+void Store(Value& place, const Value& value) {
+  if (place.tag != Tag::reference) {
+    throw ScriptFault(FaultNumber::typeMismatch, "an array cannot be assigned here");
+  }
+  if (place.declared == Type::variant) {
+    *place.target = CopyOf(value);
+  } else {
+    *place.target = Converted(value, place.declared);
+  }
+}
+
+ArrayData& ArrayIn(Value& value) {
+  Value& target = Target(value);
+  if (target.tag != Tag::array) throw ScriptFault(FaultNumber::typeMismatch, "no array");
+  return *target.array();
+}
+
+void PutElement(ArrayData& array, std::size_t place, const Value& value) {
+  if (array.element == Type::real && IsNumber(value)) {
+    array.reals[place] = NumberIn(value);
+  } else {
+    array.Put(place, value);
+  }
+}
+
+void AppendText(Value& text, const Value& more) {
+  if (text.tag != Tag::text || !text.block || text.textBlock()->shared()) {
+    text = Apply(Operator::join, text, more);
+  } else if (more.tag == Tag::text) {
+    if (more.block != text.block) {
+      text.textBlock()->Append(more.text());
+    } else {
+      text.textBlock()->Append(std::string(more.text()));
+    }
+  } else {
+    text.textBlock()->Append(ToText(more));
+  }
+}
+
+[[noreturn]] void NotInitialised() { throw ScriptFault(FaultNumber::loopNotInitialised); }
+
+/// Whether a loop goes on with this value of its variable.
+template <typename T>
+bool Within(T value, T limit, T step) {
+  return step >= 0 ? value <= limit : value >= limit;
+}
+
+bool ForAny(Value& variable, const Value& limit, const Value& step) {
+  const Value& now = Target(variable);
+  const bool up = CompareAny(Operator::greaterOrEqual, step, Value::Integer(0));
+  return CompareAny(up ? Operator::lessOrEqual : Operator::greaterOrEqual, now, limit);
+}
+
+bool NextAny(Value& variable, const Value& limit, const Value& step) {
+  if (step.tag == Tag::empty) NotInitialised();
+  Value& now = Target(variable);
+  if (now.tag == Tag::integer && limit.tag == Tag::integer && step.tag == Tag::integer &&
+      variable.tag != Tag::reference &&
+      !__builtin_add_overflow(now.integer, step.integer, &now.integer)) {
+    return Within(now.integer, limit.integer, step.integer);
+  }
+  const Value next = Apply(Operator::add, now, step);
+  if (variable.tag == Tag::reference) {
+    Store(variable, next);
+  } else {
+    variable = next;
+  }
+  return ForAny(variable, limit, step);
+}
+
+}  // namespace
+
+// One function, since what it keeps in registers is what makes it fast.
+void Interpreter::Loop() {
+  const Instruction* pc = at_;
+  const Instruction* from = pc;
+  const Instruction* code = frames_.back().procedure->code.data();
+  std::int64_t left = allowance_;
+  Value* regions[3] = {frames_.back().registers, module_.data(),
+                       const_cast<Value*>(program_->constants.data())};
+  // A step is an instruction; they are counted a straight run at a time.
+  const auto V = [&regions](Operand operand) -> Value& {
+    return regions[operand & 3][operand >> 2];
+  };
+  const auto jump = [&](Operand target) __attribute__((always_inline)) {
+    left -= pc - from;
+    pc = from = code + target;
+    if (left < 0) [[unlikely]] {
+      left = Refill(left);
+    }
+  };
+  const auto enter = [&] {
+    const Frame& frame = frames_.back();
+    code = frame.procedure->code.data();
+    regions[kRegister] = frame.registers;
+  };
+  try {
+    for (;;) {
+      const Instruction& in = *pc++;
+      switch (in.op) {
+        case Op::none:
+          break;
+        case Op::move:
+          V(in.a) = V(in.b);
+          break;
+        case Op::moveNumber:
+          V(in.a).bits = V(in.b).bits;
+          break;
+        case Op::copy:
+          V(in.a) = CopyOf(V(in.b));
+          break;
+        case Op::widen:
+          V(in.a).real = V(in.b).integer;
+          break;
+        case Op::convert:
+          V(in.a) = Converted(V(in.b), static_cast<Type>(in.n));
+          break;
+        case Op::load:
+          V(in.a) = Target(V(in.b));
+          break;
+        case Op::store:
+          Store(V(in.a), V(in.b));
+          break;
+        case Op::copyArray:
+          ArrayIn(V(in.a)).CopyFrom(ArrayIn(V(in.b)));
+          break;
+        case Op::asArray: {
+          ArrayData& array = ArrayIn(V(in.b));
+          if (array.element != static_cast<Type>(in.n)) {
+            throw ScriptFault(FaultNumber::typeMismatch, "an array of another type");
+          }
+          V(in.a) = Value::Array(&array);
+          break;
+        }
+
+        case Op::addII:
+          ArithmeticOfIntegers<Operator::add>(V(in.a), V(in.b), V(in.c));
+          break;
+        case Op::addRR:
+          V(in.a).real = V(in.b).real + V(in.c).real;
+          break;
+        case Op::addRI:
+          V(in.a).real = V(in.b).real + V(in.c).integer;
+          break;
+        case Op::addIR:
+          V(in.a).real = V(in.b).integer + V(in.c).real;
+          break;
+        case Op::addVV:
+          ArithmeticOfAny<Operator::add>(V(in.a), V(in.b), V(in.c));
+          break;
+        case Op::subII:
+          ArithmeticOfIntegers<Operator::subtract>(V(in.a), V(in.b), V(in.c));
+          break;
+        case Op::subRR:
+          V(in.a).real = V(in.b).real - V(in.c).real;
+          break;
+        case Op::subRI:
+          V(in.a).real = V(in.b).real - V(in.c).integer;
+          break;
+        case Op::subIR:
+          V(in.a).real = V(in.b).integer - V(in.c).real;
+          break;
+        case Op::subVV:
+          ArithmeticOfAny<Operator::subtract>(V(in.a), V(in.b), V(in.c));
+          break;
+        case Op::mulII:
+          ArithmeticOfIntegers<Operator::multiply>(V(in.a), V(in.b), V(in.c));
+          break;
+        case Op::mulRR:
+          V(in.a).real = V(in.b).real * V(in.c).real;
+          break;
+        case Op::mulRI:
+          V(in.a).real = V(in.b).real * V(in.c).integer;
+          break;
+        case Op::mulIR:
+          V(in.a).real = V(in.b).integer * V(in.c).real;
+          break;
+        case Op::mulVV:
+          ArithmeticOfAny<Operator::multiply>(V(in.a), V(in.b), V(in.c));
+          break;
+        case Op::divNN:
+          V(in.a).real = Divide(NumberIn(V(in.b)), NumberIn(V(in.c)));
+          break;
+        case Op::divVV:
+          PutReal(V(in.a), Divide(ToReal(V(in.b)), ToReal(V(in.c))));
+          break;
+        case Op::apply:
+          V(in.a) = Apply(static_cast<Operator>(in.n), V(in.b), V(in.c));
+          break;
+        case Op::appendText:
+          AppendText(V(in.a), V(in.b));
+          break;
+        case Op::negativeI: {
+          const std::int32_t number = V(in.b).integer;
+          if (number == std::numeric_limits<std::int32_t>::min()) {
+            throw ScriptFault(FaultNumber::overflow);
+          }
+          V(in.a).integer = -number;
+          break;
+        }
+        case Op::negativeR:
+          V(in.a).real = -V(in.b).real;
+          break;
+        case Op::negativeV:
+          V(in.a) = Negative(V(in.b));
+          break;
+        case Op::inverse:
+          V(in.a) = Inverse(V(in.b));
+          break;
+
+        case Op::compareII:
+          V(in.a).boolean =
+              CompareNumbers(static_cast<Operator>(in.n), V(in.b).integer, V(in.c).integer);
+          break;
+        case Op::compareNN:
+          V(in.a).boolean =
+              CompareNumbers(static_cast<Operator>(in.n), NumberIn(V(in.b)), NumberIn(V(in.c)));
+          break;
+        case Op::compareVV:
+          V(in.a).boolean = CompareAny(static_cast<Operator>(in.n), V(in.b), V(in.c));
+          break;
+        case Op::jump:
+          jump(in.d);
+          break;
+        case Op::jumpTrue:
+          if (Truth(V(in.a))) jump(in.d);
+          break;
+        case Op::jumpFalse:
+          if (!Truth(V(in.a))) jump(in.d);
+          break;
+        case Op::jumpUnlessLessII:
+          if (!(V(in.b).integer < V(in.c).integer)) jump(in.d);
+          break;
+        case Op::jumpUnlessEqualII:
+          if (V(in.b).integer != V(in.c).integer) jump(in.d);
+          break;
+        case Op::jumpUnlessII:
+          if (!CompareNumbers(static_cast<Operator>(in.n), V(in.b).integer, V(in.c).integer)) {
+            jump(in.d);
+          }
+          break;
+        case Op::jumpUnlessRR:
+          if (!CompareNumbers(static_cast<Operator>(in.n), V(in.b).real, V(in.c).real)) jump(in.d);
+          break;
+        case Op::jumpUnlessNN:
+          if (!CompareNumbers(static_cast<Operator>(in.n), NumberIn(V(in.b)), NumberIn(V(in.c)))) {
+            jump(in.d);
+          }
+          break;
+        case Op::jumpUnlessVV:
+          if (!CompareAny(static_cast<Operator>(in.n), V(in.b), V(in.c))) jump(in.d);
+          break;
+
+        case Op::getR1: {
+          const ArrayData& array = *V(in.b).array();
+          V(in.a).real = array.reals[array.At(IndexOf(V(in.c)))];
+          break;
+        }
+        case Op::getI1: {
+          const ArrayData& array = *V(in.b).array();
+          V(in.a).integer = array.integers[array.At(IndexOf(V(in.c)))];
+          break;
+        }
+        case Op::getV1: {
+          const ArrayData& array = *V(in.b).array();
+          V(in.a) = array.Get(array.At(IndexOf(V(in.c))));
+          break;
+        }
+        case Op::getR2: {
+          const ArrayData& array = *V(in.b).array();
+          V(in.a).real = array.reals[array.At(IndexOf(V(in.c)), IndexOf(V(in.d)))];
+          break;
+        }
+        case Op::getI2: {
+          const ArrayData& array = *V(in.b).array();
+          V(in.a).integer = array.integers[array.At(IndexOf(V(in.c)), IndexOf(V(in.d)))];
+          break;
+        }
+        case Op::getV2: {
+          const ArrayData& array = *V(in.b).array();
+          V(in.a) = array.Get(array.At(IndexOf(V(in.c)), IndexOf(V(in.d))));
+          break;
+        }
+        case Op::getVN: {
+          const ArrayData& array = *V(in.b).array();
+          const auto indexes = Indexes(in);
+          V(in.a) = array.Get(array.At(indexes.data(), in.n));
+          break;
+        }
+        case Op::put1: {
+          ArrayData& array = *V(in.b).array();
+          PutElement(array, array.At(IndexOf(V(in.c))), V(in.a));
+          break;
+        }
+        case Op::put2: {
+          ArrayData& array = *V(in.b).array();
+          PutElement(array, array.At(IndexOf(V(in.c)), IndexOf(V(in.d))), V(in.a));
+          break;
+        }
+        case Op::putN: {
+          ArrayData& array = *V(in.b).array();
+          const auto indexes = Indexes(in);
+          PutElement(array, array.At(indexes.data(), in.n), V(in.a));
+          break;
+        }
+        case Op::fillRun:
+          Fill(program_->fillRuns[in.d]);
+          left -= static_cast<std::int64_t>(program_->fillRuns[in.d].count);
+          break;
+
+        case Op::prepareCall:
+          Prepare(program_->procedures[in.d]);
+          break;
+        case Op::passValue:
+          prepared_[in.n] = CopyOf(V(in.b));
+          break;
+        case Op::passReference:
+          prepared_[in.n] = Value::Reference(V(in.b), static_cast<Type>(in.c));
+          break;
+        case Op::pass:
+          prepared_[in.n] = V(in.b);
+          break;
+        case Op::call:
+          Enter(pc, in.a);
+          enter();
+          jump(0);
+          break;
+        case Op::leave: {
+          const Frame& frame = frames_.back();
+          Value& result = frame.registers[frame.procedure->resultRegister];
+          const Operand destination = frame.destination;
+          const Instruction* const back = frame.back;
+          if (!back) {
+            result_ = std::move(result);
+            left -= pc - from;
+            Settle(left);
+            return;
+          }
+          Value value = std::move(result);
+          PopFrame();
+          enter();
+          left -= pc - from;
+          pc = from = back;
+          if (destination != kNoOperand) V(destination) = std::move(value);
+          break;
+        }
+        case Op::callHost: {
+          Value value = program_->hostFunctions[in.d].call(
+              {regions[kRegister] + in.c, static_cast<std::size_t>(in.n)});
+          if (in.a != kNoOperand) V(in.a) = std::move(value);
+          break;
+        }
+        case Op::callBuiltin: {
+          V(in.a) =
+              BuiltInAt(static_cast<int>(in.d))
+                  .call({regions[kRegister] + in.c, static_cast<std::size_t>(in.n)}, context_);
+          left -= context_.work / 16;
+          context_.work = 0;
+          break;
+        }
+        case Op::realFunction:
+          V(in.a).real = BuiltInAt(static_cast<int>(in.d)).real(ToReal(V(in.b)));
+          break;
+        case Op::getMember:
+          GetMember(in);
+          break;
+        case Op::putMember:
+          PutMember(in);
+          break;
+        case Op::getIndexed:
+          GetIndexed(in);
+          break;
+        case Op::putIndexed:
+          PutIndexed(in);
+          break;
+        case Op::create: {
+          const auto object = program_->classes[in.d].make();
+          if (!object) throw ScriptFault(FaultNumber::cannotCreate, program_->classes[in.d].name);
+          V(in.a) = Value::Object(object);
+          break;
+        }
+        case Op::redim:
+          ReDim(in);
+          break;
+        case Op::erase:
+          ArrayIn(V(in.b)).Erase();
+          break;
+
+        case Op::forI:
+          if (!Within(V(in.a).integer, V(in.b).integer, V(in.c).integer)) jump(in.d);
+          break;
+        case Op::forR:
+          if (!Within(V(in.a).real, V(in.b).real, V(in.c).real)) jump(in.d);
+          break;
+        case Op::forV:
+          if (!ForAny(V(in.a), V(in.b), V(in.c))) jump(in.d);
+          break;
+        case Op::nextI1: {
+          Value& variable = V(in.a);
+          const Value& limit = V(in.b);
+          if (variable.integer < limit.integer && limit.tag == Tag::integer) [[likely]] {
+            ++variable.integer;
+            jump(in.d);
+          } else {
+            if (limit.tag != Tag::integer) NotInitialised();
+            ArithmeticOfIntegers<Operator::add>(variable, variable, V(in.c));
+          }
+          break;
+        }
+        case Op::nextI: {
+          Value& variable = V(in.a);
+          if (V(in.c).tag != Tag::integer) NotInitialised();
+          ArithmeticOfIntegers<Operator::add>(variable, variable, V(in.c));
+          if (Within(variable.integer, V(in.b).integer, V(in.c).integer)) jump(in.d);
+          break;
+        }
+        case Op::nextR: {
+          Value& variable = V(in.a);
+          if (V(in.c).tag != Tag::real) NotInitialised();
+          variable.real += V(in.c).real;
+          if (Within(variable.real, V(in.b).real, V(in.c).real)) jump(in.d);
+          break;
+        }
+        case Op::nextV:
+          if (NextAny(V(in.a), V(in.b), V(in.c))) jump(in.d);
+          break;
+        case Op::eachFirst: {
+          const ArrayData& array = ArrayIn(V(in.b));
+          V(in.c) = Value::Real(0);
+          if (array.count == 0) {
+            jump(in.d);
+          } else {
+            V(in.a) = array.Get(0);
+          }
+          break;
+        }
+        case Op::eachNext: {
+          Value& position = V(in.c);
+          if (position.tag != Tag::real) NotInitialised();
+          const ArrayData& array = ArrayIn(V(in.b));
+          position.real += 1;
+          if (position.real < static_cast<double>(array.count)) {
+            V(in.a) = array.Get(static_cast<std::size_t>(position.real));
+            jump(in.d);
+          }
+          break;
+        }
+        case Op::onError: {
+          Frame& frame = frames_.back();
+          frame.handling = static_cast<Handling>(in.n);
+          frame.handler = in.d;
+          ClearError();
+          break;
+        }
+        case Op::resume:
+          jump(Resume(frames_.back(), in));
+          break;
+        case Op::end:
+          left -= pc - from;
+          Settle(left);
+          return;
+        case Op::Count:
+          __builtin_unreachable();
+      }
+    }
+  } catch (...) {
+    at_ = pc;
+    Settle(left - (pc - from));
+    throw;
+  }
+}
+
+}  // namespace qrvml
