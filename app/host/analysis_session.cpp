@@ -78,10 +78,19 @@ AutomationResult AnalysisSession::Call(Operation operation) {
   return GoOn(operation(*open));
 }
 
+template <class Operation>
+AutomationResult AnalysisSession::Act(Operation operation) {
+  random_.Forget();
+  if (IsOpen() && beforeActing) {
+    if (AutomationResult result = beforeActing(); !result.Succeeded()) return result;
+  }
+  return Call(operation);
+}
+
 AutomationResult AnalysisSession::Get(std::string_view name, AutomationValue& value) {
+  const auto get = [&](QrvAnalysisDialog& open) { return open.Get(name, value); };
   const Control* control = Find(name);
-  if (control != nullptr && control->kind == ControlKind::action) random_.Forget();
-  return Call([&](QrvAnalysisDialog& open) { return open.Get(name, value); });
+  return control != nullptr && control->kind == ControlKind::action ? Act(get) : Call(get);
 }
 
 AutomationResult AnalysisSession::Put(std::string_view name, const AutomationValue& value) {
@@ -97,15 +106,15 @@ AutomationResult AnalysisSession::Type(std::string_view name, std::string_view t
 }
 
 AutomationResult AnalysisSession::Press(std::string_view name) {
-  random_.Forget();
-  return Call([&](QrvAnalysisDialog& open) { return open.Press(name); });
+  return Act([&](QrvAnalysisDialog& open) { return open.Press(name); });
 }
 
 AutomationResult AnalysisSession::OK() {
-  random_.Forget();
   const std::shared_ptr<QrvAnalysisDialog> before = dialog();
-  if (before != nullptr && beforeOK) beforeOK(*before);
-  const AutomationResult result = Call([](QrvAnalysisDialog& open) { return open.OAOK(); });
+  const AutomationResult result = Act([this](QrvAnalysisDialog& open) {
+    if (beforeOK) beforeOK(open);
+    return open.OAOK();
+  });
   if (afterOK && result.Succeeded() && dialog() != before) afterOK();
   return result;
 }
@@ -114,10 +123,10 @@ AutomationResult AnalysisSession::Cancel() {
   return Call([](QrvAnalysisDialog& open) { return open.OACancel(); });
 }
 
-bool AnalysisSession::ReplaceFile(DataFile& file, std::string& error) {
+bool AnalysisSession::ReplaceFile(const HostServices& services, std::string& error) {
   sequence_.Close();
   sequence_.TakeNext();
-  services_.file = &file;
+  services_ = services;
   analysis_->Attach(services_);
   analysis_->InitializeAfterFileChanged();
   return RunFrom(kFirstDialogStep, error);

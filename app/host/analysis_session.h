@@ -45,9 +45,13 @@ class AnalysisSession {
   AutomationResult OK();
   AutomationResult Cancel();
 
-  /// Another file takes the place of the open one: the analysis starts afresh at its first dialog.
-  bool ReplaceFile(DataFile& file, std::string& error);
+  /// Another file, which these services have, takes the place of the open one: the analysis starts
+  /// afresh at its first dialog.
+  bool ReplaceFile(const HostServices& services, std::string& error);
 
+  /// Called before a call that acts; a failure is the call's, and the call is not made. It may
+  /// replace the file.
+  std::function<AutomationResult()> beforeActing;
   /// Called when a dialog has ended, just before it is destroyed; it may read properties.
   std::function<void(QrvAnalysisDialog&)> beforeLeaving;
   // For a recorder of macros; properties that are set and actions reach the automation service.
@@ -60,6 +64,9 @@ class AnalysisSession {
  private:
   template <class Operation>
   AutomationResult Call(Operation operation);
+  /// A call that acts.
+  template <class Operation>
+  AutomationResult Act(Operation operation);
   const Control* Find(std::string_view name) const;
   /// Runs a step and those that follow it by themselves.
   bool RunFrom(int step, std::string& error);

@@ -226,7 +226,7 @@ TEST_F(Open, ANewFileStartsAfreshAtTheFirstDialog) {
   ASSERT_TRUE(session->OK().Succeeded());
   TakeLog();
   TableFile other({"a", "b", "c"});
-  EXPECT_TRUE(session->ReplaceFile(other, error));
+  EXPECT_TRUE(session->ReplaceFile(host.Services(other, {}), error));
   EXPECT_EQ(TakeLog(), (Events{"close 102", "new file with 3", "run 101", "open 101"}));
   EXPECT_EQ(session->step(), kStart);
 }
