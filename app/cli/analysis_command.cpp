@@ -166,6 +166,7 @@ class AnalysisRun {
 
   /// Writes what is new; at the end also the whole run.
   bool Save(bool atEnd) {
+    if (!saves_) return false;
     std::string error;
     if (options_.out.empty()) {
       if (std::cout.good()) return true;
@@ -175,7 +176,7 @@ class AnalysisRun {
       return true;
     }
     Tell(error);
-    return false;
+    return saves_ = false;
   }
 
   bool WriteReport(std::string& error) {
@@ -215,6 +216,7 @@ class AnalysisRun {
   std::vector<NamedValue> properties_;   // of the dialog that was left last
   std::optional<RunReport> lastReport_;  // of the analysis that a changed file ended
   bool printedAny_ = false;
+  bool saves_ = true;  // until a document could not be written
 };
 
 }  // namespace

@@ -1,5 +1,8 @@
 #include "documents/xlsx_renderer.h"
 
+#include <fcntl.h>
+#include <stdlib.h>
+#include <unistd.h>
 #include <xlsxwriter.h>
 
 #include <algorithm>
@@ -10,6 +13,7 @@
 #include <cstring>
 #include <fstream>
 #include <memory>
+#include <vector>
 
 #include "documents/cell_text.h"
 #include "documents/display_width.h"
@@ -97,9 +101,11 @@ struct Part {
 
 class XlsxFile {
  public:
-  XlsxFile(const std::filesystem::path& path, bool large) {
+  XlsxFile(const std::filesystem::path& path, bool large)
+      : folder_(std::filesystem::absolute(path).parent_path().string()) {
     lxw_workbook_options options = {};
     options.constant_memory = LXW_TRUE;
+    options.tmpdir = folder_.data();
     options.use_zip64 = large ? LXW_TRUE : LXW_FALSE;
     book_.reset(workbook_new_opt(path.c_str(), &options));
     if (book_ == nullptr) return;
@@ -115,12 +121,19 @@ class XlsxFile {
   bool AddSheet(const std::string& name) {
     row_ = 0;
     sheet_ = book_ == nullptr ? nullptr : workbook_add_worksheet(book_.get(), name.c_str());
-    if (sheet_ == nullptr) Note(LXW_ERROR_MEMORY_MALLOC_FAILED);
-    return sheet_ != nullptr;
+    if (sheet_ == nullptr || sheet_->optimize_tmpfile == nullptr) {
+      Note(LXW_ERROR_CREATING_TMPFILE);
+      return false;
+    }
+    sheets_.push_back(sheet_);
+    return true;
   }
 
   // Cells of the current row, from left to right.
-  void NextRow() { ++row_; }
+  void NextRow() {
+    ++row_;
+    NoteWritten(sheet_);
+  }
   void Text(std::size_t column, std::string_view text, Look look) {
     const std::string cell = CellString(text);
     if (cell.empty()) return Blank(column, look);
@@ -139,12 +152,13 @@ class XlsxFile {
     Note(worksheet_set_column(sheet_, lxw_col_t(column), lxw_col_t(column), width, nullptr));
   }
 
-  bool Failed() const { return status_ != LXW_NO_ERROR; }
-  /// Closes the file; false with the library's reason.
+  bool Failed() const { return status_ != LXW_NO_ERROR || failure_ != 0; }
+  /// Closes the file; false with the system's or the library's reason.
   bool Close(std::string& reason) {
     if (book_ == nullptr) Note(LXW_ERROR_MEMORY_MALLOC_FAILED);
+    if (!Failed()) CheckRoom();
     if (!Failed()) Note(workbook_close(book_.release()));  // frees the book whatever comes of it
-    if (Failed()) reason = lxw_strerror(status_);
+    if (Failed()) reason = failure_ != 0 ? std::strerror(failure_) : lxw_strerror(status_);
     return !Failed();
   }
 
@@ -152,6 +166,30 @@ class XlsxFile {
   static std::size_t Index(Look look) { return static_cast<std::size_t>(look); }
   void Note(lxw_error status) {
     if (!Failed()) status_ = status;
+  }
+  /// The library does not look whether a sheet's rows could be written.
+  void NoteWritten(const lxw_worksheet* sheet) {
+    if (!Failed() && std::ferror(sheet->optimize_tmpfile) != 0)
+      failure_ = errno != 0 ? errno : ENOSPC;
+  }
+  /// Nor whether their copies can be, on the way into the file: that there is room for the largest
+  /// copy and the file is made sure before.
+  void CheckRoom() {
+    off_t all = 0, largest = 0;
+    for (const lxw_worksheet* sheet : sheets_) {
+      std::fflush(sheet->optimize_tmpfile);
+      NoteWritten(sheet);
+      const off_t rows = ftello(sheet->optimize_tmpfile);
+      all += rows;
+      largest = std::max(largest, rows);
+    }
+    if (Failed()) return;
+    std::string name = folder_ + "/.room-XXXXXX";
+    const int file = mkstemp(name.data());
+    failure_ = file < 0 ? errno : posix_fallocate(file, 0, all + largest + (1 << 15));
+    if (file < 0) return;
+    close(file);
+    unlink(name.c_str());
   }
   lxw_format* MakeLook(const LookRow& row) {
     lxw_format* format = workbook_add_format(book_.get());
@@ -172,11 +210,14 @@ class XlsxFile {
   struct Free {
     void operator()(lxw_workbook* book) const { lxw_workbook_free(book); }
   };
+  std::string folder_;  // of the file and, beside it, of the sheets on their way
   std::unique_ptr<lxw_workbook, Free> book_;
-  lxw_worksheet* sheet_ = nullptr;  // the book's
+  std::vector<lxw_worksheet*> sheets_;  // the book's
+  lxw_worksheet* sheet_ = nullptr;      // the last of them
   std::array<lxw_format*, kLooks.size()> looks_{};
   lxw_row_t row_ = 0;
   lxw_error status_ = LXW_NO_ERROR;
+  int failure_ = 0;  // of the system
 };
 
 Look NumberLook(NumberFormat format) {

@@ -26,7 +26,8 @@ struct SheetLimits {
 /// - A table longer or wider than a sheet goes on in further sheets, each of which says which part
 ///   of the table it holds.
 /// The same documents give the same bytes. The memory used does not grow with the rows; the sheets
-/// pass through unnamed temporary files.
+/// pass through unnamed temporary files beside the file, which need room for all sheets and once
+/// more for the largest. Without that room nothing is written.
 bool WriteXlsx(const Workbook& workbook, const std::filesystem::path& file, std::string& error,
                const SheetLimits& limits = {});
 

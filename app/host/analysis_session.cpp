@@ -94,8 +94,7 @@ AutomationResult AnalysisSession::Get(std::string_view name, AutomationValue& va
 }
 
 AutomationResult AnalysisSession::Put(std::string_view name, const AutomationValue& value) {
-  const AutomationResult result =
-      Call([&](QrvAnalysisDialog& open) { return open.Put(name, value); });
+  AutomationResult result = Call([&](QrvAnalysisDialog& open) { return open.Put(name, value); });
   if (onAnswer && result.Succeeded() && std::ranges::count(kAnswerNames, name) > 0)
     onAnswer(name, value.isNumber ? ShortestText(value.number) : value.text);
   return result;
@@ -111,7 +110,7 @@ AutomationResult AnalysisSession::Press(std::string_view name) {
 
 AutomationResult AnalysisSession::OK() {
   const std::shared_ptr<QrvAnalysisDialog> before = dialog();
-  const AutomationResult result = Act([this](QrvAnalysisDialog& open) {
+  AutomationResult result = Act([this](QrvAnalysisDialog& open) {
     if (beforeOK) beforeOK(open);
     return open.OAOK();
   });

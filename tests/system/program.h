@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -38,8 +39,10 @@ class ProgramTest : public ::testing::Test {
  protected:
   ProgramTest() {
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    root_ = fs::temp_directory_path() / ("qrvml-system-" + std::to_string(getpid()) + '-' +
-                                         info->test_suite_name() + '-' + info->name());
+    std::string name = "qrvml-system-" + std::to_string(getpid()) + '-' + info->test_suite_name() +
+                       '-' + info->name();
+    std::ranges::replace(name, '/', '-');  // of tests with parameters
+    root_ = fs::temp_directory_path() / name;
     fs::create_directories(root_);
   }
   ~ProgramTest() override { fs::remove_all(root_); }
