@@ -251,6 +251,13 @@ INSTANTIATE_TEST_SUITE_P(Disks, DiskWithoutSpace, ::testing::ValuesIn(kFullDisks
                            return disk.param.isMounted ? "SmallDisk" : "LimitedFiles";
                          });
 
+TEST_F(Faults, AStandardOutputThatIsFullEndsTheRun) {
+  const auto fillOutput = [] { return dup2(open("/dev/full", O_WRONLY), 1) == 1; };
+  auto arguments = Documents(Table(20), {}, "csv");
+  arguments.resize(6);
+  ExpectRefused(RunAfter(fillOutput, arguments), "cannot write to the standard output", "");
+}
+
 // --- The data file changes -----------------------------------------------------------------------
 
 TEST_F(Faults, ADataFileThatTheStepsReplaceEndsTheRun) {
