@@ -56,8 +56,7 @@ Value Sign(Arguments arguments, BuiltInContext&) {
   return Value::Integer(number > 0 ? 1 : number < 0 ? -1 : 0);
 }
 
-/// Half to even, as conversions round. The text of the number decides what a half is: 2.675 has
-/// none.
+/// Half to even, as conversions round.
 Value Round(Arguments arguments, BuiltInContext&) {
   const int decimals = arguments.size() > 1 ? ToInteger(arguments[1]) : 0;
   if (decimals < 0 || decimals > 22) {

@@ -26,7 +26,7 @@ void Compiler::CompileIf() {
   CompileJumpUnless(*condition, toElse);
   const bool goTo = reader_->Peek().Is(kGoTo);
   if (!goTo) reader_->Expect(kThen);
-  if (!reader_->AtLineEnd()) return CompileLineIf(std::move(toElse));
+  if (!reader_->AtLineEnd()) return CompileLineIf(toElse);
 
   std::vector<std::size_t> toEnd;
   CompileStatements();
@@ -56,7 +56,7 @@ void Compiler::CompileIf() {
 }
 
 /// `If c Then a : b Else d` on one line.
-void Compiler::CompileLineIf(std::vector<std::size_t> elseJumps) {
+void Compiler::CompileLineIf(const std::vector<std::size_t>& elseJumps) {
   LevelGuard level(nesting_);
   if (nesting_ > kMostNesting) Fail(reader_->Peek().line, "blocks are nested too deeply");
   const auto statements = [this] {

@@ -19,8 +19,8 @@ Variable& Compiler::ImplicitVariable(int name, Type suffix, int line) {
   return draft_->locals[name] = variable;
 }
 
-void Compiler::Declare(int name, Variable variable, int line) {
-  if (!draft_->locals.try_emplace(name, std::move(variable)).second) {
+void Compiler::Declare(int name, const Variable& variable, int line) {
+  if (!draft_->locals.try_emplace(name, variable).second) {
     Fail(line, "`" + Written(name) + "` is declared twice or used before its declaration");
   }
 }
@@ -224,8 +224,8 @@ Operand Compiler::NewModuleVariable(const std::string& name, const Value& initia
   return MakeOperand(kModule, program_->moduleVariables.size() - 1);
 }
 
-void Compiler::AddModuleVariable(int name, Variable variable) {
-  if (heads_.contains(name) || !module_.try_emplace(name, std::move(variable)).second) {
+void Compiler::AddModuleVariable(int name, const Variable& variable) {
+  if (heads_.contains(name) || !module_.try_emplace(name, variable).second) {
     reader_->Fail("`" + Written(name) + "` is declared twice");
   }
 }

@@ -227,7 +227,8 @@ void Compiler::SkipBody(SourceFile& file, int keyword) {
     for (; !reader_->AtLineEnd(); reader_->Take()) {
       if (reader_->Peek().Is(kEnd) && reader_->Peek(1).Is(keyword)) return;
     }
-    if (!file.lexer->NextLine(line_)) Fail(line, "expected End " + Written(keyword));
+    if (!file.lexer->NextLine(line_))
+      Fail(line, "expected End " + std::string(KeywordText(keyword)));
     reader_->Start(line_);
     const bool ends = reader_->Peek().Is(kEnd);
     if (AtProcedureHead() && !ends)

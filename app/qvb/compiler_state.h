@@ -112,7 +112,7 @@ class Compiler {
   bool AtProcedureHead() const;
   std::size_t HeadOffset() const;
   bool NextLine();
-  void AddModuleVariable(int name, Variable variable);
+  void AddModuleVariable(int name, const Variable& variable);
   Operand NewModuleVariable(const std::string& name, const Value& initial);
 
   // compile_declarations.cpp
@@ -191,7 +191,7 @@ class Compiler {
 
   // compile_blocks.cpp
   void CompileIf();
-  void CompileLineIf(std::vector<std::size_t> elseJumps);
+  void CompileLineIf(const std::vector<std::size_t>& elseJumps);
   void CompileFor();
   void CompileForEach();
   void CompileDo();
@@ -219,7 +219,7 @@ class Compiler {
   Operand GeneralDestination(Wish wish, Type known);
   Variable* FindVariable(int name);
   Variable& ImplicitVariable(int name, Type suffix, int line);
-  void Declare(int name, Variable variable, int line);
+  void Declare(int name, const Variable& variable, int line);
   [[noreturn]] void Fail(int line, const std::string& reason) const;
   std::string Written(int name) const { return names_.Lower(name); }
 

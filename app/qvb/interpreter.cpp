@@ -50,9 +50,9 @@ std::span<const MemberRow<ErrorObject>> ErrorObject::Rows() {
        nullptr},
       {"Raise", 1, 3,
        [](ErrorObject&, Arguments arguments) -> Value {
-         const std::int32_t number = ToInteger(arguments[0]);
+         const std::int32_t raised = ToInteger(arguments[0]);
          const bool own = arguments.size() > 2 && arguments[2].tag != Tag::empty;
-         throw ScriptFault(number, own ? ToText(arguments[2]) : std::string(FaultText(number)));
+         throw ScriptFault(raised, own ? ToText(arguments[2]) : std::string(FaultText(raised)));
        },
        nullptr},
   };

@@ -158,7 +158,7 @@ void Interpreter::Loop() {
   Value* regions[3] = {frames_.back().registers, module_.data(),
                        const_cast<Value*>(program_->constants.data())};
   // A step is an instruction; they are counted a straight run at a time.
-  const auto V = [&regions](Operand operand) -> Value& {
+  const auto at = [&regions](Operand operand) -> Value& {
     return regions[operand & 3][operand >> 2];
   };
   const auto jump = [&](Operand target) __attribute__((always_inline)) {
@@ -180,206 +180,208 @@ void Interpreter::Loop() {
         case Op::none:
           break;
         case Op::move:
-          V(in.a) = V(in.b);
+          at(in.a) = at(in.b);
           break;
         case Op::moveNumber:
-          V(in.a).bits = V(in.b).bits;
+          at(in.a).bits = at(in.b).bits;
           break;
         case Op::copy:
-          V(in.a) = CopyOf(V(in.b));
+          at(in.a) = CopyOf(at(in.b));
           break;
         case Op::widen:
-          V(in.a).real = V(in.b).integer;
+          at(in.a).real = at(in.b).integer;
           break;
         case Op::convert:
-          V(in.a) = Converted(V(in.b), static_cast<Type>(in.n));
+          at(in.a) = Converted(at(in.b), static_cast<Type>(in.n));
           break;
         case Op::load:
-          V(in.a) = Target(V(in.b));
+          at(in.a) = Target(at(in.b));
           break;
         case Op::store:
-          Store(V(in.a), V(in.b));
+          Store(at(in.a), at(in.b));
           break;
         case Op::copyArray:
-          ArrayIn(V(in.a)).CopyFrom(ArrayIn(V(in.b)));
+          ArrayIn(at(in.a)).CopyFrom(ArrayIn(at(in.b)));
           break;
         case Op::asArray: {
-          ArrayData& array = ArrayIn(V(in.b));
+          ArrayData& array = ArrayIn(at(in.b));
           if (array.element != static_cast<Type>(in.n)) {
             throw ScriptFault(FaultNumber::typeMismatch, "an array of another type");
           }
-          V(in.a) = Value::Array(&array);
+          at(in.a) = Value::Array(&array);
           break;
         }
 
         case Op::addII:
-          ArithmeticOfIntegers<Operator::add>(V(in.a), V(in.b), V(in.c));
+          ArithmeticOfIntegers<Operator::add>(at(in.a), at(in.b), at(in.c));
           break;
         case Op::addRR:
-          V(in.a).real = V(in.b).real + V(in.c).real;
+          at(in.a).real = at(in.b).real + at(in.c).real;
           break;
         case Op::addRI:
-          V(in.a).real = V(in.b).real + V(in.c).integer;
+          at(in.a).real = at(in.b).real + at(in.c).integer;
           break;
         case Op::addIR:
-          V(in.a).real = V(in.b).integer + V(in.c).real;
+          at(in.a).real = at(in.b).integer + at(in.c).real;
           break;
         case Op::addVV:
-          ArithmeticOfAny<Operator::add>(V(in.a), V(in.b), V(in.c));
+          ArithmeticOfAny<Operator::add>(at(in.a), at(in.b), at(in.c));
           break;
         case Op::subII:
-          ArithmeticOfIntegers<Operator::subtract>(V(in.a), V(in.b), V(in.c));
+          ArithmeticOfIntegers<Operator::subtract>(at(in.a), at(in.b), at(in.c));
           break;
         case Op::subRR:
-          V(in.a).real = V(in.b).real - V(in.c).real;
+          at(in.a).real = at(in.b).real - at(in.c).real;
           break;
         case Op::subRI:
-          V(in.a).real = V(in.b).real - V(in.c).integer;
+          at(in.a).real = at(in.b).real - at(in.c).integer;
           break;
         case Op::subIR:
-          V(in.a).real = V(in.b).integer - V(in.c).real;
+          at(in.a).real = at(in.b).integer - at(in.c).real;
           break;
         case Op::subVV:
-          ArithmeticOfAny<Operator::subtract>(V(in.a), V(in.b), V(in.c));
+          ArithmeticOfAny<Operator::subtract>(at(in.a), at(in.b), at(in.c));
           break;
         case Op::mulII:
-          ArithmeticOfIntegers<Operator::multiply>(V(in.a), V(in.b), V(in.c));
+          ArithmeticOfIntegers<Operator::multiply>(at(in.a), at(in.b), at(in.c));
           break;
         case Op::mulRR:
-          V(in.a).real = V(in.b).real * V(in.c).real;
+          at(in.a).real = at(in.b).real * at(in.c).real;
           break;
         case Op::mulRI:
-          V(in.a).real = V(in.b).real * V(in.c).integer;
+          at(in.a).real = at(in.b).real * at(in.c).integer;
           break;
         case Op::mulIR:
-          V(in.a).real = V(in.b).integer * V(in.c).real;
+          at(in.a).real = at(in.b).integer * at(in.c).real;
           break;
         case Op::mulVV:
-          ArithmeticOfAny<Operator::multiply>(V(in.a), V(in.b), V(in.c));
+          ArithmeticOfAny<Operator::multiply>(at(in.a), at(in.b), at(in.c));
           break;
         case Op::divNN:
-          V(in.a).real = Divide(NumberIn(V(in.b)), NumberIn(V(in.c)));
+          at(in.a).real = Divide(NumberIn(at(in.b)), NumberIn(at(in.c)));
           break;
         case Op::divVV:
-          PutReal(V(in.a), Divide(ToReal(V(in.b)), ToReal(V(in.c))));
+          PutReal(at(in.a), Divide(ToReal(at(in.b)), ToReal(at(in.c))));
           break;
         case Op::apply:
-          V(in.a) = Apply(static_cast<Operator>(in.n), V(in.b), V(in.c));
+          at(in.a) = Apply(static_cast<Operator>(in.n), at(in.b), at(in.c));
           break;
         case Op::appendText:
-          AppendText(V(in.a), V(in.b));
+          AppendText(at(in.a), at(in.b));
           break;
         case Op::negativeI: {
-          const std::int32_t number = V(in.b).integer;
+          const std::int32_t number = at(in.b).integer;
           if (number == std::numeric_limits<std::int32_t>::min()) {
             throw ScriptFault(FaultNumber::overflow);
           }
-          V(in.a).integer = -number;
+          at(in.a).integer = -number;
           break;
         }
         case Op::negativeR:
-          V(in.a).real = -V(in.b).real;
+          at(in.a).real = -at(in.b).real;
           break;
         case Op::negativeV:
-          V(in.a) = Negative(V(in.b));
+          at(in.a) = Negative(at(in.b));
           break;
         case Op::inverse:
-          V(in.a) = Inverse(V(in.b));
+          at(in.a) = Inverse(at(in.b));
           break;
 
         case Op::compareII:
-          V(in.a).boolean =
-              CompareNumbers(static_cast<Operator>(in.n), V(in.b).integer, V(in.c).integer);
+          at(in.a).boolean =
+              CompareNumbers(static_cast<Operator>(in.n), at(in.b).integer, at(in.c).integer);
           break;
         case Op::compareNN:
-          V(in.a).boolean =
-              CompareNumbers(static_cast<Operator>(in.n), NumberIn(V(in.b)), NumberIn(V(in.c)));
+          at(in.a).boolean =
+              CompareNumbers(static_cast<Operator>(in.n), NumberIn(at(in.b)), NumberIn(at(in.c)));
           break;
         case Op::compareVV:
-          V(in.a).boolean = CompareAny(static_cast<Operator>(in.n), V(in.b), V(in.c));
+          at(in.a).boolean = CompareAny(static_cast<Operator>(in.n), at(in.b), at(in.c));
           break;
         case Op::jump:
           jump(in.d);
           break;
         case Op::jumpTrue:
-          if (Truth(V(in.a))) jump(in.d);
+          if (Truth(at(in.a))) jump(in.d);
           break;
         case Op::jumpFalse:
-          if (!Truth(V(in.a))) jump(in.d);
+          if (!Truth(at(in.a))) jump(in.d);
           break;
         case Op::jumpUnlessLessII:
-          if (!(V(in.b).integer < V(in.c).integer)) jump(in.d);
+          if (!(at(in.b).integer < at(in.c).integer)) jump(in.d);
           break;
         case Op::jumpUnlessEqualII:
-          if (V(in.b).integer != V(in.c).integer) jump(in.d);
+          if (at(in.b).integer != at(in.c).integer) jump(in.d);
           break;
         case Op::jumpUnlessII:
-          if (!CompareNumbers(static_cast<Operator>(in.n), V(in.b).integer, V(in.c).integer)) {
+          if (!CompareNumbers(static_cast<Operator>(in.n), at(in.b).integer, at(in.c).integer)) {
             jump(in.d);
           }
           break;
         case Op::jumpUnlessRR:
-          if (!CompareNumbers(static_cast<Operator>(in.n), V(in.b).real, V(in.c).real)) jump(in.d);
+          if (!CompareNumbers(static_cast<Operator>(in.n), at(in.b).real, at(in.c).real))
+            jump(in.d);
           break;
         case Op::jumpUnlessNN:
-          if (!CompareNumbers(static_cast<Operator>(in.n), NumberIn(V(in.b)), NumberIn(V(in.c)))) {
+          if (!CompareNumbers(static_cast<Operator>(in.n), NumberIn(at(in.b)),
+                              NumberIn(at(in.c)))) {
             jump(in.d);
           }
           break;
         case Op::jumpUnlessVV:
-          if (!CompareAny(static_cast<Operator>(in.n), V(in.b), V(in.c))) jump(in.d);
+          if (!CompareAny(static_cast<Operator>(in.n), at(in.b), at(in.c))) jump(in.d);
           break;
 
         case Op::getR1: {
-          const ArrayData& array = *V(in.b).array();
-          V(in.a).real = array.reals[array.At(IndexOf(V(in.c)))];
+          const ArrayData& array = *at(in.b).array();
+          at(in.a).real = array.reals[array.At(IndexOf(at(in.c)))];
           break;
         }
         case Op::getI1: {
-          const ArrayData& array = *V(in.b).array();
-          V(in.a).integer = array.integers[array.At(IndexOf(V(in.c)))];
+          const ArrayData& array = *at(in.b).array();
+          at(in.a).integer = array.integers[array.At(IndexOf(at(in.c)))];
           break;
         }
         case Op::getV1: {
-          const ArrayData& array = *V(in.b).array();
-          V(in.a) = array.Get(array.At(IndexOf(V(in.c))));
+          const ArrayData& array = *at(in.b).array();
+          at(in.a) = array.Get(array.At(IndexOf(at(in.c))));
           break;
         }
         case Op::getR2: {
-          const ArrayData& array = *V(in.b).array();
-          V(in.a).real = array.reals[array.At(IndexOf(V(in.c)), IndexOf(V(in.d)))];
+          const ArrayData& array = *at(in.b).array();
+          at(in.a).real = array.reals[array.At(IndexOf(at(in.c)), IndexOf(at(in.d)))];
           break;
         }
         case Op::getI2: {
-          const ArrayData& array = *V(in.b).array();
-          V(in.a).integer = array.integers[array.At(IndexOf(V(in.c)), IndexOf(V(in.d)))];
+          const ArrayData& array = *at(in.b).array();
+          at(in.a).integer = array.integers[array.At(IndexOf(at(in.c)), IndexOf(at(in.d)))];
           break;
         }
         case Op::getV2: {
-          const ArrayData& array = *V(in.b).array();
-          V(in.a) = array.Get(array.At(IndexOf(V(in.c)), IndexOf(V(in.d))));
+          const ArrayData& array = *at(in.b).array();
+          at(in.a) = array.Get(array.At(IndexOf(at(in.c)), IndexOf(at(in.d))));
           break;
         }
         case Op::getVN: {
-          const ArrayData& array = *V(in.b).array();
+          const ArrayData& array = *at(in.b).array();
           const auto indexes = Indexes(in);
-          V(in.a) = array.Get(array.At(indexes.data(), in.n));
+          at(in.a) = array.Get(array.At(indexes.data(), in.n));
           break;
         }
         case Op::put1: {
-          ArrayData& array = *V(in.b).array();
-          PutElement(array, array.At(IndexOf(V(in.c))), V(in.a));
+          ArrayData& array = *at(in.b).array();
+          PutElement(array, array.At(IndexOf(at(in.c))), at(in.a));
           break;
         }
         case Op::put2: {
-          ArrayData& array = *V(in.b).array();
-          PutElement(array, array.At(IndexOf(V(in.c)), IndexOf(V(in.d))), V(in.a));
+          ArrayData& array = *at(in.b).array();
+          PutElement(array, array.At(IndexOf(at(in.c)), IndexOf(at(in.d))), at(in.a));
           break;
         }
         case Op::putN: {
-          ArrayData& array = *V(in.b).array();
+          ArrayData& array = *at(in.b).array();
           const auto indexes = Indexes(in);
-          PutElement(array, array.At(indexes.data(), in.n), V(in.a));
+          PutElement(array, array.At(indexes.data(), in.n), at(in.a));
           break;
         }
         case Op::fillRun:
@@ -391,13 +393,13 @@ void Interpreter::Loop() {
           Prepare(program_->procedures[in.d]);
           break;
         case Op::passValue:
-          prepared_[in.n] = CopyOf(V(in.b));
+          prepared_[in.n] = CopyOf(at(in.b));
           break;
         case Op::passReference:
-          prepared_[in.n] = Value::Reference(V(in.b), static_cast<Type>(in.c));
+          prepared_[in.n] = Value::Reference(at(in.b), static_cast<Type>(in.c));
           break;
         case Op::pass:
-          prepared_[in.n] = V(in.b);
+          prepared_[in.n] = at(in.b);
           break;
         case Op::call:
           Enter(pc, in.a);
@@ -420,17 +422,17 @@ void Interpreter::Loop() {
           enter();
           left -= pc - from;
           pc = from = back;
-          if (destination != kNoOperand) V(destination) = std::move(value);
+          if (destination != kNoOperand) at(destination) = std::move(value);
           break;
         }
         case Op::callHost: {
           Value value = program_->hostFunctions[in.d].call(
               {regions[kRegister] + in.c, static_cast<std::size_t>(in.n)});
-          if (in.a != kNoOperand) V(in.a) = std::move(value);
+          if (in.a != kNoOperand) at(in.a) = std::move(value);
           break;
         }
         case Op::callBuiltin: {
-          V(in.a) =
+          at(in.a) =
               BuiltInAt(static_cast<int>(in.d))
                   .call({regions[kRegister] + in.c, static_cast<std::size_t>(in.n)}, context_);
           left -= context_.work / 16;
@@ -438,7 +440,7 @@ void Interpreter::Loop() {
           break;
         }
         case Op::realFunction:
-          V(in.a).real = BuiltInAt(static_cast<int>(in.d)).real(ToReal(V(in.b)));
+          at(in.a).real = BuiltInAt(static_cast<int>(in.d)).real(ToReal(at(in.b)));
           break;
         case Op::getMember:
           GetMember(in);
@@ -455,71 +457,71 @@ void Interpreter::Loop() {
         case Op::create: {
           const auto object = program_->classes[in.d].make();
           if (!object) throw ScriptFault(FaultNumber::cannotCreate, program_->classes[in.d].name);
-          V(in.a) = Value::Object(object);
+          at(in.a) = Value::Object(object);
           break;
         }
         case Op::redim:
           ReDim(in);
           break;
         case Op::erase:
-          ArrayIn(V(in.b)).Erase();
+          ArrayIn(at(in.b)).Erase();
           break;
 
         case Op::forI:
-          if (!Within(V(in.a).integer, V(in.b).integer, V(in.c).integer)) jump(in.d);
+          if (!Within(at(in.a).integer, at(in.b).integer, at(in.c).integer)) jump(in.d);
           break;
         case Op::forR:
-          if (!Within(V(in.a).real, V(in.b).real, V(in.c).real)) jump(in.d);
+          if (!Within(at(in.a).real, at(in.b).real, at(in.c).real)) jump(in.d);
           break;
         case Op::forV:
-          if (!ForAny(V(in.a), V(in.b), V(in.c))) jump(in.d);
+          if (!ForAny(at(in.a), at(in.b), at(in.c))) jump(in.d);
           break;
         case Op::nextI1: {
-          Value& variable = V(in.a);
-          const Value& limit = V(in.b);
+          Value& variable = at(in.a);
+          const Value& limit = at(in.b);
           if (variable.integer < limit.integer && limit.tag == Tag::integer) [[likely]] {
             ++variable.integer;
             jump(in.d);
           } else {
             if (limit.tag != Tag::integer) NotInitialised();
-            ArithmeticOfIntegers<Operator::add>(variable, variable, V(in.c));
+            ArithmeticOfIntegers<Operator::add>(variable, variable, at(in.c));
           }
           break;
         }
         case Op::nextI: {
-          Value& variable = V(in.a);
-          if (V(in.c).tag != Tag::integer) NotInitialised();
-          ArithmeticOfIntegers<Operator::add>(variable, variable, V(in.c));
-          if (Within(variable.integer, V(in.b).integer, V(in.c).integer)) jump(in.d);
+          Value& variable = at(in.a);
+          if (at(in.c).tag != Tag::integer) NotInitialised();
+          ArithmeticOfIntegers<Operator::add>(variable, variable, at(in.c));
+          if (Within(variable.integer, at(in.b).integer, at(in.c).integer)) jump(in.d);
           break;
         }
         case Op::nextR: {
-          Value& variable = V(in.a);
-          if (V(in.c).tag != Tag::real) NotInitialised();
-          variable.real += V(in.c).real;
-          if (Within(variable.real, V(in.b).real, V(in.c).real)) jump(in.d);
+          Value& variable = at(in.a);
+          if (at(in.c).tag != Tag::real) NotInitialised();
+          variable.real += at(in.c).real;
+          if (Within(variable.real, at(in.b).real, at(in.c).real)) jump(in.d);
           break;
         }
         case Op::nextV:
-          if (NextAny(V(in.a), V(in.b), V(in.c))) jump(in.d);
+          if (NextAny(at(in.a), at(in.b), at(in.c))) jump(in.d);
           break;
         case Op::eachFirst: {
-          const ArrayData& array = ArrayIn(V(in.b));
-          V(in.c) = Value::Real(0);
+          const ArrayData& array = ArrayIn(at(in.b));
+          at(in.c) = Value::Real(0);
           if (array.count == 0) {
             jump(in.d);
           } else {
-            V(in.a) = array.Get(0);
+            at(in.a) = array.Get(0);
           }
           break;
         }
         case Op::eachNext: {
-          Value& position = V(in.c);
+          Value& position = at(in.c);
           if (position.tag != Tag::real) NotInitialised();
-          const ArrayData& array = ArrayIn(V(in.b));
+          const ArrayData& array = ArrayIn(at(in.b));
           position.real += 1;
           if (position.real < static_cast<double>(array.count)) {
-            V(in.a) = array.Get(static_cast<std::size_t>(position.real));
+            at(in.a) = array.Get(static_cast<std::size_t>(position.real));
             jump(in.d);
           }
           break;

@@ -118,7 +118,7 @@ enum class Handling : std::uint16_t { none, go, resumeNext };
 enum class Resumption : std::uint16_t { again, next, go };
 
 struct Instruction {
-  Op op;
+  Op op = Op::none;
   std::uint16_t n = 0;
   Operand a = 0;
   Operand b = 0;

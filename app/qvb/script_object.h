@@ -77,10 +77,11 @@ class HostNames {
 template <typename T>
 struct MemberRow {
   std::string_view name;
-  int fewest;  // indexes or arguments
-  int most;
-  Value (*get)(T& self, std::span<const Value> arguments);  // null: cannot be read
-  void (*put)(T& self, std::span<const Value> arguments, const Value& value);  // null: read-only
+  int fewest = 0;  // indexes or arguments
+  int most = 0;
+  Value (*get)(T& self, std::span<const Value> arguments) = nullptr;  // null: cannot be read
+  void (*put)(T& self, std::span<const Value> arguments,
+              const Value& value) = nullptr;  // null: read-only
 };
 
 // The checks that the rows ask for.
