@@ -19,8 +19,6 @@
 namespace qrvml {
 namespace {
 
-constexpr AnalysisKind kKinds[] = {{"knn", "K nearest neighbours", 2, 104, 107}};
-
 void Print(const std::string& text) {
   std::fwrite(text.data(), 1, text.size(), stdout);
   std::fflush(stdout);
@@ -64,43 +62,24 @@ bool CheckSteps(const std::vector<Step>& steps, std::span<const Control> control
   return true;
 }
 
-/// One run: the file is open, the specification dialog stands.
+/// One run: the file is open.
 class AnalysisRun {
  public:
   AnalysisRun(const AnalysisKind& kind, const AnalysisOptions& options, OpenedFile& opened,
               const std::atomic<bool>& cancel)
       : kind_(kind),
         options_(options),
-        opened_(opened),
-        file_(opened.file()),
         cancel_(cancel),
-        host_({.interactive = options.interactive,
-               .threads = options.threads,
-               .memoryLimit = 0,
-               .terminal = options.interactive ? TerminalWriter()
-                                               : std::function<void(std::string_view)>()},
-              cancel),
-        session_(opened.Services(host_), host_.sequence, host_.random),
+        analysis_(options.run, opened, cancel),
+        session_(analysis_.session()),
         calls_(
-            session_, host_, [](const std::string& line) { Print(line + '\n'); },
-            [this](const std::string& line) { Tell(line); }),
-        files_(options.out, options.formats) {
-    host_.saving.overwrite = options.overwrite;
-    host_.messages.show = [this](const LoggedMessage& message) { Tell(message.text); };
-    host_.progress.casesRead = [this] { return opened_.watched().lastCase(); };
-    host_.workbook.caseName = [this](int caseNumber) { return file_.getlab(caseNumber); };
-    host_.workbook.onChange = [this](std::size_t position) { DocumentChanged(position); };
-    session_.beforeActing = [this] { return opened_.Look(host_, session_); };
-    opened_.beforeStartingOver = [this] { lastReport_ = Report(); };
-    session_.beforeLeaving = [this](QrvAnalysisDialog& dialog) {
-      properties_ = ReadProperties(dialog);
-    };
-  }
+            session_, analysis_.host(), [](const std::string& line) { Print(line + '\n'); },
+            [this](const std::string& line) { analysis_.Tell(line); }) {}
 
   int Run(AnalysisFactory factory) {
     std::string error;
     if (!session_.Open(factory, error) || !ChooseKind(session_, kind_, error)) {
-      Tell(error);
+      analysis_.Tell(error);
       return kExitFailed;
     }
     if (!Specify()) return Failed();
@@ -110,20 +89,15 @@ class AnalysisRun {
     }
     if (!calls_.OK(kind_.resultsStep)) return Failed();
     const bool done = RunSteps();
-    host_.progress.ClearLine();
-    if (!Save(true)) return kExitFailed;
+    analysis_.host().progress.ClearLine();
+    if (!analysis_.Save(true) || !analysis_.SaveMacro(options_.open)) return kExitFailed;
     return done && !cancel_ ? int{kExitDone} : Failed();
   }
 
  private:
   int Failed() {
-    host_.progress.ClearLine();
+    analysis_.host().progress.ClearLine();
     return cancel_ ? kExitCancelled : kExitFailed;
-  }
-
-  void Tell(const std::string& text) {
-    host_.progress.ClearLine();
-    Complain(text);
   }
 
   bool Specify() {
@@ -132,99 +106,41 @@ class AnalysisRun {
     }
     for (const auto& [name, value] : options_.puts) {
       if (!session_.dialog()->IsEnabled(name))
-        Tell("warning: " + name + " has no effect with these settings");
+        analysis_.Tell("warning: " + name + " has no effect with these settings");
     }
     AutomationValue variables;
     if (session_.Get("Variables", variables).Succeeded()) {
-      for (const std::string& warning : WarningsAbout(variables.text, file_.Table()))
-        Tell("warning: " + warning);
+      for (const std::string& warning : WarningsAbout(variables.text, analysis_.file().Table()))
+        analysis_.Tell("warning: " + warning);
     }
     return true;
   }
 
   bool RunSteps() {
     // What OK itself made (the results text) is saved whatever becomes of the steps.
-    if (!Save(false)) return false;
+    if (!analysis_.Save(false)) return false;
     for (const Step& step : options_.steps) {
       const bool done = calls_.Run(step) && !cancel_;
-      if (!Save(false) || !done) return false;
+      if (!analysis_.Save(false) || !done) return false;
     }
     return true;
   }
 
-  void DocumentChanged(std::size_t position) {
-    if (!options_.out.empty()) {
-      files_.Touch(position);
-      return;
-    }
-    host_.progress.ClearLine();
-    if (printedAny_) std::cout << '\n';
-    WriteDocumentText(std::cout, host_.workbook.documents()[position], host_.workbook.caseName);
-    std::cout.flush();
-    printedAny_ = true;
-  }
-
-  /// Writes what is new; at the end also the whole run.
-  bool Save(bool atEnd) {
-    if (!saves_) return false;
-    std::string error;
-    if (options_.out.empty()) {
-      if (std::cout.good()) return true;
-      error = "cannot write to the standard output";
-    } else if (files_.Write(host_.workbook, error) &&
-               (!atEnd || (files_.WriteRun(host_.workbook, error) && WriteReport(error)))) {
-      return true;
-    }
-    Tell(error);
-    return saves_ = false;
-  }
-
-  bool WriteReport(std::string& error) {
-    RunReport report = lastReport_ ? *lastReport_ : Report();
-    for (const LoggedMessage& message : host_.messages.messages())
-      report.messages.push_back({message.number, message.text, message.step});
-    return files_.WriteExtra(
-        "documents.json", [&](std::ostream& out) { WriteReportJson(out, report, host_.workbook); },
-        error);
-  }
-
-  /// All but the messages.
-  RunReport Report() {
-    RunReport report;
-    report.analysis.emplace_back("kind", std::string(kind_.command));
-    report.analysis.emplace_back("file", file_.DataFileText());
-    report.analysis.emplace_back("cases", double(file_.NumberOfCases()));
-    for (const auto& [name, value] : session_.analysis()->Figures())
-      report.analysis.emplace_back(name, value);
-    report.properties = properties_;
-    if (const auto dialog = session_.dialog(); dialog != nullptr) {
-      for (NamedValue& property : ReadProperties(*dialog))
-        report.properties.push_back(std::move(property));
-    }
-    return report;
-  }
-
   const AnalysisKind& kind_;
   const AnalysisOptions& options_;
-  OpenedFile& opened_;
-  HostDataFile& file_;  // as it was opened: what the documents were made of
   const std::atomic<bool>& cancel_;
-  AnalysisHost host_;
-  AnalysisSession session_;
+  OpenAnalysis analysis_;
+  AnalysisSession& session_;
   DialogCalls calls_;
-  DocumentFiles files_;
-  std::vector<NamedValue> properties_;   // of the dialog that was left last
-  std::optional<RunReport> lastReport_;  // of the analysis that a changed file ended
-  bool printedAny_ = false;
-  bool saves_ = true;  // until a document could not be written
 };
 
 }  // namespace
 
 const AnalysisKind* FindAnalysisKind(std::string_view command) {
+  const auto kinds = AnalysisKinds();
   const auto found = std::ranges::find(
-      kKinds, command, [](const AnalysisKind& k) -> std::string_view { return k.command; });
-  return found == std::end(kKinds) ? nullptr : &*found;
+      kinds, command, [](const AnalysisKind& k) -> std::string_view { return k.command; });
+  return found == kinds.end() ? nullptr : &*found;
 }
 
 int RunAnalysisCommand(const AnalysisKind& kind, std::span<const std::string> arguments) {
@@ -260,8 +176,8 @@ int RunAnalysisCommand(const AnalysisKind& kind, std::span<const std::string> ar
     return kExitWrongUsage;
   }
 
-  if (!options.out.empty() && !DocumentFiles(options.out, options.formats).Check(text)) {
-    Complain("--out: " + text);
+  if (!CheckRunFiles(options.run, text)) {
+    Complain(text);
     return kExitFailed;
   }
   OpenedFile opened(options.open, cancel);

@@ -8,7 +8,6 @@ namespace qrvml {
 namespace {
 
 constexpr std::string_view kDefaultSteps = "Summary,DescriptiveStat";
-constexpr std::string_view kDefaultFormats = "txt,json";
 
 constexpr const char* kFooter =
     R"(Lists: | separates lists, blanks separate members: names, numbers from 1, ranges 2-5, * for all
@@ -125,6 +124,23 @@ bool ReadSteps(const std::vector<std::string>& texts, AnalysisOptions& options,
 
 }  // namespace
 
+void AddRunOptions(CommandLine& line, RunOptions& options, std::string& formats) {
+  const std::string group = "Run";
+  formats = "txt,json";
+  line.Add("--out", options.out, "Folder for the documents (default: standard output)")
+      ->type_name("DIR")
+      ->group(group);
+  line.Add("--format", formats,
+           "Formats of the documents' files: txt, json, csv, xlsx, svg, png (default txt,json)")
+      ->group(group);
+  line.AddFlag("--overwrite", options.overwrite,
+               "Let what is saved (ResultsSaveFileName, --record) replace existing files")
+      ->group(group);
+  line.Add("--threads", options.threads, "Threads (default: all cores)")
+      ->check(CLI::Range(1, 4096))
+      ->group(group);
+}
+
 ParseOutcome ParseAnalysisOptions(const AnalysisKind& kind, std::span<const Control> controls,
                                   std::span<const std::string> arguments, AnalysisOptions& options,
                                   std::string& text) {
@@ -134,7 +150,7 @@ ParseOutcome ParseAnalysisOptions(const AnalysisKind& kind, std::span<const Cont
 
   SampleOptions sample;
   std::vector<std::string> steps;
-  std::string formats(kDefaultFormats), interactive = "1";
+  std::string formats, interactive = "1";
   const std::string group = "Run";
   line.AddFlag("--sample-inactive", sample.inactive, "The sample identifier's choice Inactif")
       ->group("Controls");
@@ -142,17 +158,9 @@ ParseOutcome ParseAnalysisOptions(const AnalysisKind& kind, std::span<const Cont
                      "Steps in the results dialog (default " + std::string(kDefaultSteps) + ')')
       ->type_name("STEP,...")
       ->group(group);
-  line.Add("--out", options.out, "Folder for the documents (default: standard output)")
-      ->type_name("DIR")
-      ->group(group);
-  line.Add("--format", formats,
-           "Formats of the documents' files: txt, json, csv, xlsx, svg, png (default txt,json)")
-      ->group(group);
-  line.AddFlag("--overwrite", options.overwrite,
-               "Let saved data files (ResultsSaveFileName) replace existing ones")
-      ->group(group);
-  line.Add("--threads", options.threads, "Threads (default: all cores)")
-      ->check(CLI::Range(1, 4096))
+  AddRunOptions(line, options.run, formats);
+  line.Add("--record", options.run.record, "File for the macro that equals the run")
+      ->type_name("FILE")
       ->group(group);
   line.Add("--interactive", interactive, "0 presses OK as a macro does, without progress",
            OptionWord::Takes::zeroOrOne)
@@ -167,13 +175,13 @@ ParseOutcome ParseAnalysisOptions(const AnalysisKind& kind, std::span<const Cont
 
   const ParseOutcome outcome = line.Parse(arguments, text);
   if (outcome != ParseOutcome::go || options.helpControls) return outcome;
-  options.interactive = interactive == "1";
-  options.open.threads = options.threads;
+  options.run.interactive = interactive == "1";
+  options.open.threads = options.run.threads;
   if (options.open.path.empty()) {
     text = "FILE is missing";
     return ParseOutcome::wrong;
   }
-  if (!ReadFormats(formats, options.formats, text) ||
+  if (!ReadFormats(formats, options.run.formats, text) ||
       !ReadGivenControls(given, sample, options, text) || !ReadSteps(steps, options, text))
     return ParseOutcome::wrong;
   return ParseOutcome::go;

@@ -120,7 +120,7 @@ bool DialogCalls::Print(const Step& step) {
 
 bool DialogCalls::Run(const Step& step) {
   const std::size_t messages = host_.messages.messages().size();
-  host_.messages.step = step.text;
+  host_.messages.step = (step.kind == Step::Kind::press ? "press:" : "") + step.name;
   const bool isAnswer =
       IsAnswerName(step.name) && (step.kind == Step::Kind::put || step.kind == Step::Kind::print);
   if (!isAnswer && Usable(step) == nullptr) return false;

@@ -175,10 +175,10 @@ TEST(AnalysisOptionsFile, OptionsOfTheFileGoToTheFile) {
   EXPECT_EQ(open.decimal, ",");
   EXPECT_EQ(open.encoding, "utf-8");
   EXPECT_EQ(open.threads, 2);
-  EXPECT_EQ(parsed.options.threads, 2);
-  EXPECT_FALSE(parsed.options.interactive);
-  EXPECT_EQ(parsed.options.out, "d");
-  ASSERT_EQ(parsed.options.formats.size(), 1u);
+  EXPECT_EQ(parsed.options.run.threads, 2);
+  EXPECT_FALSE(parsed.options.run.interactive);
+  EXPECT_EQ(parsed.options.run.out, "d");
+  ASSERT_EQ(parsed.options.run.formats.size(), 1u);
 }
 
 TEST(AnalysisHelp, ComesFromTheTable) {
