@@ -1,8 +1,10 @@
 #include "deploy/number_text.h"
 
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 
 namespace qrvml {
 namespace {
@@ -10,8 +12,6 @@ namespace {
 constexpr int kDigits = 6;  // significant digits of "%g", decimals of "%f"
 
 constexpr double kPowers[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
-constexpr std::uint32_t kIntegerPowers[] = {1,      10,      100,      1000,      10000,
-                                            100000, 1000000, 10000000, 100000000, 1000000000};
 
 /// The integer nearest to `scaled`, a product of one rounding below 1e12. False where that rounding
 /// could decide: the exact conversion must then be asked.
@@ -23,12 +23,21 @@ bool NearestInteger(double scaled, std::uint64_t& nearest) {
   return true;
 }
 
-char* WriteDigits(char* out, std::uint32_t value, int digits) {
-  for (int place = digits - 1; place >= 0; --place) {
-    out[place] = static_cast<char>('0' + value % 10);
-    value /= 10;
+/// "00" to "99".
+constexpr auto kPairs = [] {
+  std::array<char, 200> pairs{};
+  for (std::size_t i = 0; i < 100; ++i) {
+    pairs[2 * i] = static_cast<char>('0' + i / 10);
+    pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
   }
-  return out + digits;
+  return pairs;
+}();
+
+/// The six digits of a number below 1000000.
+void WriteSixDigits(char* out, std::uint32_t value) {
+  std::memcpy(out, &kPairs[value / 10000 * 2], 2);
+  std::memcpy(out + 2, &kPairs[value / 100 % 100 * 2], 2);
+  std::memcpy(out + 4, &kPairs[value % 100 * 2], 2);
 }
 
 char* WriteExactly(char* out, double value, std::chars_format format) {
@@ -57,14 +66,23 @@ char* WriteGeneral(char* out, double value) {
   if (!NearestInteger(magnitude * kPowers[decimals], nearest) || nearest >= 1000000)
     return WriteExactly(out, value, std::chars_format::general);
   if (std::signbit(value)) *out++ = '-';
-  const auto digits = static_cast<std::uint32_t>(nearest);
-  out = std::to_chars(out, out + kLongestNumber, digits / kIntegerPowers[decimals]).ptr;
-  const std::uint32_t fraction = digits % kIntegerPowers[decimals];
-  if (fraction == 0) return out;
-  *out++ = '.';
-  out = WriteDigits(out, fraction, decimals);
-  while (out[-1] == '0') --out;
-  return out;
+  // Whole groups are copied, since their size is known, and what is too much is written over.
+  char digits[2 * kDigits] = {};
+  WriteSixDigits(digits, static_cast<std::uint32_t>(nearest));
+  int shown = kDigits;
+  while (digits[shown - 1] == '0') --shown;
+  const int whole = kDigits - decimals;  // digits before the point; not positive: zeros after it
+  if (whole <= 0) {
+    std::memcpy(out, "0.000", 5);
+    out += 2 - whole;
+    std::memcpy(out, digits, kDigits);
+    return out + shown;
+  }
+  std::memcpy(out, digits, kDigits);
+  if (shown <= whole) return out + whole;
+  out[whole] = '.';
+  std::memcpy(out + whole + 1, digits + whole, kDigits);
+  return out + shown + 1;
 }
 
 char* WriteFixed(char* out, double value) {
@@ -73,11 +91,15 @@ char* WriteFixed(char* out, double value) {
   if (!(magnitude < 1e6) || !NearestInteger(magnitude * kPowers[kDigits], nearest))
     return WriteExactly(out, value, std::chars_format::fixed);
   if (std::signbit(value)) *out++ = '-';
-  out = std::to_chars(out, out + kLongestNumber,
-                      static_cast<std::uint32_t>(nearest / kIntegerPowers[kDigits]))
-            .ptr;
+  const auto whole = static_cast<std::uint32_t>(nearest / 1000000);
+  if (whole < 10) {
+    *out++ = static_cast<char>('0' + whole);
+  } else {
+    out = std::to_chars(out, out + kLongestNumber, whole).ptr;
+  }
   *out++ = '.';
-  return WriteDigits(out, static_cast<std::uint32_t>(nearest % kIntegerPowers[kDigits]), kDigits);
+  WriteSixDigits(out, static_cast<std::uint32_t>(nearest % 1000000));
+  return out + kDigits;
 }
 
 std::string GeneralText(double value) {

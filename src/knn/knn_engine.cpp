@@ -116,10 +116,15 @@ void KNNEngine::ShowStatus(std::string_view text) const {
 bool KNNEngine::LoadCase(Sample sample, std::int32_t index, Load what, bool withLabel) {
   const auto ni = inputs();
   const auto m = dependents();
-  HostArray<double> predictorValues(ni), dependentValues(m);
-  if (!data_.ReadStoredCase(sample, index, predictorValues, dependentValues)) return false;
-  if (what != Load::dependents) std::copy_n(predictorValues.begin(), ni, currentInputs.begin());
-  if (what != Load::inputs) std::copy_n(dependentValues.begin(), m, currentDependents.begin());
+  if (what == Load::both) {
+    if (!data_.ReadStoredCase(sample, index, currentInputs, currentDependents)) return false;
+  } else {
+    HostArray<double> predictorValues(ni), dependentValues(m);
+    if (!data_.ReadStoredCase(sample, index, predictorValues, dependentValues)) return false;
+    if (what == Load::inputs) std::copy_n(predictorValues.begin(), ni, currentInputs.begin());
+    if (what == Load::dependents)
+      std::copy_n(dependentValues.begin(), m, currentDependents.begin());
+  }
   if (withLabel) {
     const std::int32_t number = data_.CaseNumberOf(sample, index);
     const std::string label = Host().file->getlab(number);

@@ -1,0 +1,219 @@
+#include "cli/score_command.h"
+
+#include <cmath>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <sstream>
+
+#include "cli/command_line.h"
+#include "cli/exit_code.h"
+#include "cli/interrupt.h"
+#include "datafile/host_data_file.h"
+#include "host/numerics.h"
+#include "score/c_program.h"
+#include "score/pmml_document.h"
+#include "score/scoring.h"
+
+namespace qrvml {
+namespace {
+
+struct ScoreOptions {
+  OpenOptions open;
+  std::string c, pmml;  // the generated text; one of them is given
+  double timeLimit = 300;
+};
+
+constexpr std::size_t kLargestText = std::size_t{1} << 30;
+
+void Complain(const std::string& text) { std::cerr << "qrvml: " << text << '\n'; }
+
+/// The whole of a generated text. What begins otherwise is refused before it is read as a whole.
+bool ReadText(const std::string& path, std::string_view begin, std::string_view what,
+              std::string& text, std::string& error) {
+  std::ifstream file(path, std::ios::binary);
+  std::vector<char> block(1 << 16);
+  text.clear();
+  while (file.read(block.data(), static_cast<std::streamsize>(block.size())) || file.gcount() > 0) {
+    const bool first = text.empty();
+    text.append(block.data(), static_cast<std::size_t>(file.gcount()));
+    if (first && !text.starts_with(begin)) {
+      error = "it does not begin as " + std::string(what) + " does";
+      return false;
+    }
+    if (text.size() > kLargestText) {
+      error = "it is larger than 1 GB";
+      return false;
+    }
+  }
+  if (!text.empty()) return true;
+  error = file.is_open() && file.eof() ? "it is empty" : "it cannot be read";
+  return false;
+}
+
+std::unique_ptr<DeployedModel> OpenModel(const ScoreOptions& options, const HostDataFile& file,
+                                         const std::atomic<bool>& cancel, std::string& error) {
+  std::string text;
+  if (options.c.empty()) {
+    if (!ReadText(options.pmml, "<?xml", "a generated PMML document", text, error)) return nullptr;
+    return ReadPmmlDocument(text, error);
+  }
+  CHeader header;
+  if (!ReadText(options.c, "//", "a generated C program", text, error) ||
+      !ReadCHeader(
+          text, [&](const std::string& name) { return Scoring::FindVariable(file, name) != 0; },
+          header, error))
+    return nullptr;
+  const Patience patience{std::chrono::milliseconds(std::llround(options.timeLimit * 1000)),
+                          &cancel};
+  return CProgram::Open(text, std::move(header), patience, error);
+}
+
+/// A field of delimited text; quoted where it must be.
+std::string Field(const std::string& text) {
+  if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
+  std::string quoted = "\"";
+  for (const char c : text) quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
+  return quoted + '"';
+}
+
+std::string ValueField(const DeployedField& field, double value) {
+  if (std::isnan(value)) return {};
+  const DeployedCategory* category = field.isCategorical ? field.FindCode(value) : nullptr;
+  return Field(category == nullptr ? ShortestText(value) : category->text);
+}
+
+class PredictionTable {
+ public:
+  PredictionTable(HostDataFile& file, const DeployedModel& model, const Scoring& scoring)
+      : file_(file), model_(model), scoring_(scoring) {}
+
+  void WriteHeadings() {
+    std::cout << "case";
+    if (HasNames()) std::cout << ",name";
+    for (std::size_t d = 0; d < model_.dependents.size(); ++d) {
+      const std::string& name = model_.dependents[d].name;
+      std::cout << ',' << Field(name);
+      if (scoring_.HasDependent(d))
+        std::cout << ',' << Field(name + " observed") << ',' << Field(name + " residual");
+    }
+    std::cout << '\n';
+  }
+  void Write(const ScoredCase& scored) {
+    std::cout << scored.caseNumber;
+    if (HasNames()) std::cout << ',' << Field(file_.getlab(scored.caseNumber));
+    for (std::size_t d = 0; d < model_.dependents.size(); ++d) {
+      const DeployedField& dependent = model_.dependents[d];
+      const double observed = scored.observed[d];
+      std::cout << ',';
+      if (scored.isPredicted) std::cout << ValueField(dependent, scored.predictions[d]);
+      if (!scoring_.HasDependent(d)) continue;
+      std::cout << ',' << ValueField(dependent, observed) << ',';
+      if (!scored.isPredicted || std::isnan(observed)) continue;
+      const double residual = observed - scored.predictions[d];
+      std::cout << ShortestText(dependent.isCategorical ? (residual == 0 ? 0 : 1) : residual);
+    }
+    std::cout << '\n';
+  }
+
+ private:
+  bool HasNames() const { return file_.CaseNamesVariable() != 0; }
+
+  HostDataFile& file_;
+  const DeployedModel& model_;
+  const Scoring& scoring_;
+};
+
+void Summarise(const ScoringSummary& summary, const DeployedModel& model) {
+  std::string text = std::to_string(summary.scored) + " cases are predicted";
+  if (summary.missing > 0)
+    text += ", " + std::to_string(summary.missing) + " are not since an input is missing";
+  if (summary.unknown > 0)
+    text += ", " + std::to_string(summary.unknown) + " are not since the model lacks a category";
+  Complain(text);
+  for (std::size_t d = 0; d < model.dependents.size(); ++d) {
+    const ScoredDependent& found = summary.dependents[d];
+    if (found.compared == 0) continue;
+    const std::string compared = std::to_string(found.compared);
+    Complain(model.dependents[d].name + ": " +
+             (model.dependents[d].isCategorical
+                  ? std::to_string(found.correct) + " of " + compared + " correct"
+                  : "mean squared residual " +
+                        ShortestText(found.squares / static_cast<double>(found.compared)) +
+                        " over " + compared));
+  }
+}
+
+int Score(const ScoreOptions& options) {
+  const std::atomic<bool>& cancel = CatchInterrupts();
+  std::unique_ptr<HostDataFile> file;
+  FileError fileError;
+  if (!OpenDataFile(options.open, file, fileError)) {
+    Complain(fileError.Text());
+    return kExitFailed;
+  }
+  file->SetPassHook([&cancel](int) { return cancel.load(); });
+  std::string error;
+  const std::string& source = options.c.empty() ? options.pmml : options.c;
+  const auto model = OpenModel(options, *file, cancel, error);
+  if (model == nullptr) {
+    if (cancel) return kExitCancelled;
+    Complain(source + ": " + error);
+    return kExitFailed;
+  }
+  Scoring scoring(*file, *model);
+  if (!scoring.FindVariables(error)) {
+    Complain(options.open.path + ": " + error);
+    return kExitFailed;
+  }
+  PredictionTable table(*file, *model, scoring);
+  table.WriteHeadings();
+  ScoringSummary summary;
+  const ScoringOutcome outcome =
+      scoring.Run([&](const ScoredCase& scored) { table.Write(scored); }, summary, error);
+  std::cout.flush();
+  if (cancel) return kExitCancelled;
+  if (outcome != ScoringOutcome::done) {
+    Complain(source + ": " + error);
+    return kExitFailed;
+  }
+  if (!std::cout.good()) {
+    Complain("cannot write to the standard output");
+    return kExitFailed;
+  }
+  Summarise(summary, *model);
+  return kExitDone;
+}
+
+}  // namespace
+
+int RunScoreCommand(std::span<const std::string> arguments) {
+  ScoreOptions options;
+  CommandLine line("Predictions of a generated text for the cases of a data file", "qrvml score");
+  line.AddFileOptions(options.open);
+  line.Add("--c", options.c, "Generated C program: it is compiled and run");
+  line.Add("--pmml", options.pmml, "Generated PMML document");
+  line.Add("--time-limit", options.timeLimit,
+           "Seconds that the compiler, and the program for a case, may take (default: 300)")
+      ->check(CLI::Range(0.001, 1e6));
+  line.Add("--threads", options.open.threads, "Threads for reading (default: all cores)")
+      ->check(CLI::Range(1, 4096));
+  std::string text;
+  const ParseOutcome outcome = line.Parse(arguments, text);
+  if (outcome == ParseOutcome::help) {
+    std::cout << text;
+    return kExitDone;
+  }
+  if (outcome == ParseOutcome::go) {
+    if (options.open.path.empty()) {
+      text = "FILE is missing";
+    } else if (options.c.empty() == options.pmml.empty()) {
+      text = "one generated text is needed: --c SOURCE or --pmml DOCUMENT";
+    }
+  }
+  if (text.empty()) return Score(options);
+  Complain(text + " (qrvml score --help lists the options)");
+  return kExitWrongUsage;
+}
+
+}  // namespace qrvml
