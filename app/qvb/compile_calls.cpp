@@ -123,7 +123,7 @@ Compiler::Passing Compiler::PassElement(const Parameter& parameter, const Expres
 }
 
 Compiler::Passing Compiler::CompileArgument(const Parameter& parameter, const Expression* argument,
-                                            bool othersAreNames) {
+                                            bool othersAreNames, bool othersCall) {
   if (!argument || argument->kind == Expression::Kind::omitted) {
     const Operand constant = Constant(parameter.initial);
     if (!parameter.byReference) return {Op::passValue, constant, Type::variant, {}};
@@ -179,7 +179,11 @@ Compiler::Passing Compiler::CompileArgument(const Parameter& parameter, const Ex
     }
   }
   const Result result = InType(CompileExpression(*argument), parameter.type);
-  if (!parameter.byReference) return {Op::passValue, result.place, result.type, {}};
+  if (!parameter.byReference) {
+    // A value is the one that the variable had before the other arguments were evaluated.
+    const Result kept = othersCall ? Copied(result) : result;
+    return {Op::passValue, kept.place, kept.type, {}};
+  }
   // A reference to a constant would let the procedure change it.
   if (result.passing && result.type == parameter.type) {
     return {Op::passReference, result.place, parameter.type, {}};
@@ -205,6 +209,9 @@ Result Compiler::CompileCall(const ProcedureHead& head, const Expression& expres
   CheckArgumentCount(Written(expression.name), expression.arguments.size(), fewest,
                      parameters.size(), expression.line);
   const bool names = std::any_of(expression.arguments.begin(), expression.arguments.end(), isName);
+  const bool calls =
+      std::any_of(expression.arguments.begin(), expression.arguments.end(),
+                  [this](const ExpressionPtr& argument) { return CallsProcedure(*argument); });
   std::vector<Passing> passings;
   for (std::size_t i = 0; i < parameters.size(); ++i) {
     const Expression* const argument =
@@ -213,7 +220,7 @@ Result Compiler::CompileCall(const ProcedureHead& head, const Expression& expres
       Fail(expression.line, "argument " + std::to_string(i + 1) + " of `" +
                                 Written(expression.name) + "` is missing");
     }
-    passings.push_back(CompileArgument(parameters[i], argument, names));
+    passings.push_back(CompileArgument(parameters[i], argument, names, calls));
   }
   const auto callee = static_cast<Operand>(head.number);
   Emit(Op::prepareCall, 0, 0, 0, callee);

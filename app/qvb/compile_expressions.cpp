@@ -128,8 +128,11 @@ bool Compiler::CallsProcedure(const Expression& expression) const {
 
 /// A variable's value as it is now, although `later` may change the variable before it is used.
 Result Compiler::Kept(const Result& result, const Expression& later) {
+  return CallsProcedure(later) ? Copied(result) : result;
+}
+
+Result Compiler::Copied(const Result& result) {
   if (result.passing || result.array || (result.place & 3) == kConstant) return result;
-  if (!CallsProcedure(later)) return result;
   const Operand place = PassingRegister(result.type);
   Emit(Op::move, place, result.place);
   return {place, result.type, false, true};
@@ -273,7 +276,8 @@ Result Compiler::CompileElement(const Result& array, const Expression& expressio
     Emit(Op::getVN, place, array.place, first, 0, indexes.size());
     return {place, array.type, false, true};
   }
-  const Result i = CompileExpression(*indexes[0]);
+  Result i = CompileExpression(*indexes[0]);
+  if (indexes.size() > 1) i = Kept(i, *indexes[1]);
   const Op ops[2][3] = {{Op::getV1, Op::getI1, Op::getR1}, {Op::getV2, Op::getI2, Op::getR2}};
   const int kind = !direct ? 0 : array.type == Type::integer ? 1 : 2;
   if (indexes.size() == 1) {

@@ -142,6 +142,7 @@ class Compiler {
   Result CompileExpression(const Expression& expression, Wish wish = {});
   Result CompileBinary(const Expression& expression, Wish wish);
   Result Kept(const Result& result, const Expression& later);
+  Result Copied(const Result& result);
   bool CallsProcedure(const Expression& expression) const;
   Result EmitOperation(Operator op, const Result& left, const Result& right, Wish wish);
   Result CompileSign(const Expression& expression, Wish wish);
@@ -164,7 +165,7 @@ class Compiler {
   std::uint32_t CompileArguments(const std::vector<ExpressionPtr>& arguments);
   struct Passing;
   Passing CompileArgument(const Parameter& parameter, const Expression* argument,
-                          bool othersAreNames);
+                          bool othersAreNames, bool othersCall);
   Passing PassElement(const Parameter& parameter, const Expression& argument, const Result& array,
                       bool othersAreNames);
   Passing PassVariable(const Variable& variable);
