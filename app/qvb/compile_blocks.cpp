@@ -94,8 +94,9 @@ void Compiler::CloseNext(int name) {
 
 void Compiler::CompileFor() {
   const Token token = reader_->ExpectName("the variable of the loop");
-  Variable* const found = FindVariable(token.name);
-  const Variable variable = found ? *found : ImplicitVariable(token.name, token.suffix, token.line);
+  ScriptVariable* const found = FindVariable(token.name);
+  const ScriptVariable variable =
+      found ? *found : ImplicitVariable(token.name, token.suffix, token.line);
   const bool numeric = variable.type == Type::integer || variable.type == Type::real ||
                        variable.type == Type::variant;
   if (variable.constant || variable.array || !numeric) {
@@ -144,8 +145,9 @@ void Compiler::CompileFor() {
 
 void Compiler::CompileForEach() {
   const Token token = reader_->ExpectName("the variable of the loop");
-  Variable* const found = FindVariable(token.name);
-  const Variable variable = found ? *found : ImplicitVariable(token.name, token.suffix, token.line);
+  ScriptVariable* const found = FindVariable(token.name);
+  const ScriptVariable variable =
+      found ? *found : ImplicitVariable(token.name, token.suffix, token.line);
   if (variable.constant || variable.array) {
     Fail(token.line, "`" + std::string(token.text) + "` cannot take elements");
   }

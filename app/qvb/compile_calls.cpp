@@ -77,7 +77,7 @@ Result Compiler::CompileFunction(const Expression& expression, Wish wish, bool w
   return {place, row.result, false, true};
 }
 
-Compiler::Passing Compiler::PassVariable(const Variable& variable) {
+Compiler::Passing Compiler::PassVariable(const ScriptVariable& variable) {
   if (!variable.byReference) return {Op::passReference, variable.place, variable.type, {}};
   NoteWritten(variable);
   return {Op::pass, variable.place, variable.type, {}};
@@ -132,7 +132,7 @@ Compiler::Passing Compiler::CompileArgument(const Parameter& parameter, const Ex
     return {Op::passReference, place, parameter.type, {}};
   }
   const bool isName = argument->kind == Expression::Kind::name;
-  Variable* const variable = isName ? FindVariable(argument->name) : nullptr;
+  ScriptVariable* const variable = isName ? FindVariable(argument->name) : nullptr;
   const bool calls =
       variable && argument->hasArguments && !variable->array && heads_.contains(argument->name);
   const bool isPlace = variable && !variable->constant && !calls && !argument->parenthesised;

@@ -4,22 +4,22 @@
 
 namespace qrvml {
 
-Variable* Compiler::FindVariable(int name) {
+ScriptVariable* Compiler::FindVariable(int name) {
   const auto local = draft_->locals.find(name);
   if (local != draft_->locals.end()) return &local->second;
   const auto module = module_.find(name);
   return module != module_.end() ? &module->second : nullptr;
 }
 
-Variable& Compiler::ImplicitVariable(int name, Type suffix, int line) {
+ScriptVariable& Compiler::ImplicitVariable(int name, Type suffix, int line) {
   if (file_->optionExplicit) Fail(line, "`" + Written(name) + "` is not declared");
-  Variable variable;
+  ScriptVariable variable;
   variable.type = suffix;
   variable.place = MakeOperand(kRegister, NewRegister(suffix));
   return draft_->locals[name] = variable;
 }
 
-void Compiler::Declare(int name, const Variable& variable, int line) {
+void Compiler::Declare(int name, const ScriptVariable& variable, int line) {
   if (!draft_->locals.try_emplace(name, variable).second) {
     Fail(line, "`" + Written(name) + "` is declared twice or used before its declaration");
   }
@@ -139,7 +139,7 @@ void Compiler::CompileDim(bool isStatic) {
     const Declaration declaration = ReadDeclaration();
     // The module's own lines have declared theirs already.
     if (draft_->number == 0 && !isStatic) continue;
-    Variable variable;
+    ScriptVariable variable;
     variable.type = declaration.type;
     variable.array = declaration.array;
     std::optional<std::vector<Bounds>> bounds = std::vector<Bounds>();
@@ -176,9 +176,9 @@ void Compiler::CompileReDim() {
   do {
     Declaration declaration = ReadDeclaration();
     if (declaration.bounds.empty()) reader_->FailExpected("bounds");
-    Variable* variable = FindVariable(declaration.name);
+    ScriptVariable* variable = FindVariable(declaration.name);
     if (!variable) {
-      Variable array;
+      ScriptVariable array;
       array.type = declaration.type;
       array.array = true;
       const std::uint32_t place = NewRegister(Type::variant);
@@ -203,7 +203,7 @@ void Compiler::CompileConst(bool module) {
     const DeclaredType type = ReadAs(token.suffix, false);
     reader_->Expect("=");
     const ExpressionPtr written = reader_->ReadExpression();
-    Variable variable;
+    ScriptVariable variable;
     variable.constant = true;
     try {
       variable.value = Converted(ExpectConstant(*written), type.type);
@@ -224,7 +224,7 @@ Operand Compiler::NewModuleVariable(const std::string& name, const Value& initia
   return MakeOperand(kModule, program_->moduleVariables.size() - 1);
 }
 
-void Compiler::AddModuleVariable(int name, const Variable& variable) {
+void Compiler::AddModuleVariable(int name, const ScriptVariable& variable) {
   if (heads_.contains(name) || !module_.try_emplace(name, variable).second) {
     reader_->Fail("`" + Written(name) + "` is declared twice");
   }
@@ -234,7 +234,7 @@ void Compiler::DeclareModuleVariables(int keyword) {
   if (keyword == kConst || reader_->Accept(kConst)) return CompileConst(true);
   do {
     const Declaration declaration = ReadDeclaration();
-    Variable variable;
+    ScriptVariable variable;
     variable.type = declaration.type;
     variable.array = declaration.array;
     variable.place =

@@ -218,7 +218,7 @@ void Compiler::CompileJumpUnless(const Expression& condition, std::vector<std::s
 }
 
 Result Compiler::CompileName(const Expression& expression, Wish wish) {
-  Variable* variable = FindVariable(expression.name);
+  ScriptVariable* variable = FindVariable(expression.name);
   // Inside a function its name with arguments calls it again.
   const auto head = heads_.find(expression.name);
   if (variable && head != heads_.end() && expression.hasArguments && !variable->array) {
@@ -240,7 +240,7 @@ Result Compiler::CompileName(const Expression& expression, Wish wish) {
                          expression, wish);
 }
 
-Result Compiler::CompileVariable(const Variable& variable, const Expression& expression,
+Result Compiler::CompileVariable(const ScriptVariable& variable, const Expression& expression,
                                  Wish wish) {
   if (variable.constant) {
     const Result result{Constant(variable.value), TypeOf(variable.value)};

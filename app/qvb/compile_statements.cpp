@@ -172,11 +172,11 @@ void Compiler::CompileCallStatement(const Expression& target) {
   Fail(target.line, "`" + Written(target.name) + "` is no sub or function");
 }
 
-void Compiler::NoteWritten(const Variable& variable) {
+void Compiler::NoteWritten(const ScriptVariable& variable) {
   if (variable.parameter >= 0) draft_->written[static_cast<std::size_t>(variable.parameter)] = true;
 }
 
-void Compiler::StoreVariable(const Variable& variable, const Result& value) {
+void Compiler::StoreVariable(const ScriptVariable& variable, const Result& value) {
   if (variable.byReference && !variable.array) {
     NoteWritten(variable);
     Emit(Op::store, variable.place, value.place);
@@ -187,7 +187,7 @@ void Compiler::StoreVariable(const Variable& variable, const Result& value) {
   }
 }
 
-void Compiler::AssignVariable(const Variable& variable, const Expression& value, bool isSet,
+void Compiler::AssignVariable(const ScriptVariable& variable, const Expression& value, bool isSet,
                               int line) {
   if (variable.constant) Fail(line, "a constant cannot be assigned to");
   Wish wish;
@@ -220,7 +220,7 @@ void Compiler::CompileAssignment(const Expression& target, const Expression& val
     Emit(Op::putIndexed, valueResult().place, object.place, first, 0, target.arguments.size());
     return;
   }
-  Variable* variable = FindVariable(target.name);
+  ScriptVariable* variable = FindVariable(target.name);
   if (!variable) {
     const bool taken = heads_.contains(target.name) || host_.FindValue(Written(target.name));
     if (taken || target.hasArguments) {
@@ -228,7 +228,7 @@ void Compiler::CompileAssignment(const Expression& target, const Expression& val
     }
     variable = &ImplicitVariable(target.name, target.suffix, target.line);
   }
-  const Variable known = *variable;
+  const ScriptVariable known = *variable;
   if (!target.hasArguments) return AssignVariable(known, value, isSet, target.line);
   if (known.constant) Fail(target.line, "a constant cannot be assigned to");
   const std::size_t count = target.arguments.size();
@@ -266,7 +266,7 @@ bool Compiler::CompileFill() {
   const std::size_t length = next + 4 + (negative ? 1 : 0);
   if (!isNumber || at(length).kind != Token::Kind::end) return false;
 
-  const Variable* const variable = FindVariable(at(0).name);
+  const ScriptVariable* const variable = FindVariable(at(0).name);
   if (!variable || !variable->fixedBounds || (variable->place & 3) != kModule ||
       variable->bounds.size() != count ||
       (variable->type != Type::real && variable->type != Type::integer)) {
@@ -372,7 +372,7 @@ void Compiler::CompileExit() {
 void Compiler::CompileErase() {
   do {
     const Token token = reader_->ExpectName("the name of an array");
-    const Variable* const variable = FindVariable(token.name);
+    const ScriptVariable* const variable = FindVariable(token.name);
     if (!variable || variable->constant) {
       Fail(token.line, "`" + Written(token.name) + "` is no array");
     }

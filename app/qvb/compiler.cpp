@@ -27,7 +27,7 @@ std::shared_ptr<const Program> CompileScript(const std::string& name, std::strin
 
 Compiler::Compiler(const HostNames& host) : host_(host), program_(std::make_shared<Program>()) {
   AddKeywords(names_);
-  Variable error;
+  ScriptVariable error;
   error.type = Type::object;
   error.place = NewModuleVariable("err", Value::Initial(Type::object));
   module_[names_.Number("err")] = error;
@@ -151,7 +151,7 @@ void Compiler::DeclareEnum(SourceFile& file) {
       }
     }
     if (next > 0x7FFFFFFF) Fail(member.line, "the constant does not fit an Integer");
-    Variable constant;
+    ScriptVariable constant;
     constant.constant = true;
     constant.value = Value::Integer(static_cast<std::int32_t>(next++));
     AddModuleVariable(member.name, constant);
@@ -284,7 +284,7 @@ void Compiler::CompileProcedure() {
   draft.written.resize(draft.procedure.parameters.size());
   for (std::size_t i = 0; i < draft.procedure.parameters.size(); ++i) {
     const Parameter& parameter = draft.procedure.parameters[i];
-    Variable variable;
+    ScriptVariable variable;
     variable.type = parameter.type;
     variable.array = parameter.array;
     variable.byReference = parameter.byReference;
@@ -295,7 +295,7 @@ void Compiler::CompileProcedure() {
   }
   draft.procedure.resultRegister = NewRegister(draft.procedure.result);
   if (draft.procedure.function) {
-    Variable result;
+    ScriptVariable result;
     result.type = draft.procedure.result;
     result.place = MakeOperand(kRegister, draft.procedure.resultRegister);
     Declare(name.name, result, name.line);

@@ -20,7 +20,7 @@
 namespace qrvml {
 
 /// What a declared name stands for.
-struct Variable {
+struct ScriptVariable {
   bool constant = false;
   Value value;  // of a constant
   Operand place = kNoOperand;
@@ -61,7 +61,7 @@ struct Label {
 struct Draft {
   Procedure procedure;
   std::size_t number = 0;
-  std::unordered_map<int, Variable> locals;
+  std::unordered_map<int, ScriptVariable> locals;
   std::map<std::string, Label> labels;
   std::vector<Block> blocks;
   std::vector<std::uint32_t> withObjects;
@@ -112,7 +112,7 @@ class Compiler {
   bool AtProcedureHead() const;
   std::size_t HeadOffset() const;
   bool NextLine();
-  void AddModuleVariable(int name, const Variable& variable);
+  void AddModuleVariable(int name, const ScriptVariable& variable);
   Operand NewModuleVariable(const std::string& name, const Value& initial);
 
   // compile_declarations.cpp
@@ -147,7 +147,7 @@ class Compiler {
   Result EmitOperation(Operator op, const Result& left, const Result& right, Wish wish);
   Result CompileSign(const Expression& expression, Wish wish);
   Result CompileName(const Expression& expression, Wish wish);
-  Result CompileVariable(const Variable& variable, const Expression& expression, Wish wish);
+  Result CompileVariable(const ScriptVariable& variable, const Expression& expression, Wish wish);
   Result CompileElement(const Result& array, const Expression& expression, Wish wish);
   Result CompileMember(const Expression& expression, Wish wish, bool wantsValue);
   Result CompileIndexed(const Result& object, const Expression& expression, Wish wish);
@@ -168,8 +168,8 @@ class Compiler {
                           bool othersAreNames, bool othersCall);
   Passing PassElement(const Parameter& parameter, const Expression& argument, const Result& array,
                       bool othersAreNames);
-  Passing PassVariable(const Variable& variable);
-  void NoteWritten(const Variable& variable);
+  Passing PassVariable(const ScriptVariable& variable);
+  void NoteWritten(const ScriptVariable& variable);
   void CheckArgumentCount(std::string_view name, std::size_t given, std::size_t fewest,
                           std::size_t most, int line) const;
 
@@ -180,8 +180,9 @@ class Compiler {
   bool AtClosingWord() const;
   void CompileAssignmentOrCall();
   void CompileAssignment(const Expression& target, const Expression& value, bool isSet);
-  void AssignVariable(const Variable& variable, const Expression& value, bool isSet, int line);
-  void StoreVariable(const Variable& variable, const Result& value);
+  void AssignVariable(const ScriptVariable& variable, const Expression& value, bool isSet,
+                      int line);
+  void StoreVariable(const ScriptVariable& variable, const Result& value);
   void CompileCallStatement(const Expression& target);
   bool CompileFill();
   void CompileGoTo();
@@ -218,9 +219,9 @@ class Compiler {
   Result InType(const Result& result, Type type);
   Operand Destination(Wish wish, Type type);
   Operand GeneralDestination(Wish wish, Type known);
-  Variable* FindVariable(int name);
-  Variable& ImplicitVariable(int name, Type suffix, int line);
-  void Declare(int name, const Variable& variable, int line);
+  ScriptVariable* FindVariable(int name);
+  ScriptVariable& ImplicitVariable(int name, Type suffix, int line);
+  void Declare(int name, const ScriptVariable& variable, int line);
   [[noreturn]] void Fail(int line, const std::string& reason) const;
   std::string Written(int name) const { return names_.Lower(name); }
 
@@ -241,7 +242,7 @@ class Compiler {
   static constexpr std::size_t kNoFill = static_cast<std::size_t>(-1);
   std::size_t lastFill_ = kNoFill;
   bool nextContinues_ = false;  // `Next i, j`: the outer loop's name follows
-  std::unordered_map<int, Variable> module_;
+  std::unordered_map<int, ScriptVariable> module_;
   std::unordered_map<int, ProcedureHead> heads_;
   std::set<int> enums_;
   std::unordered_map<std::string, std::size_t> hostFunctionNumbers_;
