@@ -186,10 +186,13 @@ class XlsxFile {
     if (Failed()) return;
     std::string name = folder_ + "/.room-XXXXXX";
     const int file = mkstemp(name.data());
-    failure_ = file < 0 ? errno : posix_fallocate(file, 0, all + largest + (1 << 15));
-    if (file < 0) return;
-    close(file);
+    if (file < 0) {
+      failure_ = errno;
+      return;
+    }
     unlink(name.c_str());
+    failure_ = posix_fallocate(file, 0, all + largest + (1 << 15));
+    close(file);
   }
   lxw_format* MakeLook(const LookRow& row) {
     lxw_format* format = workbook_add_format(book_.get());
