@@ -30,6 +30,10 @@ class CommandLine {
                              const std::string& help);
   /// An option without a value.
   CLI::Option* AddFlag(const std::string& names, bool& target, const std::string& help);
+  /// A word without a dash; they are taken in the order of the calls.
+  void Positional(const std::string& name, std::string& target, const std::string& help) {
+    app_.add_option(name, target, help);
+  }
   /// The options of every command that opens a data file, and FILE.
   void AddFileOptions(OpenOptions& options);
   void Footer(const std::string& text) { app_.footer(text); }

@@ -12,6 +12,7 @@
 #include "cli/command_line.h"
 #include "cli/data_command.h"
 #include "cli/exit_code.h"
+#include "cli/run_command.h"
 #include "cli/score_command.h"
 #include "cli/suggestion.h"
 
@@ -28,7 +29,7 @@ constexpr Command kCommands[] = {
     {"knn", "K nearest neighbours: classification and regression", true},
     {"nb", "naive Bayes", false},
     {"svm", "support vector machines", false},
-    {"run", "replay a macro", false},
+    {"run", "replay a macro", true},
     {"score", "apply a generated text to a file", true},
     {"verify", "check a generated text", false},
     {"workbench", "the page in a browser", false},
@@ -90,6 +91,7 @@ int Dispatch(std::span<const std::string> words) {
   const auto arguments = words.subspan(1);
   if (const AnalysisKind* kind = FindAnalysisKind(name))
     return RunAnalysisCommand(*kind, arguments);
+  if (name == "run") return RunMacroCommand(arguments);
   if (name == "score") return RunScoreCommand(arguments);
   return DataCommand(arguments);
 }
