@@ -147,6 +147,18 @@ class XlsxFile {
     Note(worksheet_write_blank(sheet_, row_, lxw_col_t(column), looks_[Index(look)]));
   }
   void Freeze(std::size_t columns) { worksheet_freeze_panes(sheet_, row_, lxw_col_t(columns)); }
+  /// On paper: the width of the table on one page, the lines from `firstHeading` up to here on
+  /// every page, the pages numbered.
+  void SetPages(std::size_t firstHeading, std::size_t columns) {
+    constexpr std::uint8_t kA4 = 9;
+    constexpr std::size_t kMostUpright = 6;
+    worksheet_set_paper(sheet_, kA4);
+    worksheet_fit_to_pages(sheet_, 1, 0);
+    if (columns > kMostUpright) worksheet_set_landscape(sheet_);
+    Note(worksheet_repeat_rows(sheet_, lxw_row_t(firstHeading), row_ - 1));
+    Note(worksheet_set_footer(sheet_, "&L&A&R&P / &N"));
+  }
+  std::size_t Row() const { return row_; }
   void Width(std::size_t column, std::size_t characters) {
     const double width = double(std::clamp(characters + 2, kNarrowest, kWidest));
     Note(worksheet_set_column(sheet_, lxw_col_t(column), lxw_col_t(column), width, nullptr));
@@ -273,9 +285,11 @@ class TableWriter {
     for (std::size_t i = 0; i < headerLines_; ++i) Line(sheet_.header[i], Look::header);
     if (part.parts > 1) Line(PartText(part), Look::header);
     file_.NextRow();
+    const std::size_t firstHeading = file_.Row();
     HeadingLine(part, sheet_.rowTitle, &SpreadsheetColumn::first, !hasSecond_);
     if (hasSecond_) HeadingLine(part, sheet_.rowTitleSecond, &SpreadsheetColumn::second, true);
     file_.Freeze(1);
+    file_.SetPages(firstHeading, part.endColumn - part.firstColumn + 1);
     for (std::size_t row = part.firstRow; row < part.endRow; ++row) {
       file_.Text(0, RowName(sheet_, row, caseName_), Look::general);
       for (std::size_t c = part.firstColumn; c < part.endColumn; ++c)
