@@ -125,11 +125,11 @@ class PredictionTable {
 };
 
 void Summarise(const ScoringSummary& summary, const DeployedModel& model) {
-  std::string text = std::to_string(summary.scored) + " cases are predicted";
-  if (summary.missing > 0)
-    text += ", " + std::to_string(summary.missing) + " are not since an input is missing";
+  std::string text = "predicted: " + std::to_string(summary.scored) + " of " +
+                     std::to_string(summary.scored + summary.missing + summary.unknown) + " cases";
+  if (summary.missing > 0) text += "; with a missing input: " + std::to_string(summary.missing);
   if (summary.unknown > 0)
-    text += ", " + std::to_string(summary.unknown) + " are not since the model lacks a category";
+    text += "; with a category that the model lacks: " + std::to_string(summary.unknown);
   Complain(text);
   for (std::size_t d = 0; d < model.dependents.size(); ++d) {
     const ScoredDependent& found = summary.dependents[d];

@@ -70,6 +70,7 @@ bool ChildProcess::Start(std::vector<std::string> words, const std::filesystem::
                                    0600);
   if (!talks) posix_spawn_file_actions_adddup2(&settings.files, 2, 1);
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (std::string& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
   const int failed = posix_spawnp(&pid_, arguments[0], &settings.files, &settings.attributes,

@@ -39,12 +39,11 @@ Scoring::Reading Scoring::Read(const DeployedField& field, int variable, double 
   if (value == file_.getmd5(variable)) return Reading::missing;
   read = value;
   if (!field.isCategorical) return Reading::value;
-  const std::string text = ValueText(file_, variable, value).text;
+  const ValueTextResult shown = ValueText(file_, variable, value);
   const DeployedCategory* category = field.FindCode(value);
-  if (category == nullptr || category->text != text) {
-    const DeployedCategory* named = field.FindText(text);
-    if (named != nullptr) category = named;
-  }
+  // Codes of texts are given anew in every file; several codes may share a text.
+  if (category == nullptr || (shown.isLabel && category->text != shown.text))
+    category = field.FindText(shown.text);
   if (category == nullptr) return Reading::unknown;
   read = category->code;
   return Reading::value;

@@ -44,15 +44,28 @@ char* WriteExactly(char* out, double value, std::chars_format format) {
   return std::to_chars(out, out + kLongestNumber, value, format, kDigits).ptr;
 }
 
-/// Decimals that give a number of [1e-4, 1e6) six significant digits. The doubles next to the
-/// negative powers of ten lie above them, so that comparing with them is exact.
+/// Decimals that give a number of [1e-4, 1e6) six significant digits, without a branch. The doubles
+/// next to the negative powers of ten lie above them, so that comparing with them is exact.
 int DecimalsOf(double magnitude) {
-  if (magnitude >= 1.0) {
-    int decimals = kDigits - 1;
-    while (magnitude >= kPowers[kDigits - decimals]) --decimals;
-    return decimals;
-  }
-  return magnitude >= 1e-1 ? 6 : magnitude >= 1e-2 ? 7 : magnitude >= 1e-3 ? 8 : 9;
+  int decimals = 9;
+  for (const double power : {1e-3, 1e-2, 1e-1, 1e0, 1e1, 1e2, 1e3, 1e4, 1e5})
+    decimals -= static_cast<int>(magnitude >= power);
+  return decimals;
+}
+
+/// Zeros at the end of two digits: 2 for "00".
+constexpr auto kZerosOfPair = [] {
+  std::array<int, 100> zeros{};
+  for (std::size_t i = 0; i < 100; ++i) zeros[i] = i == 0 ? 2 : i % 10 == 0 ? 1 : 0;
+  return zeros;
+}();
+
+/// Zeros at the end of six digits that begin with none, without a branch.
+int TrailingZeros(std::uint32_t value) {
+  const std::uint32_t first = value / 10000, second = value / 100 % 100, third = value % 100;
+  return kZerosOfPair[third] +
+         static_cast<int>(third == 0) *
+             (kZerosOfPair[second] + static_cast<int>(second == 0) * kZerosOfPair[first]);
 }
 
 }  // namespace
@@ -65,15 +78,16 @@ char* WriteGeneral(char* out, double value) {
   std::uint64_t nearest = 0;
   if (!NearestInteger(magnitude * kPowers[decimals], nearest) || nearest >= 1000000)
     return WriteExactly(out, value, std::chars_format::general);
-  if (std::signbit(value)) *out++ = '-';
+  *out = '-';
+  out += static_cast<int>(std::signbit(value));
   // Whole groups are copied, since their size is known, and what is too much is written over.
   char digits[2 * kDigits] = {};
   WriteSixDigits(digits, static_cast<std::uint32_t>(nearest));
-  int shown = kDigits;
-  while (digits[shown - 1] == '0') --shown;
+  const int shown = kDigits - TrailingZeros(static_cast<std::uint32_t>(nearest));
   const int whole = kDigits - decimals;  // digits before the point; not positive: zeros after it
   if (whole <= 0) {
-    std::memcpy(out, "0.000", 5);
+    constexpr std::array<char, 5> kZeros = {'0', '.', '0', '0', '0'};
+    std::memcpy(out, kZeros.data(), kZeros.size());
     out += 2 - whole;
     std::memcpy(out, digits, kDigits);
     return out + shown;

@@ -97,6 +97,7 @@ void KnnCode::PmmlModel(CodeWriter& out, std::size_t dependent) {
 
   const std::string predictedInstance = InstanceOf(predicted);
   std::vector<std::string> inputInstances;
+  inputInstances.reserve(variables_.inputs.size());
   for (const DeployedVariable& input : variables_.inputs)
     inputInstances.push_back(InstanceOf(input));
   ForEachPrototype(

@@ -38,6 +38,7 @@ bool ResultsDialog::GenerateCode(std::span<const CodeKind> kinds) {
 
 bool ResultsDialog::ChooseCode() {
   std::vector<std::string> entries;
+  entries.reserve(kCodeKinds);
   for (int kind = 0; kind < kCodeKinds; ++kind)
     entries.emplace_back(GetResourceString(kFirstEntry + kind));
   std::vector<int> picked;
@@ -45,6 +46,7 @@ bool ResultsDialog::ChooseCode() {
                                                  picked))
     return false;
   std::vector<CodeKind> kinds;
+  kinds.reserve(picked.size());
   for (const int entry : picked) kinds.push_back(static_cast<CodeKind>(entry));
   return GenerateCode(kinds);
 }
