@@ -31,6 +31,9 @@ Show "Regression with missing values, and the predictions of named cases" knn ex
   --k-nearest-neighbors 3 --seed-for-random-sampling 7 \
   --do 'DescriptiveStat,IncludeOutputs=1,PrintPredictions'
 
+Show "The same kind of analysis as a macro, and on another selection of inputs" \
+  run examples/iris.qvb
+
 Show "Two overlapping classes, categorical and continuous inputs" knn examples/cars93.csv \
   --variables '|Origin|Price MPG.city Horsepower RPM|Type DriveTrain' --StandardizeDistances \
   --k-nearest-neighbors 5 --seed-for-random-sampling 7

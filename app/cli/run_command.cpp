@@ -1,6 +1,7 @@
 #include "cli/run_command.h"
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -45,7 +46,7 @@ class ShellMacro final : public MacroHost {
       return false;
     }
     file_ = options;
-    if (!options_.file.empty()) file_.path = options_.file;
+    file_.path = options_.file.empty() ? BesideTheMacro(options.path) : options_.file;
     file_.threads = options_.run.threads;
     file_.memory = options_.memory;
     opened_.emplace(file_, cancel_);
@@ -85,6 +86,11 @@ class ShellMacro final : public MacroHost {
     analysis_ ? analysis_->Tell(text) : Complain(text);
   }
 
+  void Show(const std::string& text) override {
+    if (analysis_) analysis_->host().progress.ClearLine();
+    std::cout << PrintableText(text) << std::endl;
+  }
+
   /// The files of the whole run; `false`: why is told.
   bool Finish() {
     if (!analysis_) return true;
@@ -93,6 +99,15 @@ class ShellMacro final : public MacroHost {
   }
 
  private:
+  /// A relative path is looked for in the current folder, then in the macro's.
+  std::string BesideTheMacro(const std::string& path) const {
+    std::error_code code;
+    const auto beside = std::filesystem::path(options_.macro).parent_path() / path;
+    const bool there =
+        !std::filesystem::exists(path, code) && std::filesystem::exists(beside, code);
+    return there ? beside.string() : path;
+  }
+
   const MacroOptions& options_;
   const AnalysisFactory factory_;
   const std::atomic<bool>& cancel_;

@@ -328,7 +328,7 @@ void AddMacroNames(HostNames& names, MacroHost& macro) {
   show.fewest = 1;
   show.most = 3;  // buttons and a title change nothing
   show.call = [&macro](std::span<const Value> arguments) {
-    macro.Tell(ToText(arguments[0]));
+    macro.Show(ToText(arguments[0]));
     return Value::Integer(1);
   };
   names.AddFunction("MsgBox", std::move(show));

@@ -24,8 +24,10 @@ class MacroHost {
   virtual AnalysisHost& host() = 0;
   /// Puts documents that were made where they belong. False: `error` says why not.
   virtual bool SaveDocuments(std::string& error) = 0;
-  /// Shows a line to the user.
+  /// Tells the user what the application has to say.
   virtual void Tell(const std::string& text) = 0;
+  /// Shows what the macro itself has to say.
+  virtual void Show(const std::string& text) = 0;
 };
 
 /// `Application`, the kinds of analyses, and `MsgBox`, which shows its text as a line. `macro` must
