@@ -124,7 +124,9 @@ void Compiler::CompileFor() {
   const auto constantStep = ConstantOf(stepValue);
   const bool byOne =
       constantStep && constantStep->tag == Tag::integer && constantStep->integer == 1;
-  const Operand step = kept(stepValue);
+  const Operand step = constantStep
+                           ? (type == Type::variant ? stepValue : InType(stepValue, type)).place
+                           : kept(stepValue);
   StoreVariable(variable, start);
 
   const Op begin = type == Type::integer ? Op::forI : type == Type::real ? Op::forR : Op::forV;

@@ -134,13 +134,24 @@ Result Compiler::Kept(const Result& result, const Expression& later) {
 Result Compiler::Copied(const Result& result) {
   if (result.passing || result.array || (result.place & 3) == kConstant) return result;
   const Operand place = PassingRegister(result.type);
-  Emit(Op::move, place, result.place);
+  Emit(Op::load, place, result.place);
   return {place, result.type, false, true};
 }
 
+/// An operand of an instruction that looks through references by itself.
+Result Compiler::CompileOperand(const Expression& expression) {
+  if (expression.kind == Expression::Kind::name && !expression.hasArguments) {
+    const ScriptVariable* const variable = FindVariable(expression.name);
+    if (variable && variable->byReference && !variable->array && variable->type == Type::variant) {
+      return {variable->place, Type::variant};
+    }
+  }
+  return CompileExpression(expression);
+}
+
 Result Compiler::CompileBinary(const Expression& expression, Wish wish) {
-  const Result left = Kept(CompileExpression(*expression.left), *expression.right);
-  const Result right = CompileExpression(*expression.right);
+  const Result left = Kept(CompileOperand(*expression.left), *expression.right);
+  const Result right = CompileOperand(*expression.right);
   return EmitOperation(expression.op, left, right, wish);
 }
 
@@ -197,8 +208,8 @@ Result Compiler::EmitOperation(Operator op, const Result& left, const Result& ri
 
 void Compiler::CompileJumpUnless(const Expression& condition, std::vector<std::size_t>& jumps) {
   if (condition.kind == Expression::Kind::binary && IsComparison(condition.op)) {
-    const Result left = Kept(CompileExpression(*condition.left), *condition.right);
-    const Result right = CompileExpression(*condition.right);
+    const Result left = Kept(CompileOperand(*condition.left), *condition.right);
+    const Result right = CompileOperand(*condition.right);
     const bool numbers =
         IsArithmeticType(left.type) && IsArithmeticType(right.type) && !left.array && !right.array;
     const bool integers = numbers && left.type == Type::integer && right.type == Type::integer;
@@ -290,9 +301,16 @@ Result Compiler::CompileElement(const Result& array, const Expression& expressio
 }
 
 Result Compiler::CompileIndexed(const Result& object, const Expression& expression, Wish wish) {
-  const std::uint32_t first = CompileArguments(expression.arguments);
+  const auto& arguments = expression.arguments;
+  if (arguments.size() == 1 && arguments[0]->kind != Expression::Kind::omitted) {
+    const Result index = CompileExpression(*arguments[0]);
+    const Operand place = GeneralDestination(wish, Type::variant);
+    Emit(Op::getIndexed1, place, object.place, index.place);
+    return {place, Type::variant, false, true};
+  }
+  const std::uint32_t first = CompileArguments(arguments);
   const Operand place = GeneralDestination(wish, Type::variant);
-  Emit(Op::getIndexed, place, object.place, first, 0, expression.arguments.size());
+  Emit(Op::getIndexed, place, object.place, first, 0, arguments.size());
   return {place, Type::variant, false, true};
 }
 

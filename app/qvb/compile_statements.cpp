@@ -241,6 +241,11 @@ void Compiler::CompileAssignment(const Expression& target, const Expression& val
   if (!known.array && known.type != Type::variant && known.type != Type::object) {
     Fail(target.line, "`" + Written(target.name) + "` is no array");
   }
+  if (!known.array && count == 1 && target.arguments[0]->kind != Expression::Kind::omitted) {
+    const Result index = Kept(CompileExpression(*target.arguments[0]), value);
+    Emit(Op::putIndexed1, valueResult().place, known.place, index.place);
+    return;
+  }
   const std::uint32_t first = CompileArguments(target.arguments);
   Emit(known.array ? Op::putN : Op::putIndexed, valueResult().place, known.place, first, 0, count);
 }

@@ -18,6 +18,26 @@ bool IsModifier(const Token& token) {
   return token.Is(kPublic) || token.Is(kPrivate) || token.Is(kStatic);
 }
 
+/// Whether `d` is an instruction's number.
+bool Jumps(Op op) {
+  return (op >= Op::jump && op <= Op::jumpUnlessVV) || (op >= Op::forI && op <= Op::resume);
+}
+
+/// Takes out instructions that turned out to do nothing.
+void RemoveNone(Procedure& procedure) {
+  std::vector<std::uint32_t> places;
+  std::uint32_t kept = 0;
+  for (const Instruction& instruction : procedure.code) {
+    places.push_back(kept);
+    if (instruction.op != Op::none) procedure.code[kept++] = instruction;
+  }
+  procedure.code.resize(kept);
+  for (Instruction& instruction : procedure.code) {
+    if (Jumps(instruction.op)) instruction.d = places[instruction.d];
+  }
+  for (StatementMark& mark : procedure.marks) mark.instruction = places[mark.instruction];
+}
+
 }  // namespace
 
 std::shared_ptr<const Program> CompileScript(const std::string& name, std::string_view text,
@@ -44,12 +64,13 @@ std::shared_ptr<const Program> Compiler::Compile(const std::string& name, std::s
   for (auto file = files_.rbegin(); file != files_.rend(); ++file) CompileFile(*file);
   draft_ = &top_;
   FinishDraft();
+  std::set<std::size_t> callers;
   for (const WriteBack& back : writeBacks_) {
-    const std::vector<bool>& written = written_[back.callee];
-    if (!written[back.parameter]) {
-      program_->procedures[back.caller].code[back.instruction].op = Op::none;
-    }
+    if (written_[back.callee][back.parameter]) continue;
+    program_->procedures[back.caller].code[back.instruction].op = Op::none;
+    callers.insert(back.caller);
   }
+  for (const std::size_t caller : callers) RemoveNone(program_->procedures[caller]);
   return program_;
 }
 

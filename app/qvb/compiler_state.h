@@ -140,6 +140,7 @@ class Compiler {
 
   // compile_expressions.cpp
   Result CompileExpression(const Expression& expression, Wish wish = {});
+  Result CompileOperand(const Expression& expression);
   Result CompileBinary(const Expression& expression, Wish wish);
   Result Kept(const Result& result, const Expression& later);
   Result Copied(const Result& result);

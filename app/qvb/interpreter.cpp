@@ -1,6 +1,7 @@
 #include "qvb/interpreter.h"
 
 #include <algorithm>
+#include <cstring>
 #include <new>
 #include <string>
 #include <utility>
@@ -136,7 +137,7 @@ Value Interpreter::CallProcedure(std::size_t number, std::span<const Value> argu
     DropPrepared();
     throw ScriptError(stop.kind, procedure.script, std::max(procedure.line, 1), stop.what());
   }
-  const std::size_t depth = frames_.size();
+  const std::size_t depth = frames_.size() - 1;
   Enter(nullptr, kNoOperand);
   at_ = procedure.code.data();
   result_ = Value();
@@ -158,8 +159,10 @@ void Interpreter::Execute() {
     } catch (const ScriptFault& fault) {
       if (!Catch(fault)) Fail(ScriptError::Kind::run, fault.what());
     } catch (const ScriptStop& stop) {
+      DropPrepared();
       Fail(stop.kind, stop.what());
     } catch (const std::bad_alloc&) {
+      DropPrepared();
       Fail(ScriptError::Kind::limit,
            std::string(FaultText(static_cast<int>(FaultNumber::outOfMemory))));
     }
@@ -192,6 +195,11 @@ void Interpreter::Settle(std::int64_t left) {
 // --- registers and frames ------------------------------------------------------------------------
 
 Value* Interpreter::Allocate(std::size_t count) {
+  if (!chunks_.empty() && chunks_[chunk_].size - chunks_[chunk_].used >= count) [[likely]] {
+    Value* const first = chunks_[chunk_].first + chunks_[chunk_].used;
+    chunks_[chunk_].used += count;
+    return first;
+  }
   while (chunk_ < chunks_.size() && chunks_[chunk_].size - chunks_[chunk_].used < count) {
     if (chunk_ + 1 == chunks_.size()) break;
     ++chunk_;
@@ -218,34 +226,37 @@ void Interpreter::Prepare(const Procedure& procedure) {
     throw ScriptStop(ScriptError::Kind::limit, "More than " + std::to_string(limits_.callDepth) +
                                                    " procedures wait for each other");
   }
-  Value* const registers = Allocate(procedure.registers.size());
-  std::uninitialized_copy(procedure.registers.begin(), procedure.registers.end(), registers);
-  preparedProcedure_ = &procedure;
+  const std::size_t count = procedure.registers.size();
+  Value* const registers = Allocate(count);
+  // No initial value owns anything.
+  std::memcpy(static_cast<void*>(registers), procedure.registers.data(), count * sizeof(Value));
+  Frame& frame = frames_.emplace_back();
+  frame.procedure = &procedure;
+  frame.registers = registers;
   prepared_ = registers;
   for (const LocalArray& array : procedure.arrays) MakeArray(registers[array.place], array);
 }
 
 void Interpreter::Enter(const Instruction* back, Operand destination) {
-  Frame frame;
-  frame.procedure = preparedProcedure_;
-  frame.registers = prepared_;
+  Frame& frame = frames_.back();
   frame.back = back;
   frame.destination = destination;
-  frames_.push_back(frame);
-  preparedProcedure_ = nullptr;
   prepared_ = nullptr;
 }
 
 void Interpreter::Release(const Procedure& procedure, Value* registers) {
-  std::destroy_n(registers, procedure.registers.size());
-  chunks_[chunk_].used -= procedure.registers.size();
+  const std::size_t count = procedure.registers.size();
+  for (std::size_t i = 0; i < count; ++i) {
+    if (registers[i].tag >= Tag::text) registers[i] = Value();
+  }
+  chunks_[chunk_].used -= count;
   while (chunks_[chunk_].used == 0 && chunk_ > 0) --chunk_;
 }
 
 void Interpreter::DropPrepared() {
   if (!prepared_) return;
-  Release(*preparedProcedure_, std::exchange(prepared_, nullptr));
-  preparedProcedure_ = nullptr;
+  prepared_ = nullptr;
+  PopFrame();
 }
 
 void Interpreter::PopFrame() {

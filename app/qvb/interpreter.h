@@ -91,8 +91,8 @@ class Interpreter {
   int FindMember(std::uint32_t site, ScriptObject& object);
   void GetMember(const Instruction& in);
   void PutMember(const Instruction& in);
-  void GetIndexed(const Instruction& in);
-  void PutIndexed(const Instruction& in);
+  void GetIndexed(const Instruction& in, std::span<const Value> indexes);
+  void PutIndexed(const Instruction& in, std::span<const Value> indexes);
   void ReDim(const Instruction& in);
   void Fill(const FillRun& run);
   std::vector<std::int32_t> Indexes(const Instruction& in);
@@ -107,8 +107,7 @@ class Interpreter {
   std::vector<Frame> frames_;
   std::vector<Chunk> chunks_;
   std::size_t chunk_ = 0;
-  const Procedure* preparedProcedure_ = nullptr;
-  Value* prepared_ = nullptr;
+  Value* prepared_ = nullptr;  // registers of the last frame while its call is being prepared
   const Instruction* at_ = nullptr;
   Value result_;
   std::uint64_t steps_ = 0;     // settled

@@ -8,13 +8,13 @@
 namespace qrvml {
 namespace {
 
-void PutReal(Value& place, double number) {
+inline void PutReal(Value& place, double number) {
   if (place.tag >= Tag::text) place = Value();
   place.tag = Tag::real;
   place.real = number;
 }
 
-void PutInteger(Value& place, std::int32_t number) {
+inline void PutInteger(Value& place, std::int32_t number) {
   if (place.tag >= Tag::text) place = Value();
   place.tag = Tag::integer;
   place.integer = number;
@@ -30,13 +30,18 @@ std::int32_t IndexOf(const Value& value) {
 }
 
 Value& Target(Value& value) { return value.tag == Tag::reference ? *value.target : value; }
+const Value& Target(const Value& value) {
+  return value.tag == Tag::reference ? *value.target : value;
+}
 
 bool Truth(const Value& value) {
   return value.tag == Tag::boolean ? value.boolean : ToBoolean(value);
 }
 
 template <Operator op>
-void ArithmeticOfAny(Value& place, const Value& left, const Value& right) {
+void ArithmeticOfAny(Value& place, const Value& givenLeft, const Value& givenRight) {
+  const Value& left = Target(givenLeft);
+  const Value& right = Target(givenRight);
   if (IsNumber(left) && IsNumber(right)) {
     if (left.tag == Tag::integer && right.tag == Tag::integer) {
       std::int32_t whole = 0;
@@ -64,7 +69,9 @@ void ArithmeticOfIntegers(Value& place, const Value& left, const Value& right) {
   place.integer = whole;
 }
 
-bool CompareAny(Operator op, const Value& left, const Value& right) {
+inline bool CompareAny(Operator op, const Value& givenLeft, const Value& givenRight) {
+  const Value& left = Target(givenLeft);
+  const Value& right = Target(givenRight);
   if (IsNumber(left) && IsNumber(right)) return CompareNumbers(op, NumberIn(left), NumberIn(right));
   return Compare(op, left, right);
 }
@@ -131,14 +138,8 @@ bool ForAny(Value& variable, const Value& limit, const Value& step) {
 }
 
 bool NextAny(Value& variable, const Value& limit, const Value& step) {
-  if (step.tag == Tag::empty) NotInitialised();
-  Value& now = Target(variable);
-  if (now.tag == Tag::integer && limit.tag == Tag::integer && step.tag == Tag::integer &&
-      variable.tag != Tag::reference &&
-      !__builtin_add_overflow(now.integer, step.integer, &now.integer)) {
-    return Within(now.integer, limit.integer, step.integer);
-  }
-  const Value next = Apply(Operator::add, now, step);
+  if (limit.tag == Tag::empty) NotInitialised();
+  const Value next = Apply(Operator::add, Target(variable), step);
   if (variable.tag == Tag::reference) {
     Store(variable, next);
   } else {
@@ -180,22 +181,30 @@ void Interpreter::Loop() {
         case Op::none:
           break;
         case Op::move:
-          at(in.a) = at(in.b);
+          Assign(at(in.a), at(in.b));
           break;
         case Op::moveNumber:
           at(in.a).bits = at(in.b).bits;
           break;
         case Op::copy:
-          at(in.a) = CopyOf(at(in.b));
+          if (at(in.b).tag != Tag::array) {
+            Assign(at(in.a), at(in.b));
+          } else {
+            at(in.a) = CopyOf(at(in.b));
+          }
           break;
         case Op::widen:
           at(in.a).real = at(in.b).integer;
           break;
         case Op::convert:
-          at(in.a) = Converted(at(in.b), static_cast<Type>(in.n));
+          if (static_cast<Type>(in.n) == Type::real && IsNumber(at(in.b))) {
+            at(in.a).real = NumberIn(at(in.b));
+          } else {
+            at(in.a) = Converted(at(in.b), static_cast<Type>(in.n));
+          }
           break;
         case Op::load:
-          at(in.a) = Target(at(in.b));
+          Assign(at(in.a), Target(at(in.b)));
           break;
         case Op::store:
           Store(at(in.a), at(in.b));
@@ -393,13 +402,19 @@ void Interpreter::Loop() {
           Prepare(program_->procedures[in.d]);
           break;
         case Op::passValue:
-          prepared_[in.n] = CopyOf(at(in.b));
+          if (at(in.b).tag < Tag::text) {
+            Assign(prepared_[in.n], at(in.b));
+          } else {
+            prepared_[in.n] = CopyOf(at(in.b));
+          }
           break;
         case Op::passReference:
-          prepared_[in.n] = Value::Reference(at(in.b), static_cast<Type>(in.c));
+          prepared_[in.n].tag = Tag::reference;
+          prepared_[in.n].declared = static_cast<Type>(in.c);
+          prepared_[in.n].target = &at(in.b);
           break;
         case Op::pass:
-          prepared_[in.n] = at(in.b);
+          Assign(prepared_[in.n], at(in.b));
           break;
         case Op::call:
           Enter(pc, in.a);
@@ -417,12 +432,19 @@ void Interpreter::Loop() {
             Settle(left);
             return;
           }
-          Value value = std::move(result);
-          PopFrame();
-          enter();
           left -= pc - from;
           pc = from = back;
-          if (destination != kNoOperand) at(destination) = std::move(value);
+          if (result.tag < Tag::text) {
+            const Value value = result;
+            PopFrame();
+            enter();
+            if (destination != kNoOperand) Assign(at(destination), value);
+          } else {
+            Value value = std::move(result);
+            PopFrame();
+            enter();
+            if (destination != kNoOperand) at(destination) = std::move(value);
+          }
           break;
         }
         case Op::callHost: {
@@ -440,7 +462,8 @@ void Interpreter::Loop() {
           break;
         }
         case Op::realFunction:
-          at(in.a).real = BuiltInAt(static_cast<int>(in.d)).real(ToReal(at(in.b)));
+          at(in.a).real = BuiltInAt(static_cast<int>(in.d))
+                              .real(IsNumber(at(in.b)) ? NumberIn(at(in.b)) : ToReal(at(in.b)));
           break;
         case Op::getMember:
           GetMember(in);
@@ -449,11 +472,31 @@ void Interpreter::Loop() {
           PutMember(in);
           break;
         case Op::getIndexed:
-          GetIndexed(in);
+          GetIndexed(in, {regions[kRegister] + in.c, in.n});
           break;
         case Op::putIndexed:
-          PutIndexed(in);
+          PutIndexed(in, {regions[kRegister] + in.c, in.n});
           break;
+        case Op::getIndexed1: {
+          const Value& whole = Target(at(in.b));
+          if (whole.tag == Tag::array && whole.array()->element == Type::real) {
+            const ArrayData& array = *whole.array();
+            PutReal(at(in.a), array.reals[array.At(IndexOf(at(in.c)))]);
+          } else {
+            GetIndexed(in, {&at(in.c), 1});
+          }
+          break;
+        }
+        case Op::putIndexed1: {
+          const Value& whole = Target(at(in.b));
+          if (whole.tag == Tag::array) {
+            ArrayData& array = *whole.array();
+            PutElement(array, array.At(IndexOf(at(in.c))), at(in.a));
+          } else {
+            PutIndexed(in, {&at(in.c), 1});
+          }
+          break;
+        }
         case Op::create: {
           const auto object = program_->classes[in.d].make();
           if (!object) throw ScriptFault(FaultNumber::cannotCreate, program_->classes[in.d].name);
@@ -473,9 +516,17 @@ void Interpreter::Loop() {
         case Op::forR:
           if (!Within(at(in.a).real, at(in.b).real, at(in.c).real)) jump(in.d);
           break;
-        case Op::forV:
-          if (!ForAny(at(in.a), at(in.b), at(in.c))) jump(in.d);
+        case Op::forV: {
+          const Value& variable = at(in.a);
+          const Value& limit = at(in.b);
+          const Value& step = at(in.c);
+          const bool goesOn =
+              variable.tag == Tag::integer && limit.tag == Tag::integer && step.tag == Tag::integer
+                  ? Within(variable.integer, limit.integer, step.integer)
+                  : ForAny(at(in.a), limit, step);
+          if (!goesOn) jump(in.d);
           break;
+        }
         case Op::nextI1: {
           Value& variable = at(in.a);
           const Value& limit = at(in.b);
@@ -490,21 +541,33 @@ void Interpreter::Loop() {
         }
         case Op::nextI: {
           Value& variable = at(in.a);
-          if (at(in.c).tag != Tag::integer) NotInitialised();
+          if (at(in.b).tag != Tag::integer) NotInitialised();
           ArithmeticOfIntegers<Operator::add>(variable, variable, at(in.c));
           if (Within(variable.integer, at(in.b).integer, at(in.c).integer)) jump(in.d);
           break;
         }
         case Op::nextR: {
           Value& variable = at(in.a);
-          if (at(in.c).tag != Tag::real) NotInitialised();
+          if (at(in.b).tag != Tag::real) NotInitialised();
           variable.real += at(in.c).real;
           if (Within(variable.real, at(in.b).real, at(in.c).real)) jump(in.d);
           break;
         }
-        case Op::nextV:
-          if (NextAny(at(in.a), at(in.b), at(in.c))) jump(in.d);
+        case Op::nextV: {
+          Value& variable = at(in.a);
+          const Value& limit = at(in.b);
+          const Value& step = at(in.c);
+          std::int32_t next = 0;
+          if (variable.tag == Tag::integer && limit.tag == Tag::integer &&
+              step.tag == Tag::integer &&
+              !__builtin_add_overflow(variable.integer, step.integer, &next)) [[likely]] {
+            variable.integer = next;
+            if (Within(next, limit.integer, step.integer)) jump(in.d);
+          } else if (NextAny(variable, limit, step)) {
+            jump(in.d);
+          }
           break;
+        }
         case Op::eachFirst: {
           const ArrayData& array = ArrayIn(at(in.b));
           at(in.c) = Value::Real(0);
@@ -541,6 +604,7 @@ void Interpreter::Loop() {
           Settle(left);
           return;
         case Op::Count:
+        default:
           __builtin_unreachable();
       }
     }

@@ -19,6 +19,13 @@ Ref<ScriptObject> ObjectIn(Value& value) {
   return Ref<ScriptObject>(target.object());
 }
 
+std::vector<std::int32_t> WholeNumbers(std::span<const Value> values) {
+  std::vector<std::int32_t> numbers(values.size());
+  std::transform(values.begin(), values.end(), numbers.begin(),
+                 [](const Value& value) { return ToInteger(value); });
+  return numbers;
+}
+
 }  // namespace
 
 Value& Interpreter::At(Operand operand) {
@@ -61,46 +68,30 @@ void Interpreter::PutMember(const Instruction& in) {
 }
 
 std::vector<std::int32_t> Interpreter::Indexes(const Instruction& in) {
-  const Value* const first = frames_.back().registers + in.c;
-  std::vector<std::int32_t> indexes(in.n);
-  std::transform(first, first + in.n, indexes.begin(),
-                 [](const Value& value) { return ToInteger(value); });
-  return indexes;
+  return WholeNumbers({frames_.back().registers + in.c, in.n});
 }
 
-void Interpreter::GetIndexed(const Instruction& in) {
+void Interpreter::GetIndexed(const Instruction& in, std::span<const Value> indexes) {
   Value& whole = Target(At(in.b));
-  const Value* const first = frames_.back().registers + in.c;
   if (whole.tag == Tag::array) {
     const ArrayData& array = *whole.array();
-    if (in.n == 1) {
-      At(in.a) = array.Get(array.At(ToInteger(*first)));
-    } else {
-      const auto indexes = Indexes(in);
-      At(in.a) = array.Get(array.At(indexes.data(), in.n));
-    }
+    At(in.a) = array.Get(array.At(WholeNumbers(indexes).data(), static_cast<int>(indexes.size())));
     return;
   }
   if (whole.tag != Tag::object) throw ScriptFault(FaultNumber::typeMismatch, "no array");
   const Ref<ScriptObject> object = ObjectIn(whole);
-  At(in.a) = object->Get(ScriptObject::kDefaultMember, {first, in.n});
+  At(in.a) = object->Get(ScriptObject::kDefaultMember, indexes);
 }
 
-void Interpreter::PutIndexed(const Instruction& in) {
+void Interpreter::PutIndexed(const Instruction& in, std::span<const Value> indexes) {
   Value& whole = Target(At(in.b));
-  const Value* const first = frames_.back().registers + in.c;
   if (whole.tag == Tag::array) {
     ArrayData& array = *whole.array();
-    if (in.n == 1) {
-      array.Put(array.At(ToInteger(*first)), At(in.a));
-    } else {
-      const auto indexes = Indexes(in);
-      array.Put(array.At(indexes.data(), in.n), At(in.a));
-    }
+    array.Put(array.At(WholeNumbers(indexes).data(), static_cast<int>(indexes.size())), At(in.a));
     return;
   }
   if (whole.tag != Tag::object) throw ScriptFault(FaultNumber::typeMismatch, "no array");
-  ObjectIn(whole)->Put(ScriptObject::kDefaultMember, {first, in.n}, At(in.a));
+  ObjectIn(whole)->Put(ScriptObject::kDefaultMember, indexes, At(in.a));
 }
 
 void Interpreter::ReDim(const Instruction& in) {

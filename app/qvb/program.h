@@ -96,9 +96,11 @@ enum class Op : std::uint16_t {
   putMember,     // b.site d (n arguments from register c) = a
   getIndexed,
   putIndexed,  // the same for b(arguments), an array or an object
-  create,      // a = New class d
-  redim,       // b, an array or a variant: n pairs of bounds from register c, d is 1 to preserve
-  erase,       // array b
+  getIndexed1,
+  putIndexed1,  // the same for the one argument c
+  create,       // a = New class d
+  redim,        // b, an array or a variant: n pairs of bounds from register c, d is 1 to preserve
+  erase,        // array b
   forI,
   forR,
   forV,  // begins a loop: a variable, b limit, c step; to d when it has no pass

@@ -198,12 +198,6 @@ void ArrayData::ThrowSubscript(const std::int32_t* indexes, int indexCount) cons
   throw ScriptFault(FaultNumber::subscript);
 }
 
-Value ArrayData::Get(std::size_t place) const {
-  if (element == Type::real) return Value::Real(reals[place]);
-  if (element == Type::integer) return Value::Integer(integers[place]);
-  return values[place];
-}
-
 void ArrayData::Put(std::size_t place, const Value& value) {
   if (element == Type::real) {
     reals[place] = ToReal(value);

@@ -224,6 +224,17 @@ inline Type TypeOf(const Value& value) {
   return kTypes[static_cast<std::size_t>(value.tag)];
 }
 
+/// place = value, made short for numbers, which most values are.
+inline void Assign(Value& place, const Value& value) {
+  if (place.tag < Tag::text && value.tag < Tag::text) [[likely]] {
+    place.tag = value.tag;
+    place.declared = value.declared;
+    place.bits = value.bits;
+  } else {
+    place = value;
+  }
+}
+
 inline constexpr int kMostDimensions = 8;
 
 /// One dimension. An upper bound one below the lower one makes the array empty.
@@ -269,7 +280,11 @@ class ArrayData final : public Counted {
   }
   std::size_t At(const std::int32_t* indexes, int indexCount) const;
 
-  Value Get(std::size_t place) const;
+  Value Get(std::size_t place) const {
+    if (element == Type::real) return Value::Real(reals[place]);
+    if (element == Type::integer) return Value::Integer(integers[place]);
+    return values[place];
+  }
   /// Converts to the type of the elements; throws typeMismatch or overflow.
   void Put(std::size_t place, const Value& value);
   /// As many elements and the same bounds; throws typeMismatch when the types differ.
