@@ -30,6 +30,8 @@ bool IsLetter(char c) {
 bool IsNamePart(char c) { return IsLetter(c) || IsDigit(c) || c == '_'; }
 bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\f' || c == '\v'; }
 
+char LowerLetter(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
 Type SuffixType(char c) {
   switch (c) {
     case '%':
@@ -47,10 +49,15 @@ Type SuffixType(char c) {
 }  // namespace
 
 int NameTable::Number(std::string_view name) {
-  const std::string lower = LowerCase(name);
+  // Nearly all names are known and short.
+  char buffer[64];
+  const bool isShort = name.size() <= sizeof buffer;
+  const std::string copy = isShort ? std::string() : LowerCase(name);
+  if (isShort) std::transform(name.begin(), name.end(), buffer, LowerLetter);
+  const std::string_view lower = isShort ? std::string_view(buffer, name.size()) : copy;
   const auto found = numbers_.find(lower);
   if (found != numbers_.end()) return found->second;
-  names_.push_back(lower);
+  names_.emplace_back(lower);
   const int number = static_cast<int>(names_.size()) - 1;
   numbers_.emplace(names_.back(), number);
   return number;
@@ -150,7 +157,18 @@ void Lexer::ReadBasedNumber(Token& token, int base) {
 void Lexer::ReadNumber(Token& token) {
   std::size_t length = 0;
   bool whole = true;
-  while (IsDigit(At(length))) ++length;
+  std::int64_t digitsValue = 0;
+  for (; IsDigit(At(length)); ++length) {
+    if (length < 9) digitsValue = digitsValue * 10 + (At(length) - '0');
+  }
+  const char behind = At(length);
+  if (length < 10 && length > 0 && (behind == ')' || behind == ',' || behind == '\n')) {
+    token.kind = Token::Kind::integer;
+    token.number = static_cast<double>(digitsValue);
+    token.text = source_.substr(place_.at, length);
+    place_.at += length;
+    return;
+  }
   if (At(length) == '.') {
     whole = false;
     ++length;
@@ -203,8 +221,11 @@ void Lexer::ReadSymbol(Token& token) {
   constexpr std::string_view kPairs[] = {"<>", "<=", ">=", "=<", "=>", ":="};
   constexpr std::string_view kSingles = "()=<>+-*/\\^&,.:;!";
   std::size_t length = 0;
-  for (const std::string_view pair : kPairs) {
-    if (source_.substr(place_.at, 2) == pair) length = 2;
+  const char second = At(1);
+  if (second == '>' || second == '=' || second == '<') {
+    for (const std::string_view pair : kPairs) {
+      if (source_.substr(place_.at, 2) == pair) length = 2;
+    }
   }
   if (length == 0 && kSingles.find(At(0)) != std::string_view::npos) length = 1;
   if (length == 0) {
@@ -216,6 +237,20 @@ void Lexer::ReadSymbol(Token& token) {
   token.kind = Token::Kind::symbol;
   token.text = source_.substr(place_.at, length);
   place_.at += length;
+}
+
+void Lexer::SkipPlainLines(std::string_view first) {
+  while (place_.at < source_.size()) {
+    const std::size_t end = std::min(source_.find('\n', place_.at), source_.size());
+    const std::string_view line = source_.substr(place_.at, end - place_.at);
+    const std::size_t word = line.find_first_not_of(" \t");
+    if (word != std::string_view::npos) {
+      const bool may = first.find(LowerLetter(line[word])) != std::string_view::npos;
+      if (may || line.find(':') != std::string_view::npos) return;
+    }
+    place_.at = end;
+    TakeLineEnd();
+  }
 }
 
 bool Lexer::NextLine(std::vector<Token>& tokens) {

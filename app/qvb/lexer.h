@@ -102,7 +102,11 @@ struct Token {
   std::string_view text;  // as written; of a text the content with doubled quotes still doubled
 
   bool Is(int keyword) const { return kind == Kind::name && name == keyword; }
-  bool Is(std::string_view symbol) const { return kind == Kind::symbol && text == symbol; }
+  bool Is(std::string_view symbol) const {
+    // One or two characters: a call of the library's comparison would be most of the work.
+    return kind == Kind::symbol && text.size() == symbol.size() && text[0] == symbol[0] &&
+           text.back() == symbol.back();
+  }
 };
 
 /// Reads one logical line after the other: physical lines that " _" joins are one. Empty lines and
@@ -114,6 +118,10 @@ class Lexer {
 
   /// The next line with at least one token, and an end token behind its last; false at the end.
   bool NextLine(std::vector<Token>& tokens);
+
+  /// Passes over physical lines in which no word of `first` (characters, in lower case) begins and
+  /// no statement separator stands, as most lines of a generated procedure.
+  void SkipPlainLines(std::string_view first);
 
   /// Where the next line begins; Seek goes back there.
   struct Place {
