@@ -1,0 +1,109 @@
+// Generated QVB scripts, run as workflow nodes, against the defining loops on the model as it is
+// printed, and against the engine where printing changes nothing.
+#include <numeric>
+
+#include "deploy/number_text.h"
+#include "qvb/node_objects.h"
+#include "qvb/script_error.h"
+#include "score/generated_model.h"
+
+namespace qrvml::test {
+namespace {
+
+/// The test cases of a table, as the node's data source. Columns as in the table's file.
+class TestCases final : public NodeTable {
+ public:
+  explicit TestCases(const PlainTable& table) : table_(table) {}
+  int Cases() const override { return table_.Tests(); }
+  int Variables() const override { return table_.Inputs() + table_.Dependents(); }
+  double Value(int row, int column) const override {
+    return table_.rows[std::size_t(table_.prototypes + row - 1)][std::size_t(column - 1)];
+  }
+  std::string CaseName(int row) const override { return std::to_string(row); }
+  std::string VariableName(int column) const override { return std::to_string(column); }
+
+ private:
+  const PlainTable& table_;
+};
+
+double Printed(double value) { return std::strtod(GeneralText(value).c_str(), nullptr); }
+
+NodeInput InputOf(const PlainTable& table, const TestCases& cases) {
+  NodeInput input;
+  input.table = &cases;
+  int next = 1;
+  const auto take = [&](int count) {
+    std::vector<int> variables(std::size_t(count), 0);
+    std::iota(variables.begin(), variables.end(), next);
+    next += count;
+    return variables;
+  };
+  input.continuousPredictors = take(table.continuousInputs);
+  input.categoricalPredictors = take(table.categoricalInputs);
+  input.continuousDependents = take(table.continuousDependents);
+  input.categoricalDependents = take(table.categoricalDependents);
+  return input;
+}
+
+TEST(QvbScript, PredictsWhatTheModelAsPrintedPredicts) {
+  for (const Shape& shape : kShapes) {
+    for (int option = 0; option < 16; ++option) {
+      PlainSettings settings;
+      settings.metric = option % 4;
+      settings.weighted = (option & 4) != 0;
+      settings.standardized = (option & 8) != 0;
+      settings.k = 1 + (option * 3 + shape.categoricalInputs) % 5;
+      SCOPED_TRACE(std::string(shape.name) + ", option " + std::to_string(option));
+      const PlainTable table = PrintedTable(shape, 500 + option, Printed);
+      KnnAnalysis knn(table, settings);
+      knn.Train();
+      const std::string script = GeneratedTexts(knn, "CodeGeneratorQVB").at(0);
+      PlainKnn model(table, settings);
+      model.PrintScaling(Printed);
+      const auto expected = model.PredictTests();
+
+      const TestCases cases(table);
+      NodeOutput output;
+      try {
+        output = RunNodeScript("model.qvb", script, InputOf(table, cases), {});
+      } catch (const ScriptError& error) {
+        FAIL() << error.what();
+      }
+      const auto last = std::size_t(table.Dependents());
+      ASSERT_GE(output.sheet.columns.size(), last + 1);
+      for (int t = 0; t < table.Tests(); ++t) {
+        knn.PredictTest(t);
+        // Predictions stand in the first columns, the residual of the last dependent behind them.
+        for (std::size_t d = 0; d < last; ++d) {
+          const double predicted = output.sheet.columns[d][std::size_t(t)];
+          EXPECT_TRUE(IsClose(expected[t].predictions[d], predicted)) << predicted;
+          if (!settings.standardized) {
+            EXPECT_TRUE(IsClose(knn.engine().predictions[d], predicted)) << predicted;
+          }
+        }
+        const double observed = cases.Value(t + 1, table.Inputs() + table.Dependents());
+        const double predicted = output.sheet.columns[last - 1][std::size_t(t)];
+        EXPECT_EQ(output.sheet.columns[last][std::size_t(t)],
+                  table.categoricalDependents > 0 ? (observed == predicted ? 0.0 : 1.0)
+                                                  : observed - predicted);
+      }
+      if (::testing::Test::HasFailure()) return;
+    }
+  }
+}
+
+TEST(QvbScript, HoldsAHundredAndFiftyClassesLargeCodesAndManyPrototypes) {
+  PlainTable table{1, 0, 0, 1, {}, 40000, {}};
+  for (int r = 0; r <= 40000; ++r)
+    table.rows.push_back({double(r), double(r % 150 == 149 ? 2147483647 : 1000000 + r % 150)});
+  KnnAnalysis knn(table, {});
+  knn.Train();
+  const TestCases cases(table);
+  const NodeOutput output = RunNodeScript(
+      "model.qvb", GeneratedTexts(knn, "CodeGeneratorQVB").at(0), InputOf(table, cases), {});
+  EXPECT_EQ(output.sheet.columns.at(0), (std::vector<double>{1000099}));  // the last prototype's
+  EXPECT_EQ(output.sheet.columns.at(1), (std::vector<double>{1}));
+}
+
+}  // namespace
+}  // namespace qrvml::test
