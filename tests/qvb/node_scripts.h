@@ -2,12 +2,11 @@
 // categorical one, a continuous dependent and a categorical one, and eight prototypes.
 #pragma once
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
 namespace qrvml::test {
-
-inline constexpr int kNodePrototypes = 8;
 
 /// Dependents (response, class) and inputs (x1, x2, group) of the prototypes.
 inline const std::vector<std::vector<double>>& NodePrototypes() {
@@ -17,9 +16,10 @@ inline const std::vector<std::vector<double>>& NodePrototypes() {
   return rows;
 }
 
-/// metric 0 to 3, weighted or not, K neighbours.
-inline std::string NodeScript(int metric, bool weighted, int neighbours) {
-  const std::string n = std::to_string(kNodePrototypes);
+/// metric 0 to 3, weighted or not, K neighbours; the classes of the rows are 11, 12 and 13.
+inline std::string NodeScript(int metric, bool weighted, int neighbours,
+                              const std::vector<std::vector<double>>& rows = NodePrototypes()) {
+  const std::string n = std::to_string(rows.size());
   const std::string k = std::to_string(neighbours);
   std::string text = R"('#Uses "*CommonProspectorInputErrorMessages.qvx"
 Option Base 1
@@ -102,7 +102,6 @@ OutputNominals(1, 3)=12
 Weighted = )" + (weighted ? "True" : "False") +
                      "\nMetric = " + std::to_string(metric) + "\nNoOfPrototypes = " + n +
                      "\nNoOfNearestK = " + k + "\n\n";
-  const auto& rows = NodePrototypes();
   const auto number = [](double value) {
     char buffer[32];
     std::snprintf(buffer, sizeof buffer, "%g", value);
