@@ -4,7 +4,8 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
-#include <sstream>
+#include <utility>
+#include <vector>
 
 #include "cli/command_line.h"
 #include "cli/exit_code.h"
@@ -88,7 +89,9 @@ class PredictionTable {
   PredictionTable(HostDataFile& file, const DeployedModel& model, const Scoring& scoring)
       : file_(file), model_(model), scoring_(scoring) {}
 
+  /// Once, before the first case: a model that cannot predict leaves no output.
   void WriteHeadings() {
+    if (std::exchange(hasHeadings_, true)) return;
     std::cout << "case";
     if (HasNames()) std::cout << ",name";
     for (std::size_t d = 0; d < model_.dependents.size(); ++d) {
@@ -100,6 +103,7 @@ class PredictionTable {
     std::cout << '\n';
   }
   void Write(const ScoredCase& scored) {
+    WriteHeadings();
     std::cout << scored.caseNumber;
     if (HasNames()) std::cout << ',' << Field(file_.getlab(scored.caseNumber));
     for (std::size_t d = 0; d < model_.dependents.size(); ++d) {
@@ -122,6 +126,7 @@ class PredictionTable {
   HostDataFile& file_;
   const DeployedModel& model_;
   const Scoring& scoring_;
+  bool hasHeadings_ = false;
 };
 
 void Summarise(const ScoringSummary& summary, const DeployedModel& model) {
@@ -167,10 +172,10 @@ int Score(const ScoreOptions& options) {
     return kExitFailed;
   }
   PredictionTable table(*file, *model, scoring);
-  table.WriteHeadings();
   ScoringSummary summary;
   const ScoringOutcome outcome =
       scoring.Run([&](const ScoredCase& scored) { table.Write(scored); }, summary, error);
+  if (outcome == ScoringOutcome::done) table.WriteHeadings();
   std::cout.flush();
   if (cancel) return kExitCancelled;
   if (outcome != ScoringOutcome::done) {

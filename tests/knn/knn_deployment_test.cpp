@@ -156,7 +156,8 @@ TEST(KnnDeployment, ALabelWithALineBreakStaysInItsComment) {
   knn.Train();
   for (const char* action : {"CodeGeneratorCLang", "CodeGeneratorQVB", "CodeGeneratorPMML"}) {
     const std::string text = Generated(knn, action);
-    EXPECT_EQ(Count(text, "\nint main(void)"), Count(text, "//") > 0 ? 1u : 0u) << action;
+    const bool isProgram = std::string_view(action) == "CodeGeneratorCLang";
+    EXPECT_EQ(Count(text, "\nint main(void)"), isProgram ? 1u : 0u) << action;
     EXPECT_EQ(Count(text, "\nint x;"), 0u);
     EXPECT_EQ(Count(text, "\xE2\x80\xA8"), 0u);
     EXPECT_EQ(Count(text, "\r"), 0u);
