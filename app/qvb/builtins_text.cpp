@@ -111,11 +111,12 @@ Value Position(Arguments arguments, BuiltInContext& context) {
 Value LastPosition(Arguments arguments, BuiltInContext& context) {
   const std::string text = TextArgument(arguments, 0, context);
   const std::string wanted = TextArgument(arguments, 1, context);
-  context.work += static_cast<std::int64_t>(text.size() / 64 * wanted.size());
-  const std::size_t found = text.rfind(wanted);
+  const std::string backText(text.rbegin(), text.rend());
+  const std::size_t found = FindText(backText, std::string(wanted.rbegin(), wanted.rend()), 0);
   if (found == std::string::npos) return Value::Integer(0);
+  const std::size_t begin = text.size() - found - wanted.size();
   return Value::Integer(
-      static_cast<std::int32_t>(Characters(std::string_view(text).substr(0, found)) + 1));
+      static_cast<std::int32_t>(Characters(std::string_view(text).substr(0, begin)) + 1));
 }
 
 template <bool left, bool right>

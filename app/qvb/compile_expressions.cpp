@@ -54,6 +54,12 @@ std::optional<Value> Compiler::Fold(Operator op, const Value& left, const Value&
     if (integers && op <= Operator::multiply) {
       return Value::Integer(IntegerResult(op, left.integer, right.integer));
     }
+    // Constants that double each other would need no run to fill the memory.
+    constexpr std::size_t kLongestText = 10000;
+    const auto isLong = [](const Value& value) {
+      return value.tag == Tag::text && value.text().size() > kLongestText;
+    };
+    if (isLong(left) || isLong(right)) return std::nullopt;
     return Apply(op, left, right);
   } catch (const ScriptFault&) {
     return std::nullopt;  // it fails when the statement runs

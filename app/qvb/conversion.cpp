@@ -279,6 +279,10 @@ bool ReadNumber(std::string_view text, double& number) {
 }
 
 bool IsLike(std::string_view text, std::string_view pattern) {
+  constexpr std::size_t kLongestPattern = 1000;
+  if (pattern.size() > kLongestPattern) {
+    throw ScriptFault(FaultNumber::invalidCall, "a pattern of more than 1000 characters");
+  }
   // One place to return to is enough: a later star takes over all that an earlier one could try.
   std::size_t t = 0;
   std::size_t p = 0;
@@ -314,8 +318,11 @@ bool IsLike(std::string_view text, std::string_view pattern) {
       starPattern = ++p;
       starText = t;
     } else if (p < pattern.size() && matchOne(p, next)) {
+      const bool character = pattern[p] == '?';
       p = next;
       ++t;
+      while (character && t < text.size() && (static_cast<unsigned char>(text[t]) & 0xC0) == 0x80)
+        ++t;
     } else if (starPattern != std::string_view::npos) {
       p = starPattern;
       t = ++starText;

@@ -74,7 +74,10 @@ Interpreter::~Interpreter() {
   Unwind(0);
   result_ = Value();
   module_.clear();
-  for (const Chunk& chunk : chunks_) ::operator delete(chunk.first);
+  for (const Chunk& chunk : chunks_) {
+    meter_->Return(chunk.size * sizeof(Value));
+    ::operator delete(chunk.first);
+  }
   meter_->Drop();
 }
 
@@ -206,6 +209,7 @@ Value* Interpreter::Allocate(std::size_t count) {
   }
   if (chunks_.empty() || chunks_[chunk_].size - chunks_[chunk_].used < count) {
     const std::size_t size = std::max(count, kChunkRegisters);
+    meter_->Charge(size * sizeof(Value));
     chunks_.push_back({static_cast<Value*>(::operator new(size * sizeof(Value))), size, 0});
     chunk_ = chunks_.size() - 1;
   }
@@ -228,7 +232,8 @@ void Interpreter::Prepare(const Procedure& procedure) {
   }
   const std::size_t count = procedure.registers.size();
   Value* const registers = Allocate(count);
-  // No initial value owns anything.
+  // A value is its bits as long as it owns nothing, and no initial value owns anything.
+  // NOLINTNEXTLINE(bugprone-undefined-memory-manipulation): for the reason above
   std::memcpy(static_cast<void*>(registers), procedure.registers.data(), count * sizeof(Value));
   Frame& frame = frames_.emplace_back();
   frame.procedure = &procedure;

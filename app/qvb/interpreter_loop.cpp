@@ -123,6 +123,14 @@ void AppendText(Value& text, const Value& more) {
   }
 }
 
+/// What copying a value costs beside its instruction.
+std::int64_t WorkOf(const Value& value) {
+  const Value& source = Target(value);
+  if (source.tag == Tag::array) return static_cast<std::int64_t>(source.array()->count / 8);
+  if (source.tag == Tag::text) return static_cast<std::int64_t>(source.text().size() / 64);
+  return 0;
+}
+
 [[noreturn]] void NotInitialised() { throw ScriptFault(FaultNumber::loopNotInitialised); }
 
 /// Whether a loop goes on with this value of its variable.
@@ -191,6 +199,7 @@ void Interpreter::Loop() {
             Assign(at(in.a), at(in.b));
           } else {
             at(in.a) = CopyOf(at(in.b));
+            left -= WorkOf(at(in.a));
           }
           break;
         case Op::widen:
@@ -208,9 +217,11 @@ void Interpreter::Loop() {
           break;
         case Op::store:
           Store(at(in.a), at(in.b));
+          if (at(in.b).tag >= Tag::text) left -= WorkOf(at(in.b));
           break;
         case Op::copyArray:
           ArrayIn(at(in.a)).CopyFrom(ArrayIn(at(in.b)));
+          left -= WorkOf(at(in.a));
           break;
         case Op::asArray: {
           ArrayData& array = ArrayIn(at(in.b));
@@ -274,6 +285,7 @@ void Interpreter::Loop() {
           break;
         case Op::apply:
           at(in.a) = Apply(static_cast<Operator>(in.n), at(in.b), at(in.c));
+          if (at(in.a).tag == Tag::text) left -= WorkOf(at(in.a));
           break;
         case Op::appendText:
           AppendText(at(in.a), at(in.b));
@@ -306,6 +318,7 @@ void Interpreter::Loop() {
           break;
         case Op::compareVV:
           at(in.a).boolean = CompareAny(static_cast<Operator>(in.n), at(in.b), at(in.c));
+          if (at(in.b).tag >= Tag::text) left -= WorkOf(at(in.b));
           break;
         case Op::jump:
           jump(in.d);
@@ -338,6 +351,7 @@ void Interpreter::Loop() {
           }
           break;
         case Op::jumpUnlessVV:
+          if (at(in.b).tag >= Tag::text) left -= WorkOf(at(in.b));
           if (!CompareAny(static_cast<Operator>(in.n), at(in.b), at(in.c))) jump(in.d);
           break;
 
@@ -406,6 +420,7 @@ void Interpreter::Loop() {
             Assign(prepared_[in.n], at(in.b));
           } else {
             prepared_[in.n] = CopyOf(at(in.b));
+            left -= WorkOf(at(in.b));
           }
           break;
         case Op::passReference:
@@ -505,9 +520,11 @@ void Interpreter::Loop() {
         }
         case Op::redim:
           ReDim(in);
+          left -= WorkOf(at(in.b));
           break;
         case Op::erase:
           ArrayIn(at(in.b)).Erase();
+          left -= WorkOf(at(in.b));
           break;
 
         case Op::forI:

@@ -20,14 +20,17 @@ ScriptLimits Bytes(std::size_t bytes) {
 }
 
 TEST(ScriptLimits, StopWhatNeverEnds) {
-  const std::string endless[] = {"Do\nLoop",
-                                 "back: GoTo back",
-                                 "While True\nn = n + 1\nWend",
-                                 "For i = 1 To 1 Step 0\nNext",
-                                 "On Error GoTo bad\nx = 1 / 0\nbad: Resume",
-                                 "On Error Resume Next\nDo\nx = 1 / 0\nLoop",
-                                 "On Error GoTo bad\nDo\nLoop\nbad: Resume Next",
-                                 "Do\ns = String(100000, \"a\")\nn = InStrRev(s, \"ab\")\nLoop"};
+  const std::string endless[] = {
+      "Do\nLoop",
+      "back: GoTo back",
+      "While True\nn = n + 1\nWend",
+      "For i = 1 To 1 Step 0\nNext",
+      "On Error GoTo bad\nx = 1 / 0\nbad: Resume",
+      "On Error Resume Next\nDo\nx = 1 / 0\nLoop",
+      "ReDim a(100000) As Double\nFor i = 1 To 100\nv = a\nNext",
+      "s = Space(1000000)\nFor i = 1 To 100\nt = s & s\nIf s = t Then Exit For\nNext",
+      "On Error GoTo bad\nDo\nLoop\nbad: Resume Next",
+      "Do\ns = String(100000, \"a\")\nn = InStrRev(s, \"ab\")\nLoop"};
   for (const std::string& statements : endless) {
     const ScriptError error = ErrorOf(statements, Steps(500000));
     EXPECT_EQ(error.kind, ScriptError::Kind::limit) << statements;
@@ -126,6 +129,19 @@ TEST(ScriptLimits, DeepTextsAreRefusedInsteadOfOverflowingTheStack) {
   // What a person writes is far from the limit.
   EXPECT_EQ(Printed("Print " + repeated("(", 90) + "1" + repeated(")", 90) + repeated(" + 1", 90)),
             "91");
+}
+
+TEST(ScriptLimits, HoldForRegistersAndConstantsToo) {
+  // A procedure with many registers that calls itself, and constants that grow while they are read.
+  std::string variables = "Sub Main\n";
+  for (int i = 0; i < 2000; ++i) variables += "v" + std::to_string(i) + " = 1\n";
+  EXPECT_EQ(ErrorOf(variables + "Main\nEnd Sub", Bytes(4000000)).kind, ScriptError::Kind::limit);
+  std::string constants = "Const c0 = \"0123456789\"\n";
+  for (int i = 1; i < 60; ++i) {
+    const std::string last = "c" + std::to_string(i - 1);
+    constants += "Const c" + std::to_string(i) + " = " + last + " & " + last + "\n";
+  }
+  EXPECT_EQ(ErrorOf(constants).reason, "expected a constant");
 }
 
 TEST(ScriptLimits, LongTextsAreNoNesting) {
