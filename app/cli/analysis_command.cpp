@@ -38,7 +38,7 @@ struct DialogTables {
 };
 
 /// Goes from the startup dialog to the method's specification dialog.
-bool ChooseKind(AnalysisSession& session, const AnalysisKind& kind, std::string& error) {
+bool ChooseKind(AnalysisSession& session, const AnalysisCommand& kind, std::string& error) {
   const AutomationResult chosen =
       session.Put("TypeOfAnalysis", AutomationValue::Number(kind.position));
   const AutomationResult result = chosen.Succeeded() ? session.OK() : chosen;
@@ -65,7 +65,7 @@ bool CheckSteps(const std::vector<Step>& steps, std::span<const Control> control
 /// One run: the file is open.
 class AnalysisRun {
  public:
-  AnalysisRun(const AnalysisKind& kind, const AnalysisOptions& options, OpenedFile& opened,
+  AnalysisRun(const AnalysisCommand& kind, const AnalysisOptions& options, OpenedFile& opened,
               const std::atomic<bool>& cancel)
       : kind_(kind),
         options_(options),
@@ -126,7 +126,7 @@ class AnalysisRun {
     return true;
   }
 
-  const AnalysisKind& kind_;
+  const AnalysisCommand& kind_;
   const AnalysisOptions& options_;
   const std::atomic<bool>& cancel_;
   OpenAnalysis analysis_;
@@ -136,14 +136,14 @@ class AnalysisRun {
 
 }  // namespace
 
-const AnalysisKind* FindAnalysisKind(std::string_view command) {
-  const auto kinds = AnalysisKinds();
+const AnalysisCommand* FindAnalysisCommand(std::string_view command) {
+  const auto kinds = AnalysisCommands();
   const auto found = std::ranges::find(
-      kinds, command, [](const AnalysisKind& k) -> std::string_view { return k.command; });
+      kinds, command, [](const AnalysisCommand& k) -> std::string_view { return k.command; });
   return found == kinds.end() ? nullptr : &*found;
 }
 
-int RunAnalysisCommand(const AnalysisKind& kind, std::span<const std::string> arguments) {
+int RunAnalysisCommand(const AnalysisCommand& kind, std::span<const std::string> arguments) {
   const std::atomic<bool>& cancel = CatchInterrupts();
   std::string text;
   const AnalysisFactory factory = ModuleLibrary::Load(text);

@@ -7,12 +7,12 @@
 
 namespace qrvml {
 
-struct AnalysisKind;
+struct AnalysisCommand;
 
 /// The method that a command runs; null when it is none, or none that this version has.
-const AnalysisKind* FindAnalysisKind(std::string_view command);
+const AnalysisCommand* FindAnalysisCommand(std::string_view command);
 
 /// Runs an analysis with the arguments behind the command's name; returns the exit status.
-int RunAnalysisCommand(const AnalysisKind& kind, std::span<const std::string> arguments);
+int RunAnalysisCommand(const AnalysisCommand& kind, std::span<const std::string> arguments);
 
 }  // namespace qrvml

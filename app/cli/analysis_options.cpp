@@ -141,7 +141,7 @@ void AddRunOptions(CommandLine& line, RunOptions& options, std::string& formats)
       ->group(group);
 }
 
-ParseOutcome ParseAnalysisOptions(const AnalysisKind& kind, std::span<const Control> controls,
+ParseOutcome ParseAnalysisOptions(const AnalysisCommand& kind, std::span<const Control> controls,
                                   std::span<const std::string> arguments, AnalysisOptions& options,
                                   std::string& text) {
   CommandLine line(kind.title, std::string("qrvml ") + kind.command);

@@ -29,7 +29,7 @@ void AddRunOptions(CommandLine& line, RunOptions& options, std::string& formats)
 
 /// Reads the arguments behind the command's name. `controls` is the specification dialog's table.
 /// help: `text` is the help text; wrong: `text` says what is wrong.
-ParseOutcome ParseAnalysisOptions(const AnalysisKind& kind, std::span<const Control> controls,
+ParseOutcome ParseAnalysisOptions(const AnalysisCommand& kind, std::span<const Control> controls,
                                   std::span<const std::string> arguments, AnalysisOptions& options,
                                   std::string& text);
 

@@ -89,7 +89,7 @@ int Dispatch(std::span<const std::string> words) {
   }
   if (!command->available) return WrongUsage(name + " is not available in this version");
   const auto arguments = words.subspan(1);
-  if (const AnalysisKind* kind = FindAnalysisKind(name))
+  if (const AnalysisCommand* kind = FindAnalysisCommand(name))
     return RunAnalysisCommand(*kind, arguments);
   if (name == "run") return RunMacroCommand(arguments);
   if (name == "score") return RunScoreCommand(arguments);

@@ -14,7 +14,7 @@
 namespace qrvml {
 namespace {
 
-constexpr AnalysisKind kKinds[] = {{"knn", "K nearest neighbours", 2, 104, 107}};
+constexpr AnalysisCommand kKinds[] = {{"knn", "K nearest neighbours", 2, 104, 107}};
 
 HostSettings SettingsOf(const RunOptions& options) {
   HostSettings settings;
@@ -26,7 +26,7 @@ HostSettings SettingsOf(const RunOptions& options) {
 
 }  // namespace
 
-std::span<const AnalysisKind> AnalysisKinds() { return kKinds; }
+std::span<const AnalysisCommand> AnalysisCommands() { return kKinds; }
 
 OpenAnalysis::OpenAnalysis(const RunOptions& options, OpenedFile& opened,
                            const std::atomic<bool>& cancel)
@@ -55,7 +55,7 @@ OpenAnalysis::OpenAnalysis(const RunOptions& options, OpenedFile& opened,
   session_.afterOK = [this] {
     host_.automation.RecordRun();
     const auto reached =
-        std::ranges::find(kKinds, session_.step(), &AnalysisKind::specificationStep);
+        std::ranges::find(kKinds, session_.step(), &AnalysisCommand::specificationStep);
     if (reached != std::end(kKinds)) kind_ = reached;
   };
 }

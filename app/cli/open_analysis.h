@@ -18,14 +18,14 @@
 namespace qrvml {
 
 /// One of the methods as the shell knows it.
-struct AnalysisKind {
+struct AnalysisCommand {
   const char* command;    // "knn"
   const char* title;      // for help texts
   int position;           // in the startup dialog's list
   int specificationStep;  // of the sequence table
   int resultsStep;
 };
-std::span<const AnalysisKind> AnalysisKinds();
+std::span<const AnalysisCommand> AnalysisCommands();
 
 /// What every command that runs an analysis takes.
 struct RunOptions {
@@ -72,7 +72,7 @@ class OpenAnalysis {
   DocumentFiles files_;
   std::vector<NamedValue> properties_;   // of the dialog that was left last
   std::optional<RunReport> lastReport_;  // of the analysis that a changed file ended
-  const AnalysisKind* kind_ = nullptr;
+  const AnalysisCommand* kind_ = nullptr;
   bool printedAny_ = false;
   bool saves_ = true;  // until a document could not be written
 };

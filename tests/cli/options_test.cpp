@@ -36,7 +36,7 @@ constexpr Control kControls[] = {
     Row("Choose", ControlKind::button),
     Row("Act", ControlKind::action),
 };
-constexpr AnalysisKind kKind = {"knn", "K nearest neighbours", 2, 104, 107};
+constexpr AnalysisCommand kKind = {"knn", "K nearest neighbours", 2, 104, 107};
 
 struct Parsed {
   ParseOutcome outcome = ParseOutcome::wrong;
