@@ -18,13 +18,24 @@ namespace fs = std::filesystem;
 
 bool NoName(const std::string&) { return false; }
 
-/// Temporary folders of programs.
-std::size_t Folders() {
-  std::size_t count = 0;
-  for (const auto& entry : fs::directory_iterator(fs::temp_directory_path()))
-    count += entry.path().filename().string().starts_with("qrvml-score-");
-  return count;
-}
+/// Makes programs work in a folder of this test's own.
+class OwnTemporaryFolder {
+ public:
+  OwnTemporaryFolder() {
+    fs::create_directories(folder_);
+    setenv("TMPDIR", folder_.c_str(), 1);
+  }
+  ~OwnTemporaryFolder() {
+    before_ == nullptr ? unsetenv("TMPDIR") : setenv("TMPDIR", beforeText_.c_str(), 1);
+    fs::remove_all(folder_);
+  }
+  bool IsEmpty() const { return fs::is_empty(folder_); }
+
+ private:
+  const char* before_ = std::getenv("TMPDIR");
+  std::string beforeText_ = before_ == nullptr ? "" : before_;
+  fs::path folder_ = fs::temp_directory_path() / ("qrvml-c-program-" + std::to_string(getpid()));
+};
 
 std::unique_ptr<CProgram> Open(const std::string& source, std::string& error,
                                Patience patience = {}) {
@@ -112,7 +123,7 @@ std::string WithBody(const std::string& body) {
 }
 
 TEST(CProgram, ThatDoesNotCompileOrAnswerIsToldOfAndLeavesNothingBehind) {
-  const std::size_t before = Folders();
+  const OwnTemporaryFolder folder;
   std::string error;
   EXPECT_EQ(Open(WithBody("no statement;"), error), nullptr);
   EXPECT_TRUE(error.starts_with("it does not compile:\n")) << error;
@@ -133,37 +144,72 @@ TEST(CProgram, ThatDoesNotCompileOrAnswerIsToldOfAndLeavesNothingBehind) {
     EXPECT_FALSE(program->Predict({&input, 1}, {&predicted, 1}, error)) << row.body;
     EXPECT_EQ(error, row.told);
   }
-  EXPECT_EQ(Folders(), before);
+  EXPECT_TRUE(folder.IsEmpty());
 }
 
 TEST(CProgram, IsEndedAtItsTimeLimitAndByACancel) {
-  const double input = 1;
-  double predicted = 0;
   std::string error;
-  {
-    // The limit holds for the compiler, too, which needs more than the program gets here.
-    CHeader header;
-    const std::string source = WithBody("for(;;) ;");
-    ASSERT_TRUE(ReadCHeader(source, NoName, header, error));
-    EXPECT_EQ(CProgram::Open(source, header, {.limit = std::chrono::milliseconds(0)}, error),
-              nullptr);
-    EXPECT_EQ(error, "compiling it took longer than the time limit");
-    const auto program =
-        CProgram::Open(source, header, {.limit = std::chrono::milliseconds(3000)}, error);
-    ASSERT_NE(program, nullptr) << error;
-    EXPECT_FALSE(program->Predict({&input, 1}, {&predicted, 1}, error));
-    EXPECT_EQ(error, "the program took longer than the time limit");
-  }
+  CHeader header;
+  const std::string source = WithBody("for(;;) sleep(1);");
+  ASSERT_TRUE(ReadCHeader(source, NoName, header, error));
+  EXPECT_EQ(CProgram::Open(source, header, {.limit = std::chrono::milliseconds(0)}, error),
+            nullptr);
+  EXPECT_EQ(error, "compiling it took longer than the time limit");
+
   std::atomic<bool> cancel = false;
-  const auto program = Open(WithBody("for(;;) sleep(1);"), error, {.cancel = &cancel});
+  const auto program = Open(source, error, {.cancel = &cancel});
   ASSERT_NE(program, nullptr) << error;
   std::thread canceller([&] {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     cancel = true;
   });
+  const double input = 1;
+  double predicted = 0;
   EXPECT_FALSE(program->Predict({&input, 1}, {&predicted, 1}, error));
   EXPECT_EQ(error, "the program was cancelled");
   canceller.join();
+}
+
+/// Whether a process runs; one that has ended and that nobody has asked for does not.
+bool Runs(const std::string& number) {
+  std::ifstream file("/proc/" + std::to_string(std::atoi(number.c_str())) + "/stat");
+  std::string id, name, state;
+  return file >> id >> name >> state && state != "Z" && state != "X";
+}
+
+TEST(ChildProcess, IsTalkedToInTimeAndEndedWithWhatItStarted) {
+  using Outcome = ChildProcess::Outcome;
+  const fs::path folder = fs::temp_directory_path();
+  std::string error, text;
+  ChildProcess echo({.limit = std::chrono::milliseconds(20000)});
+  ASSERT_TRUE(echo.Start({"cat"}, folder, true, "/dev/null", error)) << error;
+  const std::string sent(300000, 'x');  // more than the pipes hold
+  std::thread writer([&] { EXPECT_EQ(echo.Write(sent), Outcome::done); });
+  while (text.size() < sent.size()) ASSERT_EQ(echo.Read(text), Outcome::done);
+  writer.join();
+  EXPECT_EQ(text, sent);
+
+  ChildProcess silent({.limit = std::chrono::milliseconds(50)});
+  const char* const script = "sleep 1000 & echo $!; sleep 1000";
+  ASSERT_TRUE(silent.Start({"sh", "-c", script}, folder, true, "/dev/null", error));
+  std::string number;
+  while (number.find('\n') == std::string::npos && silent.Read(number) != Outcome::ended) {
+  }
+  EXPECT_EQ(silent.Read(text), Outcome::late);
+  EXPECT_EQ(silent.Wait(), Outcome::late);
+  EXPECT_TRUE(Runs(number));
+  silent.End();
+  for (int i = 0; i < 1000 && Runs(number); ++i)
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  EXPECT_FALSE(Runs(number));
+
+  ChildProcess failing({});
+  ASSERT_TRUE(failing.Start({"false"}, folder, false, "/dev/null", error));
+  EXPECT_EQ(failing.Wait(), Outcome::ended);
+  ASSERT_TRUE(failing.Start({"true"}, folder, false, "/dev/null", error));
+  EXPECT_EQ(failing.Wait(), Outcome::done);
+  EXPECT_FALSE(failing.Start({"no-such-program"}, folder, false, "/dev/null", error));
+  EXPECT_EQ(error, "no-such-program: No such file or directory");
 }
 
 }  // namespace
