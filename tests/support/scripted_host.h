@@ -131,7 +131,7 @@ class ScriptedHost final : public ProgressServices,
   int refuseDocument = 0;  // the document, counted from 1 by `offeredDocuments`, that is refused
   bool refuseSaving = false;
   std::string charset = "UTF-8";  // of text documents
-  int refusePut = 0;  // the row to be saved, counted from 1 by `puts`, that is refused
+  int refusePut = 0;              // the row to be saved, counted from 1 by `puts`, that is refused
   bool refuseDialogs = false;
   int cancelAtPoll = 0;  // the poll, counted from 1 by `polls`, that says cancel, and all after it
   bool externallyCancelled = false;
@@ -166,8 +166,8 @@ class ScriptedHost final : public ProgressServices,
   int openIterDisplays = 0;
   int polls = 0;
   int allocations = 0;
-  int offeredDocuments = 0;  // spreadsheets, graphs and text documents
-  int puts = 0;              // rows of saves
+  int offeredDocuments = 0;                 // spreadsheets, graphs and text documents
+  int puts = 0;                             // rows of saves
   int templateId = 0;                       // of the modeless dialog
   std::unique_ptr<CAnalysisDialog> dialog;  // the modeless dialog
   int exitStep = -1, exitMode = 0;          // of the last ExitDialog; -1: none
