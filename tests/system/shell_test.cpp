@@ -36,7 +36,6 @@ TEST_F(Shell, WrongUsageEndsWithTwoSaysWhyAndWritesNothing) {
   } kCases[] = {
       {{}, "a command is missing"},
       {{"kn"}, "unknown command kn; did you mean knn?"},
-      {{"run", "macro.qvb"}, "not available in this version"},
       {{"workbench"}, "not available in this version"},
       {{"knn"}, "FILE is missing"},
       {{"knn", iris, "--KNearestNeighbours", "3", "--out", out},
