@@ -326,7 +326,7 @@ Result Compiler::WithObject(int line) {
 }
 
 std::uint32_t Compiler::AddSite(int name) {
-  program_->sites.push_back({name, names_.Lower(name), names_.Lower(name)});
+  program_->sites.push_back(names_.Lower(name));
   return static_cast<std::uint32_t>(program_->sites.size() - 1);
 }
 

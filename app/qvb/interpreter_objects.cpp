@@ -44,11 +44,11 @@ int Interpreter::FindMember(std::uint32_t site, ScriptObject& object) {
   SiteCache& cache = caches_[site];
   const void* const key = object.ClassKey();
   if (cache.key == key && key) return cache.member;
-  const MemberSite& wanted = program_->sites[site];
-  const int member = object.FindMember(wanted.lower);
+  const std::string& wanted = program_->sites[site];
+  const int member = object.FindMember(wanted);
   if (member < 0) {
     throw ScriptFault(FaultNumber::noSuchMember,
-                      std::string(object.ClassName()) + " has no `" + wanted.lower + "`");
+                      std::string(object.ClassName()) + " has no `" + wanted + "`");
   }
   cache = {key, member};
   return member;

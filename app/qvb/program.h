@@ -164,13 +164,6 @@ struct Procedure {
   std::vector<StatementMark> marks;
 };
 
-/// A place that names a member of an object.
-struct MemberSite {
-  int name = -1;
-  std::string lower;
-  std::string written;
-};
-
 /// Elements with constant indexes that get constants, as generated scripts have by the million.
 struct FillRow {
   std::uint32_t variable;  // module variable that holds the array
@@ -189,7 +182,7 @@ struct Program {
   std::vector<Value> moduleVariables;            // what they hold at the start
   std::vector<std::string> moduleVariableNames;  // in lower case
   std::vector<LocalArray> moduleArrays;
-  std::vector<MemberSite> sites;
+  std::vector<std::string> sites;  // members that statements name, in lower case, one per place
   std::vector<FillRow> fillRows;
   std::vector<FillRun> fillRuns;
   std::vector<HostFunction> hostFunctions;
