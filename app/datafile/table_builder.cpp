@@ -78,7 +78,8 @@ std::span<double> TableBuilder::CellsFrom(std::size_t column, std::size_t firstC
 
 void TableBuilder::CompleteCases(std::size_t firstCase, std::size_t cases) {
   Block& block = blocks_[firstCase / capacity_];
-  if ((block.complete += cases) == block.cases) block.cells.PutAside();
+  const std::size_t complete = block.complete.fetch_add(cases) + cases;
+  if (complete == block.cases) block.cells.PutAside();
 }
 
 std::span<double> TableBuilder::NewCells(std::size_t column) {
