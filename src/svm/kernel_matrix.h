@@ -1,0 +1,80 @@
+// The kernel matrix of the cases of one optimisation: its columns, computed when they are needed
+// and kept in the cache. It is symmetric to the last bit, so a column may be filled from any side.
+//
+// Cases are known by position. The solver changes their order; columns, cases and squares follow.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <span>
+
+#include "host/memory.h"
+#include "svm/column_cache.h"
+#include "svm/kernel_function.h"
+#include "svm/packed_cases.h"
+#include "svm/solver_pace.h"
+#include "svm/solver_team.h"
+#include "svm/svm_types.h"
+
+namespace qrvml {
+
+inline constexpr std::int32_t kPassCases = 16 * kCaseLanes;  // that a pass handles while in cache
+
+class KernelMatrix {
+ public:
+  /// Packs the cases. Throws MemoryRefused, Cancelled.
+  KernelMatrix(std::span<const SVMNode* const> cases, const SVMParameters& parameters,
+               SVMSolverState& state, SolverPace& pace);
+
+  std::int32_t cases() const { return cases_.count(); }
+  const KernelFunction& function() const { return function_; }
+  double Diagonal(std::int32_t at) const { return diagonal_[std::size_t(at)]; }
+  double Value(std::int32_t a, std::int32_t b);
+
+  /// A column in use, until the next Request with the same side.
+  struct Column {
+    std::int32_t at = 0;
+    std::int32_t length = 0;        // elements asked for
+    std::int32_t known = 0;         // of them, before Fill
+    double* values = nullptr;       // padded to whole blocks
+    const double* query = nullptr;  // the case's inputs, when something is missing
+    double square = 0;
+  };
+  /// The first `length` elements of a column; side 0 or 1. Throws MemoryRefused.
+  Column Request(std::int32_t at, std::int32_t length, int side);
+  /// Computes what is missing of the columns in [begin, end); begin is a multiple of kCaseLanes.
+  /// values[0] is element `origin`. May be called on several threads for separate ranges. Returns
+  /// about the multiplications done.
+  std::int64_t Fill(std::span<const Column> columns, std::int32_t begin, std::int32_t end,
+                    std::int32_t origin = 0) const;
+  /// Fill has done all of the column.
+  void Complete(const Column& column);
+
+  /// sums[t] = sum over the listed cases, in order, of factor * column element t, for t in
+  /// [begin, cases()); begin is a multiple of kCaseLanes. Throws Cancelled, MemoryRefused.
+  void AddColumns(std::span<const std::int32_t> listed, std::span<const double> factors,
+                  std::int32_t begin, double* sums, SolverTeam& team, SolverPace& pace);
+
+  void Swap(std::int32_t a, std::int32_t b);
+  /// After swaps that brought cases from `length` on to positions before it: source[p] is the
+  /// position from which the case now at p came. Columns are cut to `length` and the elements
+  /// that moved are put right. Throws MemoryRefused.
+  void FollowSwaps(std::span<const std::int32_t> source, std::int32_t length);
+  /// The columns needed from now on have this length. Throws MemoryRefused.
+  void Fit(std::int32_t length) { cache_.Fit(length); }
+
+ private:
+  double* Scratch(int side) { return scratch_.data() + std::size_t(side) * padded_; }
+
+  PackedCases cases_;
+  KernelFunction function_;
+  SVMCounts& counts_;
+  ColumnCache cache_;
+  std::size_t padded_;          // cases rounded up to whole blocks
+  HostArray<double> squares_;   // per case: its product with itself
+  HostArray<double> diagonal_;  // per case
+  HostArray<double> queries_;   // kDotQueries cases
+  HostArray<double> scratch_;   // two columns: those the cache has no room for
+};
+
+}  // namespace qrvml

@@ -1,0 +1,3 @@
+#include "svm/kernels/svm_kernel_body.h"
+
+constinit const qrvml::SvmKernel qrvml::kSvmKernelV3 = MakeKernel(3);
