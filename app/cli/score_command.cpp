@@ -14,6 +14,7 @@
 #include "host/numerics.h"
 #include "score/c_program.h"
 #include "score/pmml_document.h"
+#include "score/qvb_script.h"
 #include "score/scoring.h"
 
 namespace qrvml {
@@ -21,9 +22,21 @@ namespace {
 
 struct ScoreOptions {
   OpenOptions open;
-  std::string c, pmml;  // the generated text; one of them is given
+  std::string c, pmml, qvb;  // the generated text; one of them is given
   double timeLimit = 300;
+  std::uint64_t stepLimit = 0;  // 0: none
+
+  const std::string& Source() const { return !c.empty() ? c : !pmml.empty() ? pmml : qvb; }
+  int Sources() const { return int{!c.empty()} + int{!pmml.empty()} + int{!qvb.empty()}; }
 };
+
+constexpr const char* kFooter =
+    R"(Columns of a script's sheet: a generated script writes the prediction of dependent k into column k
+and its residual into column k + 1, where the next dependent's prediction takes its place. Column k
+is read as the prediction of dependent k; residuals are computed from the data.
+
+A script names its variables by their numbers and its categories by their codes: they are those of
+the data file, which must have the variables in the order of the file that the model was trained on.)";
 
 constexpr std::size_t kLargestText = std::size_t{1} << 30;
 
@@ -55,6 +68,13 @@ bool ReadText(const std::string& path, std::string_view begin, std::string_view 
 std::unique_ptr<DeployedModel> OpenModel(const ScoreOptions& options, const HostDataFile& file,
                                          const std::atomic<bool>& cancel, std::string& error) {
   std::string text;
+  if (!options.qvb.empty()) {
+    if (!ReadText(options.qvb, "'#Uses", "a generated QVB script", text, error)) return nullptr;
+    ScriptLimits limits;
+    limits.steps = options.stepLimit;
+    limits.cancel = &cancel;
+    return QvbScript::Read(options.qvb, std::move(text), file, limits, error);
+  }
   if (options.c.empty()) {
     if (!ReadText(options.pmml, "<?xml", "a generated PMML document", text, error)) return nullptr;
     return ReadPmmlDocument(text, error);
@@ -159,7 +179,7 @@ int Score(const ScoreOptions& options) {
   }
   file->SetPassHook([&cancel](int) { return cancel.load(); });
   std::string error;
-  const std::string& source = options.c.empty() ? options.pmml : options.c;
+  const std::string& source = options.Source();
   const auto model = OpenModel(options, *file, cancel, error);
   if (model == nullptr) {
     if (cancel) return kExitCancelled;
@@ -198,11 +218,17 @@ int RunScoreCommand(std::span<const std::string> arguments) {
   line.AddFileOptions(options.open);
   line.Add("--c", options.c, "Generated C program: it is compiled and run");
   line.Add("--pmml", options.pmml, "Generated PMML document");
+  line.Add("--qvb", options.qvb,
+           "Generated QVB script: it is run as a node of a workflow, on up to 4096 cases at a "
+           "time");
   line.Add("--time-limit", options.timeLimit,
            "Seconds that the compiler, and the program for a case, may take (default: 300)")
       ->check(CLI::Range(0.001, 1e6));
+  line.Add("--step-limit", options.stepLimit,
+           "Ends a script after so many steps of its interpreter (default: no limit)");
   line.Add("--threads", options.open.threads, "Threads for reading (default: all cores)")
       ->check(CLI::Range(1, 4096));
+  line.Footer(kFooter);
   std::string text;
   const ParseOutcome outcome = line.Parse(arguments, text);
   if (outcome == ParseOutcome::help) {
@@ -212,8 +238,8 @@ int RunScoreCommand(std::span<const std::string> arguments) {
   if (outcome == ParseOutcome::go) {
     if (options.open.path.empty()) {
       text = "FILE is missing";
-    } else if (options.c.empty() == options.pmml.empty()) {
-      text = "one generated text is needed: --c SOURCE or --pmml DOCUMENT";
+    } else if (options.Sources() != 1) {
+      text = "one generated text is needed: --c SOURCE or --pmml DOCUMENT or --qvb SCRIPT";
     }
   }
   if (text.empty()) return Score(options);

@@ -2,6 +2,7 @@
 // predictions case by case.
 #pragma once
 
+#include <cstddef>
 #include <span>
 #include <string>
 #include <string_view>
@@ -33,8 +34,12 @@ class DeployedModel {
 
   /// Predicts one case: a value or code per input, a value or code per dependent. False: `error`
   /// says why, a clause; no further case can be predicted.
-  virtual bool Predict(std::span<const double> inputs, std::span<double> predictions,
+  virtual bool Predict(std::span<const double> values, std::span<double> predictions,
                        std::string& error) = 0;
+  /// Predicts several cases, one after the other in both lists; at least one. Gives how many were
+  /// predicted; fewer than were asked for: `error` says why the next one could not be.
+  virtual std::size_t PredictBatch(std::span<const double> values, std::span<double> predictions,
+                                   std::string& error);
 
   std::vector<DeployedField> dependents, inputs;
 };

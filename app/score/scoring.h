@@ -47,10 +47,10 @@ class Scoring {
   bool FindVariables(std::string& error);
   bool HasDependent(std::size_t d) const { return dependents_[d] != 0; }
 
-  /// Scores every selected case in order. A category is the one with the case's text, so that data
-  /// whose codes were given anew can be scored; without a text, the one with its code. A case with
-  /// a missing input, or with a category that the model does not have, is not predicted. failed:
-  /// the model cannot go on, `error` says why.
+  /// Scores every selected case in order, some thousands at a time. A category is the one with the
+  /// case's text, so that data whose codes were given anew can be scored; without a text, the one
+  /// with its code. A case with a missing input, or with a category that the model does not have,
+  /// is not predicted. failed: the model cannot go on, `error` says why.
   ScoringOutcome Run(const std::function<void(const ScoredCase&)>& visit, ScoringSummary& summary,
                      std::string& error);
 
@@ -59,6 +59,22 @@ class Scoring {
 
  private:
   enum class Reading { value, missing, unknown };
+  using Visitor = std::function<void(const ScoredCase&)>;
+  /// Cases that wait for their predictions.
+  struct Batch {
+    struct Row {
+      int caseNumber;
+      Reading worst;  // of its inputs
+    };
+    std::vector<Row> rows;
+    std::vector<double> inputs;    // of the rows whose inputs are all values
+    std::vector<double> observed;  // of all rows
+    std::vector<double> predictions;
+  };
+  void Add(int caseNumber, std::span<const double> values, Batch& batch);
+  /// Predicts, counts, visits and forgets them. False: as failed of Run.
+  bool Finish(Batch& batch, const Visitor& visit, ScoringSummary& summary, std::string& error);
+  void Count(const ScoredCase& scored, ScoringSummary& summary) const;
   /// The value of a field as the model has it.
   Reading Read(const DeployedField& field, int variable, double value, double& read) const;
 
