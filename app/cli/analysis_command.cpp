@@ -66,10 +66,11 @@ bool CheckSteps(const std::vector<Step>& steps, std::span<const Control> control
 class AnalysisRun {
  public:
   AnalysisRun(const AnalysisCommand& kind, const AnalysisOptions& options, OpenedFile& opened,
-              const std::atomic<bool>& cancel)
+              const std::atomic<bool>& cancel, const ResultsTask* task)
       : kind_(kind),
         options_(options),
         cancel_(cancel),
+        task_(task),
         analysis_(options.run, opened, cancel),
         session_(analysis_.session()),
         calls_(
@@ -89,9 +90,10 @@ class AnalysisRun {
     }
     if (!calls_.OK(kind_.resultsStep)) return Failed();
     const bool done = RunSteps();
+    const int status = done && task_ != nullptr ? task_->run(analysis_, calls_) : kExitDone;
     analysis_.host().progress.ClearLine();
     if (!analysis_.Save(true) || !analysis_.SaveMacro(options_.open)) return kExitFailed;
-    return done && !cancel_ ? int{kExitDone} : Failed();
+    return done && !cancel_ ? status : Failed();
   }
 
  private:
@@ -129,6 +131,7 @@ class AnalysisRun {
   const AnalysisCommand& kind_;
   const AnalysisOptions& options_;
   const std::atomic<bool>& cancel_;
+  const ResultsTask* const task_;  // null: none
   OpenAnalysis analysis_;
   AnalysisSession& session_;
   DialogCalls calls_;
@@ -143,7 +146,8 @@ const AnalysisCommand* FindAnalysisCommand(std::string_view command) {
   return found == kinds.end() ? nullptr : &*found;
 }
 
-int RunAnalysisCommand(const AnalysisCommand& kind, std::span<const std::string> arguments) {
+int RunAnalysisCommand(const AnalysisCommand& kind, std::span<const std::string> arguments,
+                       const ResultsTask* task) {
   const std::atomic<bool>& cancel = CatchInterrupts();
   std::string text;
   const AnalysisFactory factory = ModuleLibrary::Load(text);
@@ -163,8 +167,15 @@ int RunAnalysisCommand(const AnalysisCommand& kind, std::span<const std::string>
   const ParseOutcome outcome =
       ParseAnalysisOptions(kind, specification->Controls(), arguments, options, text);
   if (outcome == ParseOutcome::help) {
-    Print(text);
+    Print(task == nullptr ? text : task->help + text);
     return kExitDone;
+  }
+  if (task != nullptr) {
+    options.run.prints = false;
+    const auto isSteps = [](const std::string& word) {
+      return word == "--do" || word.starts_with("--do=");
+    };
+    if (std::ranges::none_of(arguments, isSteps)) options.steps.clear();
   }
   if (outcome == ParseOutcome::go && options.helpControls) {
     Print(ControlsText("Specification dialog", specification->Controls()));
@@ -172,7 +183,8 @@ int RunAnalysisCommand(const AnalysisCommand& kind, std::span<const std::string>
     return kExitDone;
   }
   if (outcome == ParseOutcome::wrong || !CheckSteps(options.steps, results, text)) {
-    Complain(text + " (qrvml " + kind.command + " --help lists the options)");
+    Complain(text + " (qrvml " + (task == nullptr ? "" : task->command + ' ') + kind.command +
+             " --help lists the options)");
     return kExitWrongUsage;
   }
 
@@ -186,7 +198,7 @@ int RunAnalysisCommand(const AnalysisCommand& kind, std::span<const std::string>
     Complain(error.Text());
     return kExitFailed;
   }
-  return AnalysisRun(kind, options, opened, cancel).Run(factory);
+  return AnalysisRun(kind, options, opened, cancel, task).Run(factory);
 }
 
 }  // namespace qrvml

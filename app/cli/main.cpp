@@ -15,6 +15,7 @@
 #include "cli/run_command.h"
 #include "cli/score_command.h"
 #include "cli/suggestion.h"
+#include "cli/verify_command.h"
 
 namespace qrvml {
 namespace {
@@ -31,7 +32,7 @@ constexpr Command kCommands[] = {
     {"svm", "support vector machines", false},
     {"run", "replay a macro", true},
     {"score", "apply a generated text to a file", true},
-    {"verify", "check a generated text", false},
+    {"verify", "check generated texts", true},
     {"workbench", "the page in a browser", false},
 };
 
@@ -93,6 +94,7 @@ int Dispatch(std::span<const std::string> words) {
     return RunAnalysisCommand(*kind, arguments);
   if (name == "run") return RunMacroCommand(arguments);
   if (name == "score") return RunScoreCommand(arguments);
+  if (name == "verify") return RunVerifyCommand(arguments);
   return DataCommand(arguments);
 }
 

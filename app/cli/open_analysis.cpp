@@ -70,6 +70,7 @@ void OpenAnalysis::DocumentChanged(std::size_t position) {
     files_.Touch(position);
     return;
   }
+  if (!options_.prints) return;
   host_.progress.ClearLine();
   if (printedAny_) std::cout << '\n';
   WriteDocumentText(std::cout, host_.workbook.documents()[position], host_.workbook.caseName);

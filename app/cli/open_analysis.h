@@ -33,6 +33,7 @@ struct RunOptions {
   std::vector<const DocumentFormat*> formats = {};
   int threads = 0;  // 0: all cores
   bool interactive = true;
+  bool prints = true;       // without a folder; else documents stay in the workbook
   bool overwrite = false;   // what is saved may replace existing files
   std::string record = {};  // file for the macro that equals the run; empty: none
 };

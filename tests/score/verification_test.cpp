@@ -1,0 +1,323 @@
+// The comparison that generated texts have to pass: texts of every kind of model pass, and what was
+// changed afterwards does not.
+#include "score/verification.h"
+
+#include "score/c_program.h"
+#include "score/generated_model.h"
+#include "score/pmml_document.h"
+#include "score/qvb_script.h"
+#include "score/scoring.h"
+
+namespace qrvml::test {
+namespace {
+
+constexpr const char* kActions[] = {"CodeGeneratorCLang", "CodeGeneratorQVB", "CodeGeneratorPMML"};
+
+/// A trained analysis and what its engine says, taken from the table and the engine itself.
+struct Trained {
+  KnnAnalysis knn;
+  EngineModel engine;
+
+  Trained(const PlainTable& table, const PlainSettings& settings) : knn(table, settings) {
+    knn.Train();
+    engine.metric = settings.metric;
+    engine.weighted = settings.weighted;
+    engine.standardized = settings.standardized;
+    engine.neighbours = std::size_t(settings.k);
+    for (int v = 0; v < table.Inputs() + table.Dependents(); ++v) {
+      EngineField field{knn.file.variables[std::size_t(v)].name, {}};
+      const bool isInput = v < table.Inputs();
+      const int place =
+          isInput ? v - table.continuousInputs : v - table.Inputs() - table.continuousDependents;
+      std::map<double, std::string> texts;
+      for (const Row& row : table.rows)
+        if (place >= 0) texts[row[std::size_t(v)]] = ShortestText(row[std::size_t(v)]);
+      if (!isInput && place >= 0 && std::size_t(place) < table.labels.size())
+        for (const auto& [code, text] : table.labels[std::size_t(place)])
+          if (texts.contains(code)) texts[code] = text;
+      for (const auto& [code, text] : texts) field.labels.push_back({code, text, false});
+      (isInput ? engine.inputs : engine.dependents).push_back(field);
+    }
+    for (int r = 0; r < int(table.rows.size()); ++r) {
+      const Row& row = table.rows[std::size_t(r)];
+      const auto inputs = row.begin() + table.Inputs();
+      auto& to = r < table.prototypes ? engine.prototypeInputs : engine.caseInputs;
+      to.insert(to.end(), row.begin(), inputs);
+      if (r < table.prototypes) {
+        engine.prototypeOutputs.insert(engine.prototypeOutputs.end(), inputs, row.end());
+        continue;
+      }
+      engine.cases.push_back(r + 1);
+      knn.PredictTest(r - table.prototypes);
+      const auto& predicted = knn.engine().predictions;
+      engine.predictions.insert(engine.predictions.end(), predicted.begin(), predicted.end());
+    }
+  }
+
+  std::vector<std::string> Texts(CodeDialect dialect) {
+    return GeneratedTexts(knn, kActions[int(dialect)]);
+  }
+  std::unique_ptr<DeployedModel> Open(CodeDialect dialect, const std::string& text) {
+    std::string error;
+    std::unique_ptr<DeployedModel> model;
+    CHeader header;
+    const auto isName = [&](const std::string& name) {
+      return Scoring::FindVariable(knn.file, name) != 0;
+    };
+    if (dialect == CodeDialect::qvb) {
+      model = QvbScript::Read("model.qvb", text, knn.file, {}, error);
+    } else if (dialect == CodeDialect::pmml) {
+      model = ReadPmmlDocument(text, error);
+    } else if (ReadCHeader(text, isName, header, error)) {
+      model = CProgram::Open(text, std::move(header), {}, error);
+    }
+    EXPECT_NE(model, nullptr) << error;
+    return model;
+  }
+};
+
+std::string Faults(const TextCheck& check) {
+  std::string text;
+  for (const std::string& fault : check.faults) text += fault + '\n';
+  for (const DependentCheck& dependent : check.dependents) text += dependent.first + '\n';
+  return text;
+}
+
+PlainTable ClassTable() {
+  PlainTable table = RandomTable(kShapes[3], 40, 30, 11);
+  table.labels.assign(2, {{1, "b & <c>"}, {2, "\"a\""}, {3, "é"}, {4, "b & <c>"}});
+  return table;
+}
+constexpr PlainSettings kSettings = {.metric = 2, .weighted = true, .standardized = true, .k = 3};
+
+TEST(Verification, TextsOfEveryKindOfModelPass) {
+  for (const Shape& shape : kShapes) {
+    for (int option = 0; option < 16; ++option) {
+      const PlainSettings settings = {.metric = option % 4,
+                                      .weighted = (option & 4) != 0,
+                                      .standardized = (option & 8) != 0,
+                                      .k = 1 + option % 5};
+      SCOPED_TRACE(std::string(shape.name) + ", option " + std::to_string(option));
+      Trained trained(RandomTable(shape, 30, 20, 40 + option), settings);
+      for (const CodeDialect dialect : {CodeDialect::qvb, CodeDialect::pmml, CodeDialect::c}) {
+        // A compiler takes its time; the system's tests run it for every distance.
+        if (dialect == CodeDialect::c && option != 7) continue;
+        std::size_t dependent = 0;
+        for (const std::string& text : trained.Texts(dialect)) {
+          const auto model = trained.Open(dialect, text);
+          ASSERT_NE(model, nullptr);
+          const TextCheck check = CheckText(dialect, text, *model, trained.engine, dependent++);
+          EXPECT_TRUE(check.Passed()) << Faults(check) << int(dialect);
+          EXPECT_EQ(check.prototypes, 30u);
+          EXPECT_EQ(check.dependents.at(0).cases, 20);
+        }
+        EXPECT_EQ(dependent, dialect == CodeDialect::pmml ? trained.engine.dependents.size() : 1);
+      }
+    }
+  }
+}
+
+struct Change {
+  CodeDialect dialect;
+  const char* from;  // its first occurrence is replaced
+  const char* to;
+  const char* fault;
+};
+
+/// The text with the first occurrence of `from` replaced.
+std::string Tampered(const std::string& text, const std::string& from, const std::string& to) {
+  std::string changed = text;
+  const std::size_t place = changed.find(from);
+  EXPECT_NE(place, text.npos) << from;
+  if (place != text.npos) changed.replace(place, from.size(), to);
+  return changed;
+}
+
+TEST(Verification, ATextThatWasTamperedWithFails) {
+  using enum CodeDialect;
+  const Change changes[] = {
+      {qvb, "Metric = 2\n", "Metric = 0\n",
+       "its distance is Euclidean, the engine's is city-block"},
+      {qvb, "Weighted = True", "Weighted = False", "it weights votes otherwise"},
+      {qvb, "NoOfNearestK = 3", "NoOfNearestK = 2", "it takes 2 neighbours, the engine takes 3"},
+      {qvb, "InputPrototypes(7, 2)=", "InputPrototypes(7, 2)=1", "the first is 7"},
+      {qvb, "OutputPrototypes(9, 2)=", "OutputPrototypes(9, 2)=1", "the first is 9"},
+      {qvb, "InputScale(1)=", "InputScale(1)=1", "it scales \"x1\" otherwise"},
+      {qvb, "InputIndex(1)=1", "InputIndex(1)=2", "it names \"x2\" where \"x1\" belongs"},
+      {qvb, "OutputNominals(1, 1)=2\nOutputNominals(1, 2)=1",
+       "OutputNominals(1, 1)=1\nOutputNominals(1, 2)=2", "classes of \"c1\""},
+      {pmml, "metric=\"cityblock\"", "metric=\"chebychev\"", "its distance is Chebychev"},
+      {pmml, "noOfNearestNeighbors=\"3\"", "noOfNearestNeighbors=\"4\"", "it takes 4 neighbours"},
+      {pmml, "<AttributeInstance name=\"x1\" value=\"", "<AttributeInstance name=\"x1\" value=\"9",
+       "1 of its prototypes are not the engine's; the first is 1"},
+      {pmml, "label=\"é\" value", "label=\"e\" value", "it calls a category of \"c1\" \"e\""},
+      {pmml, "<KNNField name=\"x2\" shift=\"-", "<KNNField name=\"x2\" shift=\"-1",
+       "it scales \"x2\" otherwise"},
+  };
+  Trained trained(ClassTable(), kSettings);
+  for (const Change& change : changes) {
+    SCOPED_TRACE(change.from);
+    const std::string text = trained.Texts(change.dialect).at(0);
+    ASSERT_TRUE(
+        CheckText(change.dialect, text, *trained.Open(change.dialect, text), trained.engine, 0)
+            .Passed());
+    const std::string changed = Tampered(text, change.from, change.to);
+    const auto model = trained.Open(change.dialect, changed);
+    ASSERT_NE(model, nullptr);
+    const TextCheck check = CheckText(change.dialect, changed, *model, trained.engine, 0);
+    EXPECT_FALSE(check.Passed());
+    EXPECT_NE(Faults(check).find(change.fault), std::string::npos) << Faults(check);
+  }
+}
+
+TEST(Verification, ACProgramThatWasTamperedWithFails) {
+  Trained trained(ClassTable(), kSettings);
+  const std::string text = trained.Texts(CodeDialect::c).at(0);
+  const std::pair<std::string, std::string> changes[] = {
+      {"unsigned short metric = 2", "unsigned short metric = 3"},
+      {"1, 2, 3, 4, 1, 2, 3, 4\n", "2, 1, 3, 4, 1, 2, 3, 4\n"},  // classes
+      {"static double examples[]=\n{\n", "static double examples[]=\n{\n1"},
+      {"static double shift[]=\n{\n-", "static double shift[]=\n{\n-1"},
+      {"bool w = 1", "bool w = 0"},
+  };
+  CHeader header;
+  std::string error;
+  ASSERT_TRUE(ReadCHeader(
+      text, [](const std::string&) { return false; }, header, error));
+  struct Fields final : DeployedModel {
+    bool Predict(std::span<const double>, std::span<double>, std::string&) override {
+      return false;
+    }
+  } fields;
+  fields.dependents = header.dependents;
+  fields.inputs = header.inputs;
+  for (const auto& [from, to] : changes) {
+    PrintedModel printed;
+    const std::string changed = Tampered(text, from, to);
+    ASSERT_TRUE(PrintedModel::Read(CodeDialect::c, changed, printed, error)) << error;
+    TextCheck check;
+    CheckPrinted(CodeDialect::c, printed, trained.engine, fields, 0, check);
+    EXPECT_EQ(check.faults.size(), 1u) << from << Faults(check);
+  }
+}
+
+TEST(Verification, PredictionsOfAnotherModelAreDifferent) {
+  Trained trained(ClassTable(), kSettings);
+  const std::string text = trained.Texts(CodeDialect::qvb).at(0);
+  std::vector<double> predictions(trained.engine.cases.size() * 2);
+  PrintedModel printed;
+  std::string error;
+  ASSERT_TRUE(PrintedModel::Read(CodeDialect::qvb, text, printed, error)) << error;
+  for (const char* line : {"Metric = 3\n", "NoOfNearestK = 1\n"}) {
+    const std::string name(line, std::string_view(line).find('=') + 2);
+    const std::size_t place = text.find(name), end = text.find('\n', place);
+    const auto model =
+        trained.Open(CodeDialect::qvb, Tampered(text, text.substr(place, end + 1 - place), line));
+    ASSERT_EQ(model->PredictBatch(trained.engine.caseInputs, predictions, error),
+              trained.engine.cases.size())
+        << error;
+    TextCheck check;
+    CheckPredictions(CodeDialect::qvb, printed, trained.engine, predictions, 0, check);
+    EXPECT_FALSE(check.Passed()) << line;
+    EXPECT_TRUE(check.dependents.at(0).first.starts_with("case ")) << line;
+  }
+}
+
+/// One prototype per row of "value of the dependent, input"; one test case at 0.
+struct Votes {
+  PrintedModel printed;
+  EngineModel engine;
+
+  Votes(std::vector<double> outputs, std::vector<std::vector<double>> classes) {
+    printed.continuousInputs = 1;
+    printed.continuousDependents = classes.empty() ? 1 : 0;
+    printed.neighbours = outputs.size();
+    printed.shift = {0};
+    printed.scale = {1};
+    printed.classes = std::move(classes);
+    printed.inputs.assign(outputs.size(), 1);
+    printed.outputs = std::move(outputs);
+    engine.inputs = {{"x", {}}};
+    engine.dependents = {{"y", {}}};
+    engine.cases = {1};
+    engine.caseInputs = {0};
+    engine.predictions = {0};
+  }
+  std::int64_t Different(CodeDialect dialect, double predicted) {
+    TextCheck check;
+    CheckPredictions(dialect, printed, engine, {predicted}, 0, check);
+    tied = check.dependents.at(0).tied;
+    return check.dependents.at(0).different;
+  }
+  std::int64_t tied = 0;
+};
+
+TEST(Verification, ATiedVoteMayFallToAnyClassThatSharesItAndToNoOther) {
+  Votes votes({1, 2, 1, 2, 3}, {{3, 2, 1}});
+  for (const double predicted : {1.0, 2.0})
+    EXPECT_EQ(votes.Different(CodeDialect::qvb, predicted), 0) << predicted;
+  EXPECT_EQ(votes.Different(CodeDialect::qvb, 3), 1);
+  EXPECT_EQ(votes.tied, 1);
+  Votes clear({1, 2, 1}, {{3, 2, 1}});
+  EXPECT_EQ(clear.Different(CodeDialect::qvb, 2), 1);
+  EXPECT_EQ(clear.Different(CodeDialect::qvb, 1), 0);
+  EXPECT_EQ(clear.tied, 0);
+}
+
+TEST(Verification, NumbersAreEqualWithinTheDigitsThatTheTextPrints) {
+  Votes votes({123456.5, 123457.3}, {});  // the mean: 123456.9
+  EXPECT_EQ(votes.Different(CodeDialect::c, 123457), 0);
+  EXPECT_EQ(votes.Different(CodeDialect::c, 123456), 1);
+  EXPECT_EQ(votes.Different(CodeDialect::qvb, 123457), 1);
+  EXPECT_EQ(votes.Different(CodeDialect::pmml, 123456.9 * (1 + 1e-13)), 0);
+  EXPECT_EQ(votes.Different(CodeDialect::pmml, 123456.9 * (1 + 1e-11)), 1);
+  EXPECT_EQ(votes.Different(CodeDialect::qvb, std::nan("")), 1);
+}
+
+TEST(Verification, RepeatedPrototypesAreComparedInTheirOrder) {
+  Trained trained(ClassTable(), kSettings);
+  const std::string text = trained.Texts(CodeDialect::qvb).at(0);
+  const auto model = trained.Open(CodeDialect::qvb, text);
+  PrintedModel printed;
+  std::string error;
+  ASSERT_TRUE(PrintedModel::Read(CodeDialect::qvb, text, printed, error)) << error;
+  // The last prototype twice, as a weight of 2 prints it.
+  const auto repeat = [](std::vector<std::string_view>& texts, std::size_t width) {
+    const std::vector<std::string_view> last(texts.end() - std::ptrdiff_t(width), texts.end());
+    texts.insert(texts.end(), last.begin(), last.end());
+  };
+  repeat(printed.inputTexts, printed.Inputs());
+  repeat(printed.outputTexts, printed.Dependents());
+  printed.inputs.resize(printed.inputTexts.size());
+  TextCheck repeated;
+  CheckPrinted(CodeDialect::qvb, printed, trained.engine, *model, 0, repeated);
+  EXPECT_EQ(repeated.faults, std::vector<std::string>{});
+  ASSERT_EQ(repeated.notes.size(), 1u);
+  EXPECT_NE(repeated.notes[0].find("41 prototypes, the engine shows 40"), std::string::npos);
+  std::ranges::reverse(printed.inputTexts);
+  TextCheck reversed;
+  CheckPrinted(CodeDialect::qvb, printed, trained.engine, *model, 0, reversed);
+  EXPECT_EQ(reversed.faults.size(), 1u) << Faults(reversed);
+}
+
+TEST(PrintedModelOfAText, NamesWhatItCannotRead) {
+  Trained trained(ClassTable(), kSettings);
+  const std::pair<CodeDialect, const char*> prototypes[] = {
+      {CodeDialect::c, "static double examples"},
+      {CodeDialect::qvb, "OutputPrototypes(9, 2)="},
+      {CodeDialect::pmml, "<Example id=\"9\">"}};
+  for (const auto& [dialect, prototype] : prototypes) {
+    const std::string text = trained.Texts(dialect).at(0);
+    PrintedModel printed;
+    std::string error;
+    EXPECT_TRUE(PrintedModel::Read(dialect, text, printed, error)) << error;
+    for (const std::size_t length : {std::size_t(0), text.find(prototype)}) {
+      error.clear();
+      EXPECT_FALSE(PrintedModel::Read(dialect, text.substr(0, length), printed, error));
+      EXPECT_FALSE(error.empty());
+    }
+  }
+}
+
+}  // namespace
+}  // namespace qrvml::test
