@@ -40,8 +40,7 @@ double SumOfSizes(std::span<const double> values) {
   return sum;
 }
 
-// --- Classification
-// -------------------------------------------------------------------------------
+// --- Classification -----------------------------------------------------------------------------
 
 void PrepareC(const DecisionProblem& from, const SVMParameters&, OptimisationProblem& to) {
   Allocate(to, from.cases.size(), 0);
@@ -101,14 +100,13 @@ void FinishOneClass(const DecisionProblem&, const SVMParameters&, OptimisationPr
   std::copy(to.alpha.begin(), to.alpha.end(), coefficients.begin());
 }
 
-// --- Regression
-// -----------------------------------------------------------------------------------
+// --- Regression ---------------------------------------------------------------------------------
 
-void PrepareRegression(const DecisionProblem& from, double C, double epsilon,
+void PrepareRegression(const DecisionProblem& from, double bound, double epsilon,
                        OptimisationProblem& to) {
   const std::size_t l = from.cases.size();
   if (2 * l > std::size_t(std::numeric_limits<std::int32_t>::max())) throw MemoryRefused();
-  Allocate(to, 2 * l, C);
+  Allocate(to, 2 * l, bound);
   to.twoPerCase = true;
   for (std::size_t t = 0; t < l; ++t) {
     to.b[t] = epsilon - from.targets[t];

@@ -61,7 +61,7 @@ PairOptimiser::PairOptimiser(OptimisationProblem& problem, const SVMParameters& 
       active_(variables_) {
   const auto size = std::size_t(PackedCases::Padded(variables_));
   const auto cases = std::size_t(PackedCases::Padded(matrix.cases()));
-  F_.Assign(size, 0.0);
+  f_.Assign(size, 0.0);
   status_.Assign(size, 0);
   order_.Resize(std::size_t(variables_));
   if (shrinking_ && !problem.twoPerCase) source_.Resize(std::size_t(variables_));
@@ -127,12 +127,11 @@ void PairOptimiser::MoveStatus(std::int32_t t) {
 
 void PairOptimiser::CheckFinite(std::int32_t count) const {
   for (std::int32_t t = 0; t < count; ++t) {
-    if (!std::isfinite(F_[std::size_t(t)])) throw NumericFault();
+    if (!std::isfinite(f_[std::size_t(t)])) throw NumericFault();
   }
 }
 
-// --- The pair
-// -------------------------------------------------------------------------------------
+// --- The pair -----------------------------------------------------------------------------------
 
 // Gmax1 + Gmax2 of a set whose ends these are.
 double PairOptimiser::Violation() const {
@@ -158,7 +157,7 @@ bool PairOptimiser::SelectPair(std::int32_t* i, std::int32_t* j) const {
 }
 
 void PairOptimiser::Choose() {
-  matrix_.function().kernel().choose(F_.data(), status_.data(), 0, active_, problem_.nu, ends_);
+  matrix_.function().kernel().choose(f_.data(), status_.data(), 0, active_, problem_.nu, ends_);
 }
 
 void PairOptimiser::Optimise(std::int32_t i, std::int32_t j) {
@@ -266,7 +265,7 @@ void PairOptimiser::Apply(const Step& step) {
                        begin, end, change_.data());
       } else {
         PairEnds ends[2];
-        kernel.update(F_.data(), status_.data(), step.first.values, step.second.values,
+        kernel.update(f_.data(), status_.data(), step.first.values, step.second.values,
                       step.firstChange, step.secondChange, begin, end, problem_.nu, ends);
         for (int c = 0; c < this->ends(); ++c) Merge(found_[part].ends[c], ends[c]);
       }
@@ -282,7 +281,7 @@ void PairOptimiser::Apply(const Step& step) {
       const std::int32_t begin = share.first * kPassCases;
       const std::int32_t end = std::min(active_, share.last * kPassCases);
       if (begin >= end) return;
-      kernel.updateListed(F_.data(), status_.data(), change_.data(), case_.data(), begin, end,
+      kernel.updateListed(f_.data(), status_.data(), change_.data(), case_.data(), begin, end,
                           problem_.nu, found_[part].ends);
     });
   }
@@ -292,8 +291,7 @@ void PairOptimiser::Apply(const Step& step) {
   }
 }
 
-// --- Shrinking
-// ------------------------------------------------------------------------------------
+// --- Shrinking ----------------------------------------------------------------------------------
 
 /// Whether a variable at a bound would rather stay there than any that could go the other way.
 bool PairOptimiser::Leaves(std::int32_t t, const PairEnds* thresholds) const {
@@ -302,9 +300,9 @@ bool PairOptimiser::Leaves(std::int32_t t, const PairEnds* thresholds) const {
   const bool down = (status & kMayGoDown) != 0;
   if (up && down) return false;
   const PairEnds& ends = thresholds[(status & kNegativeClass) != 0 ? 1 : 0];
-  const double F = F_[std::size_t(t)];
-  if (up) return F > ends.mostDown;
-  if (down) return F < ends.leastUp;
+  const double f = f_[std::size_t(t)];
+  if (up) return f > ends.mostDown;
+  if (down) return f < ends.leastUp;
   return true;  // its bound is 0: it never moves
 }
 
@@ -349,7 +347,7 @@ void PairOptimiser::SwapVariables(std::int32_t a, std::int32_t b) {
   const auto second = std::size_t(b);
   std::swap(problem_.alpha[first], problem_.alpha[second]);
   std::swap(problem_.b[first], problem_.b[second]);
-  std::swap(F_[first], F_[second]);
+  std::swap(f_[first], f_[second]);
   std::swap(status_[first], status_[second]);
   std::swap(order_[first], order_[second]);
   if (problem_.twoPerCase) {
@@ -360,7 +358,7 @@ void PairOptimiser::SwapVariables(std::int32_t a, std::int32_t b) {
   }
 }
 
-// F_t = y_t b_t + sum of (y_s alpha_s) K_ts. The sum is made when it is needed instead of carrying
+// f_t = y_t b_t + sum of (y_s alpha_s) K_ts. The sum is made when it is needed instead of carrying
 // the part of the variables at their upper bound along.
 void PairOptimiser::Rebuild() {
   if (active_ == variables_) return;
@@ -383,28 +381,27 @@ void PairOptimiser::Rebuild() {
   matrix_.AddColumns(std::span(listed_.data(), count), std::span(factors, count), begin,
                      sums_.data(), team_, pace_);
   for (std::int32_t t = active_; t < variables_; ++t) {
-    F_[std::size_t(t)] = y(t) * problem_.b[std::size_t(t)] + sums_[std::size_t(CaseOf(t))];
+    f_[std::size_t(t)] = y(t) * problem_.b[std::size_t(t)] + sums_[std::size_t(CaseOf(t))];
   }
 }
 
-// --- The result
-// -----------------------------------------------------------------------------------
+// --- The result ---------------------------------------------------------------------------------
 
-// The average of F over free variables, else the middle of what the variables at bounds allow.
+// The average of f over free variables, else the middle of what the variables at bounds allow.
 double PairOptimiser::GenericRho() const {
   double upper = kInfinity;
   double lower = -kInfinity;
   double sum = 0;
   std::int32_t free = 0;
   for (std::int32_t t = 0; t < active_; ++t) {
-    const double F = F_[std::size_t(t)];
+    const double f = f_[std::size_t(t)];
     if (IsFree(t)) {
-      sum += F;
+      sum += f;
       ++free;
     } else if ((Alpha(t) <= 0) == (y(t) > 0)) {
-      upper = std::min(upper, F);
+      upper = std::min(upper, f);
     } else {
-      lower = std::max(lower, F);
+      lower = std::max(lower, f);
     }
   }
   return free > 0 ? sum / free : (upper + lower) / 2;

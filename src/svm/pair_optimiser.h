@@ -3,9 +3,9 @@
 //     minimise 1/2 a'Qa + b'a   subject to   y'a = constant, 0 <= a_t <= bound of y_t,
 //     Q_ts = y_t y_s K(x_t, x_s)
 //
-// Instead of the gradient G = Qa + b the solver keeps F_t = y_t G_t, in which both signs of y look
-// alike: a step along y_i and against y_j changes F_t by K_ti d_i + K_tj d_j, the variable that
-// most wants to go up has the least F, the one that most wants to go down the greatest, and the
+// Instead of the gradient G = Qa + b the solver keeps f_t = y_t G_t, in which both signs of y look
+// alike: a step along y_i and against y_j changes f_t by K_ti d_i + K_tj d_j, the variable that
+// most wants to go up has the least f, the one that most wants to go down the greatest, and the
 // problem is solved when the second exceeds the first by less than the accuracy.
 //
 // Variables are known by position; shrinking moves those that are out of work behind the others.
@@ -48,11 +48,11 @@ class PairOptimiser {
   OptimisationResult Solve();
 
  private:
-  struct Step {  // what a pair's new values add to F
+  struct Step {  // what a pair's new values add to f
     KernelMatrix::Column first;
     KernelMatrix::Column second;
-    double firstChange;
-    double secondChange;
+    double firstChange = 0;
+    double secondChange = 0;
   };
 
   /// The ends that one thread found, on a cache line of its own.
@@ -67,7 +67,7 @@ class PairOptimiser {
     return y(t) > 0 ? problem_.positiveBound : problem_.negativeBound;
   }
   double Alpha(std::int32_t t) const { return problem_.alpha[std::size_t(t)]; }
-  double G(std::int32_t t) const { return y(t) * F_[std::size_t(t)]; }
+  double G(std::int32_t t) const { return y(t) * f_[std::size_t(t)]; }
   bool IsFree(std::int32_t t) const { return Alpha(t) > 0 && Alpha(t) < Bound(t); }
   std::int32_t CaseOf(std::int32_t t) const {
     return problem_.twoPerCase ? case_[std::size_t(t)] : t;
@@ -77,7 +77,7 @@ class PairOptimiser {
   void Start();
   void Shrink();
   bool Leaves(std::int32_t t, const PairEnds* thresholds) const;
-  /// Brings F of the inactive variables up to date.
+  /// Brings f of the inactive variables up to date.
   void Rebuild();
   void CutActiveSet(const PairEnds* thresholds);
   void ReturnVariables(const PairEnds* thresholds);
@@ -87,7 +87,7 @@ class PairOptimiser {
   bool SelectPair(std::int32_t* i, std::int32_t* j) const;
   void Choose();
   void Optimise(std::int32_t i, std::int32_t j);
-  /// Adds the step to F of the active variables and chooses the next pair.
+  /// Adds the step to f of the active variables and chooses the next pair.
   void Apply(const Step& step);
   void MoveStatus(std::int32_t t);
   void CheckFinite(std::int32_t count) const;
@@ -109,12 +109,12 @@ class PairOptimiser {
   std::int32_t active_;
   bool hasReturned_ = false;  // variables came back once: it is done once at most
   PairEnds ends_[2] = {};     // of the active variables; of y = +1 and -1 in the nu variant
-  HostArray<double> F_;
+  HostArray<double> f_;
   HostArray<std::uint8_t> status_;
   HostArray<std::int32_t> order_;   // per position: the caller's variable
   HostArray<std::int32_t> case_;    // per position, with two variables per case
   HostArray<std::int32_t> source_;  // per position, while swapping: where its variable came from
-  HostArray<double> change_;        // per case: what a step adds to F, with two variables per case
+  HostArray<double> change_;        // per case: what a step adds to f, with two variables per case
   HostArray<PartEnds> found_;       // per thread
   HostArray<double> sums_;          // per case: used by Rebuild
   HostArray<std::int32_t> listed_;

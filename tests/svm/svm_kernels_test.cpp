@@ -181,8 +181,7 @@ TEST(SvmKernels, TheEndsAreTheEarliestOfTheBestOnEveryLevel) {
   }
 }
 
-// --- The cache
-// ------------------------------------------------------------------------------------
+// --- The cache ----------------------------------------------------------------------------------
 
 /// A column's elements say whose they are.
 double Element(int owner, int t) { return owner * 10000.0 + t; }

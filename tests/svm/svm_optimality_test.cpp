@@ -173,8 +173,7 @@ TEST(SvmTraining, NuBoundsTheSharesOfSupportVectorsAndErrors) {
   }
 }
 
-// --- Problems a hand can solve
-// --------------------------------------------------------------------
+// --- Problems a hand can solve ------------------------------------------------------------------
 
 struct Trained {
   QuietState state;

@@ -245,8 +245,7 @@ TEST(SvmSolver, ParametersAreCheckedInOrder) {
   EXPECT_STREQ(SvmCheckParameters(unequal.problem(), p), "C <= 0");
 }
 
-// --- Classes and prediction
-// -----------------------------------------------------------------------
+// --- Classes and prediction ---------------------------------------------------------------------
 
 TEST(SvmPrediction, AThreeWayTieGoesToTheFirstLabelSeen) {
   // Around a circle each class is beaten by the next: pairs of two points that face each other.

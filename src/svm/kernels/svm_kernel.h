@@ -30,10 +30,10 @@ inline constexpr int kMayGoUp = 1;
 inline constexpr int kMayGoDown = 2;
 inline constexpr int kNegativeClass = 4;
 
-/// The most violating variables of a class, or of both together. F is y times the gradient.
+/// The most violating variables of a class, or of both together. f is y times the gradient.
 struct PairEnds {
-  double leastUp;     // least F of a variable that may go up; infinity: none
-  double mostDown;    // greatest F of one that may go down; -infinity: none
+  double leastUp;     // least f of a variable that may go up; infinity: none
+  double mostDown;    // greatest f of one that may go down; -infinity: none
   std::int32_t upAt;  // the earliest variable with that value; -1: none
   std::int32_t downAt;
 };
@@ -58,17 +58,17 @@ struct SvmKernel {
   /// squares, from squared distances.
   void (*finish)(const KernelTerms& terms, double square, const double* squares, double* values,
                  std::int32_t count);
-  /// F[t] += first[t] * a + second[t] * b for t in [begin, end), and finds the ends there.
+  /// f[t] += first[t] * a + second[t] * b for t in [begin, end), and finds the ends there.
   /// `ends` has one element, or two (y = +1, y = -1) when `byClass`; it is overwritten.
-  void (*update)(double* F, const std::uint8_t* status, const double* first, const double* second,
+  void (*update)(double* f, const std::uint8_t* status, const double* first, const double* second,
                  double a, double b, std::int32_t begin, std::int32_t end, bool byClass,
                  PairEnds* ends);
-  /// F[t] += change[place[t]], and finds the ends.
-  void (*updateListed)(double* F, const std::uint8_t* status, const double* change,
+  /// f[t] += change[place[t]], and finds the ends.
+  void (*updateListed)(double* f, const std::uint8_t* status, const double* change,
                        const std::int32_t* place, std::int32_t begin, std::int32_t end,
                        bool byClass, PairEnds* ends);
   /// Only finds the ends.
-  void (*choose)(const double* F, const std::uint8_t* status, std::int32_t begin, std::int32_t end,
+  void (*choose)(const double* f, const std::uint8_t* status, std::int32_t begin, std::int32_t end,
                  bool byClass, PairEnds* ends);
   /// out[t] = first[t] * a + second[t] * b.
   void (*combine)(const double* first, const double* second, double a, double b, std::int32_t begin,

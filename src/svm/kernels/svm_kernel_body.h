@@ -227,12 +227,12 @@ struct LaneEnds {
   Words upAt = Words{} - 1;
   Words downAt = Words{} - 1;
 
-  void Take(Vector F, Words up, Words down, Words position) {
-    const Words less = up & (F < leastUp);
-    leastUp = less ? F : leastUp;
+  void Take(Vector f, Words up, Words down, Words position) {
+    const Words less = up & (f < leastUp);
+    leastUp = less ? f : leastUp;
     upAt = less ? position : upAt;
-    const Words more = down & (F > mostDown);
-    mostDown = more ? F : mostDown;
+    const Words more = down & (f > mostDown);
+    mostDown = more ? f : mostDown;
     downAt = more ? position : downAt;
   }
   void Reduce(PairEnds& ends) const {
@@ -253,18 +253,18 @@ struct LaneEnds {
   }
 };
 
-inline void TakeOne(PairEnds& ends, double F, unsigned status, std::int32_t t) {
-  if ((status & qrvml::kMayGoUp) != 0 && F < ends.leastUp) {
-    ends.leastUp = F;
+inline void TakeOne(PairEnds& ends, double f, unsigned status, std::int32_t t) {
+  if ((status & qrvml::kMayGoUp) != 0 && f < ends.leastUp) {
+    ends.leastUp = f;
     ends.upAt = t;
   }
-  if ((status & qrvml::kMayGoDown) != 0 && F > ends.mostDown) {
-    ends.mostDown = F;
+  if ((status & qrvml::kMayGoDown) != 0 && f > ends.mostDown) {
+    ends.mostDown = f;
     ends.downAt = t;
   }
 }
 
-/// What is added to F: nothing, two columns, or one change by place.
+/// What is added to f: nothing, two columns, or one change by place.
 struct NoChange {
   static constexpr bool kChanges = false;
   Vector Lanes(std::int32_t) const { return Vector{}; }
@@ -288,17 +288,17 @@ struct ListedChange {
 };
 
 template <bool byClass, class Change>
-void Pass(double* F, const std::uint8_t* status, const Change& change, std::int32_t begin,
+void Pass(double* f, const std::uint8_t* status, const Change& change, std::int32_t begin,
           std::int32_t end, PairEnds* ends) {
   LaneEnds lanes[byClass ? 2 : 1];
   Words position;
   for (int lane = 0; lane < kWidth; ++lane) position[lane] = begin + lane;
   std::int32_t t = begin;
   for (; t + kWidth <= end; t += kWidth) {
-    Vector value = Load(F + t);
+    Vector value = Load(f + t);
     if constexpr (Change::kChanges) {
       value = value + change.Lanes(t);
-      Store(F + t, value);
+      Store(f + t, value);
     }
     Bytes bytes;
     __builtin_memcpy(&bytes, status + t, kWidth);
@@ -316,30 +316,30 @@ void Pass(double* F, const std::uint8_t* status, const Change& change, std::int3
   }
   for (int c = 0; c < (byClass ? 2 : 1); ++c) lanes[c].Reduce(ends[c]);
   for (; t < end; ++t) {
-    if constexpr (Change::kChanges) F[t] = F[t] + change.One(t);
-    TakeOne(ends[byClass && (status[t] & qrvml::kNegativeClass) != 0 ? 1 : 0], F[t], status[t], t);
+    if constexpr (Change::kChanges) f[t] = f[t] + change.One(t);
+    TakeOne(ends[byClass && (status[t] & qrvml::kNegativeClass) != 0 ? 1 : 0], f[t], status[t], t);
   }
 }
 
-void Update(double* F, const std::uint8_t* status, const double* first, const double* second,
+void Update(double* f, const std::uint8_t* status, const double* first, const double* second,
             double a, double b, std::int32_t begin, std::int32_t end, bool byClass,
             PairEnds* ends) {
   const Columns columns{first, second, a, b};
-  byClass ? Pass<true>(F, status, columns, begin, end, ends)
-          : Pass<false>(F, status, columns, begin, end, ends);
+  byClass ? Pass<true>(f, status, columns, begin, end, ends)
+          : Pass<false>(f, status, columns, begin, end, ends);
 }
 
-void UpdateListed(double* F, const std::uint8_t* status, const double* change,
+void UpdateListed(double* f, const std::uint8_t* status, const double* change,
                   const std::int32_t* place, std::int32_t begin, std::int32_t end, bool byClass,
                   PairEnds* ends) {
   const ListedChange listed{change, place};
-  byClass ? Pass<true>(F, status, listed, begin, end, ends)
-          : Pass<false>(F, status, listed, begin, end, ends);
+  byClass ? Pass<true>(f, status, listed, begin, end, ends)
+          : Pass<false>(f, status, listed, begin, end, ends);
 }
 
-void Choose(const double* F, const std::uint8_t* status, std::int32_t begin, std::int32_t end,
+void Choose(const double* f, const std::uint8_t* status, std::int32_t begin, std::int32_t end,
             bool byClass, PairEnds* ends) {
-  double* unchanged = const_cast<double*>(F);
+  double* unchanged = const_cast<double*>(f);
   byClass ? Pass<true>(unchanged, status, NoChange{}, begin, end, ends)
           : Pass<false>(unchanged, status, NoChange{}, begin, end, ends);
 }

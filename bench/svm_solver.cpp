@@ -1,0 +1,186 @@
+// The support vector solver on seeded problems: time, work done, and the time over the floor of
+// that work by the rates measured in the same run.
+//
+//   svm_solver [--threads T] [--cache MB] [--shrinking 0|1] [--rounds R] [WORKLOAD...]
+//
+// Workloads: c5 c20 (classification, 5,000 and 20,000 cases), r5 r20 (regression).
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "harness.h"
+#include "seeded_data.h"
+#include "svm/kernels/svm_kernel.h"
+#include "svm/svm_solver.h"
+
+namespace {
+
+using namespace qrvml;
+
+constexpr int kInputs = 20;
+
+struct Workload {
+  const char* name;
+  bool regression;
+  int cases;
+  std::uint64_t seed;
+};
+constexpr Workload kWorkloads[] = {
+    {"c5", false, 5000, 201},
+    {"c20", false, 20000, 202},
+    {"r5", true, 5000, 203},
+    {"r20", true, 20000, 204},
+};
+
+/// The problem and the storage of its nodes.
+struct Data {
+  std::vector<SVMNode> nodes;
+  std::vector<const SVMNode*> lists;
+  std::vector<double> targets;
+
+  explicit Data(const Workload& workload) {
+    bench::SplitMix random(workload.seed);
+    const auto normal = [&random] { return random.Bell() * 1.7320508075688772; };
+    nodes.reserve(std::size_t(workload.cases) * (kInputs + 1));
+    for (int t = 0; t < workload.cases; ++t) {
+      double x[kInputs];
+      for (double& value : x) value = normal();
+      const double e = normal();
+      const double flip = random.Unit();
+      const double a = x[0] * x[1];
+      const double b = x[2] * x[2];
+      const double c = 0.5 * x[3];
+      if (workload.regression) {
+        targets.push_back(((a + 0.5 * b) - c) + 0.1 * e);
+      } else {
+        const double f = ((a + (b - 1.0)) + c) + 0.3 * e;
+        const double y = f >= 0 ? 1 : -1;
+        targets.push_back(flip < 0.05 ? -y : y);
+      }
+      for (int i = 0; i < kInputs; ++i) nodes.push_back({i + 1, x[i]});
+      nodes.push_back({-1, 0});
+    }
+    for (int t = 0; t < workload.cases; ++t) {
+      lists.push_back(nodes.data() + std::size_t(t) * (kInputs + 1));
+    }
+  }
+  SVMProblem Problem() const { return {int(targets.size()), targets.data(), lists.data()}; }
+};
+
+/// Seconds of the fastest of a few runs.
+template <class Run>
+double Fastest(Run run) {
+  double fastest = 1e9;
+  for (int round = 0; round < 5; ++round) fastest = std::min(fastest, bench::Seconds(run));
+  return fastest;
+}
+
+/// What the machine can do on one thread.
+struct Rates {
+  double products;      // multiply-and-add pairs a second, data in the first cache
+  double exponentials;  // a second
+  double memory;        // bytes a second
+};
+
+volatile double sink;
+
+Rates Measure() {
+  const SvmKernel& kernel = SvmKernelFor(4);
+  constexpr int kCases = 64;
+  HostArray<double> blocks(std::size_t(kCases) * kInputs, 0.5);
+  HostArray<double> queries(std::size_t(4) * kInputs, 0.25);
+  HostArray<double> values(std::size_t(4) * 512, 0.5);
+  const double* query[] = {&queries[0], &queries[kInputs], &queries[2 * kInputs],
+                           &queries[3 * kInputs]};
+  double* out[] = {&values[0], &values[512], &values[1024], &values[1536]};
+  constexpr int kRuns = 20000;
+  const double products = Fastest([&] {
+    for (int run = 0; run < kRuns; ++run) {
+      kernel.dots(blocks.data(), kInputs, kCases / kCaseLanes, query, 4, out);
+    }
+  });
+  KernelTerms terms;
+  terms.finish = KernelFinish::exponential;
+  terms.gamma = 1e-3;
+  const double exponentials = Fastest([&] {
+    for (int run = 0; run < kRuns; ++run) kernel.finish(terms, 0, nullptr, values.data(), 512);
+  });
+  HostArray<double> memory(std::size_t(1) << 25, 1.0);
+  const double read = Fastest([&] {
+    double sums[16] = {};
+    for (std::size_t t = 0; t < memory.size(); t += 16) {
+      for (int lane = 0; lane < 16; ++lane) sums[lane] += memory[t + std::size_t(lane)];
+    }
+    sink = sums[0] + sums[7] + sums[15];
+  });
+  return {double(kRuns) * kCases * 4 * kInputs / products, double(kRuns) * 512 / exponentials,
+          double(memory.size()) * 8 / read};
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  int threads = 1;
+  double cache = 200;
+  int shrinking = 1;
+  int rounds = 3;
+  std::vector<std::string> chosen;
+  for (int a = 1; a < argc; ++a) {
+    const bool hasValue = a + 1 < argc;
+    if (std::strcmp(argv[a], "--threads") == 0 && hasValue) {
+      threads = std::atoi(argv[++a]);
+    } else if (std::strcmp(argv[a], "--cache") == 0 && hasValue) {
+      cache = std::atof(argv[++a]);
+    } else if (std::strcmp(argv[a], "--shrinking") == 0 && hasValue) {
+      shrinking = std::atoi(argv[++a]);
+    } else if (std::strcmp(argv[a], "--rounds") == 0 && hasValue) {
+      rounds = std::atoi(argv[++a]);
+    } else {
+      chosen.emplace_back(argv[a]);
+    }
+  }
+  const Rates rates = Measure();
+  std::printf("rates, one thread: products %.1f G/s, exp %.2f G/s, memory %.1f GB/s\n",
+              rates.products / 1e9, rates.exponentials / 1e9, rates.memory / 1e9);
+  for (const Workload& workload : kWorkloads) {
+    if (!chosen.empty() && std::find(chosen.begin(), chosen.end(), workload.name) == chosen.end()) {
+      continue;
+    }
+    const Data data(workload);
+    SVMParameters parameters;
+    parameters.svmType = workload.regression ? kEpsilonRegression : kCClassification;
+    parameters.gamma = 0.05;
+    parameters.cacheSize = cache;
+    parameters.shrinking = shrinking;
+    SVMSolverState state;
+    state.maxIterations = 2147483647;
+    state.threads = threads;
+    state.print = [](std::string_view) {};
+    std::vector<double> seconds;
+    std::int32_t support = 0;
+    for (int round = 0; round < rounds; ++round) {
+      seconds.push_back(bench::Seconds(
+          [&] { support = SvmTrain(data.Problem(), parameters, state)->supportVectorCount; }));
+    }
+    const SVMCounts& counts = state.counts;
+    const double floor =
+        double(counts.elementsComputed) * (kInputs / rates.products + 1 / rates.exponentials) +
+        8.0 * double(counts.elementsRead) / rates.memory;
+    const double median = bench::Median(seconds);
+    std::printf("%-4s threads %d cache %g shrinking %d: %.3f s (", workload.name, threads, cache,
+                shrinking, median);
+    for (const double s : seconds) std::printf(" %.3f", s);
+    std::printf(" )\n     objective %.6f, iterations %lld, support vectors %d, bounded %d\n",
+                state.objective, static_cast<long long>(counts.iterations), support,
+                state.boundedSupportVectorCount);
+    std::printf("     columns computed %lld, hit %lld; elements computed %.4g, read %.4g\n",
+                static_cast<long long>(counts.columnsComputed),
+                static_cast<long long>(counts.columnsHit), double(counts.elementsComputed),
+                double(counts.elementsRead));
+    std::printf("     floor %.3f s, time / floor %.2f\n", floor, median / floor);
+    std::fflush(stdout);
+  }
+}
