@@ -96,6 +96,8 @@ void AnalysisDataSet::ReleaseCases() {
   svmInputWidth_ = 0;
   for (auto& statistics : statistics_) statistics.Release();
   for (auto& means : substitutes_) means.Release();
+  classStatistics_.Release();
+  fractionSeen_.clear();
   for (auto* arrays : {&predictorRows_, &dependentRows_}) {
     for (auto& rows : *arrays) rows.Release();
   }

@@ -15,6 +15,7 @@
 
 #include "data/case_statistics.h"
 #include "data/category_table.h"
+#include "data/class_statistics.h"
 #include "data/reading_rules.h"
 #include "data/sampling.h"
 #include "data/variable_roles.h"
@@ -22,6 +23,8 @@
 #include "host/memory.h"
 
 namespace qrvml {
+
+class CaseReader;
 
 enum class MissingDataRule : std::int32_t {
   casewiseDeletion = 0,
@@ -140,6 +143,15 @@ class AnalysisDataSet {
     return statistics_[static_cast<std::size_t>(subset)];
   }
 
+  /// What naive Bayes learns from the training cases; empty after reading for another method.
+  const ClassStatistics& classStatistics() const { return classStatistics_; }
+  ClassStatistics& classStatistics() { return classStatistics_; }
+  /// Weighted training cases with a valid value of predictor k.
+  double InputCount(std::size_t k) const { return statistics(Subset::training).ValidWeight(k); }
+  /// Whether every value of continuous predictor k that the used cases have in the file is an
+  /// integer. Known after reading for naive Bayes.
+  bool IsIntegralInput(std::size_t k) const { return fractionSeen_[k] == 0; }
+
   /// Stored rows of a sample (naive Bayes: cases).
   std::int32_t StoredRows(Sample sample) const {
     return static_cast<std::int32_t>(caseNumbers_[static_cast<std::size_t>(sample)].size());
@@ -171,6 +183,7 @@ class AnalysisDataSet {
  private:
   friend class CaseScan;
   friend class CaseLoad;
+  friend class CaseBlocks;
 
   struct Categories {
     CategoryTable table;
@@ -183,6 +196,8 @@ class AnalysisDataSet {
   bool IsScaled(VariableKind kind, std::size_t index) const;
   /// What takes the place of a missing value in stored rows.
   double Substitute(std::size_t slot, std::uint8_t flag, const ReadingRules& rules) const;
+  /// Makes a case that was read again what it was when it was stored.
+  void SubstituteMissing(CaseReader& reader, std::uint8_t flag) const;
   std::size_t SlotOf(VariableKind kind, std::size_t index) const {
     return kind == VariableKind::predictor ? index : roles_.predictors.size() + index;
   }
@@ -204,6 +219,9 @@ class AnalysisDataSet {
 
   std::array<CaseStatistics, kSubsets> statistics_;      // means of the last finished pass
   std::array<HostArray<double>, kSubsets> substitutes_;  // first-pass means per slot
+
+  ClassStatistics classStatistics_;
+  std::vector<std::uint8_t> fractionSeen_;  // per continuous predictor
 
   std::array<HostArray<double>, 2> predictorRows_;
   std::array<HostArray<double>, 2> dependentRows_;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -47,6 +48,8 @@ class CaseReader {
   bool IsMissing(std::size_t slot) const { return slots_[slot] == missing_[slot]; }
   bool HasMissing() const;
   std::size_t slots() const { return slots_.size(); }
+  /// Missing-data codes by slot.
+  std::span<const double> missingCodes() const { return missing_; }
 
  private:
   /// Neighbouring slots whose variables are neighbours in the file, copied as one.

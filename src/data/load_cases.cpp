@@ -5,9 +5,12 @@
 #include <cstring>
 #include <limits>
 #include <new>
+#include <utility>
+#include <vector>
 
 #include "data/analysis_data_set.h"
 #include "data/case_reader.h"
+#include "data/value_text.h"
 #include "host/analysis_support.h"
 #include "host/numerics.h"
 #include "host/string_table.h"
@@ -20,7 +23,10 @@ class CaseLoad {
       : data_(data),
         rules_(RulesOf(method)),
         sink_(sink),
-        reader_(*CAnalysisContext::Current()->services().file, data.roles_) {}
+        reader_(*CAnalysisContext::Current()->services().file, data.roles_),
+        team_(rules_.classStatistics
+                  ? CAnalysisContext::Current()->services().compute->WorkerThreads()
+                  : 1) {}
 
   bool Run() {
     Start();
@@ -38,6 +44,10 @@ class CaseLoad {
   }
 
  private:
+  /// The training cases whose class statistics are gathered at a time, where rows are not stored:
+  /// enough to be worth a thread's waking.
+  static constexpr std::size_t kValuesTogether = std::size_t{1} << 19;
+
   bool HasSink() const { return rules_.storedAs == StoredAs::indicatorRows; }
   int SubsetsKept() const { return data_.sampling.apply ? kSubsets : 1; }
 
@@ -58,15 +68,77 @@ class CaseLoad {
       data_.predictorRows_[sample].Resize(count * data_.roles_.predictors.size());
       data_.dependentRows_[sample].Resize(count * data_.roles_.dependents.size());
     }
+    if (rules_.classStatistics) StartClassStatistics();
     if (HasSink()) {
       indicatorRow_.Resize(static_cast<std::size_t>(data_.svmInputWidth_));
       sink_->AllocateRows(rows_[0], data_.svmInputWidth_);
     }
   }
 
+  void StartClassStatistics() {
+    std::vector<const CategoryTable*> dependents, inputs;
+    for (const auto& categories : data_.dependentTables_) dependents.push_back(&categories.table);
+    for (const auto& categories : data_.predictorTables_) inputs.push_back(&categories.table);
+    const std::size_t slots = reader_.slots();
+    data_.classStatistics_.Start(std::move(dependents), std::move(inputs),
+                                 data_.roles_.predictors.size(), reader_.missingCodes());
+    data_.fractionSeen_.assign(data_.roles_.continuousPredictors.size(), 0);
+    for (std::size_t k = 0; k < data_.fractionSeen_.size(); ++k) integralSoFar_.push_back(k);
+    if (data_.storeValues) return;
+    const std::size_t most = std::max(kValuesTogether / slots, std::size_t{1});
+    gatheredRows_ = std::min(most, static_cast<std::size_t>(rows_[kTraining]));
+    gatheredInputs_.Resize(gatheredRows_ * data_.roles_.predictors.size());
+    gatheredDependents_.Resize(gatheredRows_ * data_.roles_.dependents.size());
+  }
+
+  /// Before missing values are substituted.
+  void NoteFractions() {
+    std::erase_if(integralSoFar_, [&](std::size_t k) {
+      const bool isFraction = !IsIntegral(reader_.values()[k]) && !reader_.IsMissing(k);
+      if (isFraction) data_.fractionSeen_[k] = 1;
+      return isFraction;
+    });
+  }
+
+  /// Rows that are not stored go into the class statistics in lots.
+  void Gather(std::int32_t weight) {
+    const std::size_t predictors = data_.roles_.predictors.size();
+    const std::size_t dependents = data_.roles_.dependents.size();
+    const std::size_t row = weights_.size();
+    weights_.push_back(weight);
+    std::copy_n(reader_.values(), predictors, gatheredInputs_.data() + row * predictors);
+    std::copy_n(reader_.values() + predictors, dependents,
+                gatheredDependents_.data() + row * dependents);
+    if (weights_.size() == gatheredRows_) TakeGathered();
+  }
+
+  void TakeGathered() {
+    data_.classStatistics_.AddCases(
+        {weights_.size(), gatheredInputs_.data(), gatheredDependents_.data(), weights_.data()},
+        team_);
+    weights_.clear();
+  }
+
+  void FinishClassStatistics() {
+    if (data_.storeValues) {
+      const auto& numbers = data_.caseNumbers_[kTraining];
+      const bool weighted = !data_.weights_.empty();
+      for (std::size_t row = 0; row < numbers.size() && weighted; ++row)
+        weights_.push_back(data_.Weight(numbers[row]));
+      data_.classStatistics_.AddCases(
+          {numbers.size(), data_.predictorRows_[kTraining].data(),
+           data_.dependentRows_[kTraining].data(), weighted ? weights_.data() : nullptr},
+          team_);
+    } else {
+      TakeGathered();
+    }
+    data_.classStatistics_.Finish();
+  }
+
   /// False: the host delivers other cases than in the first pass, as if it had stopped.
   bool TakeCase(std::int32_t number, std::uint8_t flag) {
     const std::int32_t weight = data_.Weight(number);
+    if (!integralSoFar_.empty()) NoteFractions();
     if (reader_.HasMissing()) {
       AddWithMissing(flag, weight);
     } else {
@@ -79,6 +151,7 @@ class CaseLoad {
       if (flag == kTraining) HandOver(copies);
     } else {
       Store(number, flag, copies);
+      if (gatheredRows_ > 0 && flag == kTraining) Gather(weight);
     }
     next_[flag] += copies;
     return true;
@@ -142,6 +215,7 @@ class CaseLoad {
         statistics.MakeMeans(counts[s]);
       }
     }
+    if (rules_.classStatistics) FinishClassStatistics();
     data_.ComputeScaling();
   }
 
@@ -152,6 +226,11 @@ class CaseLoad {
   HostArray<double> indicatorRow_;
   std::int32_t rows_[2] = {0, 0};  // rows there is room for, per sample
   std::int32_t next_[2] = {0, 0};  // rows stored
+  WorkerTeam team_;
+  std::vector<std::size_t> integralSoFar_;  // continuous predictors without a fraction yet
+  std::size_t gatheredRows_ = 0;            // room of the arrays below
+  HostArray<double> gatheredInputs_, gatheredDependents_;
+  std::vector<std::int32_t> weights_;  // of the gathered rows; at the end of the stored ones
 };
 
 bool AnalysisDataSet::LoadCases(Method method, TrainingRowSink* sink) {
@@ -171,6 +250,13 @@ double AnalysisDataSet::Substitute(std::size_t slot, std::uint8_t flag,
   return substitutes_[both ? static_cast<std::size_t>(Subset::both) : flag][slot];
 }
 
+void AnalysisDataSet::SubstituteMissing(CaseReader& reader, std::uint8_t flag) const {
+  if (missingDataRule != MissingDataRule::meanSubstitution) return;
+  for (std::size_t slot = 0; slot < reader.slots(); ++slot) {
+    if (reader.IsMissing(slot)) reader.values()[slot] = Substitute(slot, flag, RulesOf(loadedFor_));
+  }
+}
+
 bool AnalysisDataSet::ReadStoredCase(Sample sample, std::int32_t row, std::span<double> predictors,
                                      std::span<double> dependents) {
   const auto s = static_cast<std::size_t>(sample);
@@ -184,10 +270,7 @@ bool AnalysisDataSet::ReadStoredCase(Sample sample, std::int32_t row, std::span<
   }
   CaseReader reader(*CAnalysisContext::Current()->services().file, roles_);
   if (reader.ReadValues(CaseNumberOf(sample, row)) != CaseStatus::delivered) return false;
-  for (std::size_t slot = 0; slot < reader.slots(); ++slot) {
-    if (missingDataRule == MissingDataRule::meanSubstitution && reader.IsMissing(slot))
-      reader.values()[slot] = Substitute(slot, static_cast<std::uint8_t>(s), RulesOf(loadedFor_));
-  }
+  SubstituteMissing(reader, static_cast<std::uint8_t>(s));
   std::copy_n(reader.values(), predictors.size(), predictors.begin());
   std::copy_n(reader.values() + predictors.size(), dependents.size(), dependents.begin());
   return true;

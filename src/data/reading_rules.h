@@ -23,13 +23,14 @@ struct ReadingRules {
   bool allowsPartlyMissing;       // missing-data rule 2
   bool substitutesBothMean;  // with sampling, a substituted value becomes the both-samples mean
   bool meansOverValidOnly;   // means divide by the weight of valid values, not of all cases
+  bool classStatistics;      // moments and counts per class, from the training cases
 };
 
 constexpr ReadingRules kReadingRules[] = {
-    //               stored as                test    dep    partly both   valid
-    /* svm */ {StoredAs::indicatorRows, false, false, false, true, false},
-    /* nb  */ {StoredAs::rowsPerCase, false, true, true, false, true},
-    /* knn */ {StoredAs::rowsPerWeight, true, false, false, true, false},
+    //               stored as                test    dep    partly both   valid  classes
+    /* svm */ {StoredAs::indicatorRows, false, false, false, true, false, false},
+    /* nb  */ {StoredAs::rowsPerCase, false, true, true, false, true, true},
+    /* knn */ {StoredAs::rowsPerWeight, true, false, false, true, false, false},
 };
 
 constexpr const ReadingRules& RulesOf(Method method) {

@@ -193,8 +193,10 @@ class CaseScan {
     ++data_.storedCounts_[flag];
   }
 
+  /// A missing value, which only naive Bayes meets here, is no category.
   void EnterCategories(std::int32_t weight) {
     for (Categorical& categorical : categoricals_) {
+      if (reader_.IsMissing(categorical.slot)) continue;
       const std::int64_t code = TruncateToCode(reader_.values()[categorical.slot]);
       if (categorical.last == nullptr || categorical.lastCode != code) {
         CategoryTable& table = categorical.categories->table;

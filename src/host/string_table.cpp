@@ -81,6 +81,22 @@ constexpr StringEntry kStrings[] = {
     {194,
      "Code de l'échantillon incorrect ; vérifiez les valeurs-texte de la variable contenant les "
      "identifiants d'échantillons."},
+    {200,
+     "Vous avez affecté une distribution Lognormale à la variable dépendante (d'entrée) %s. Les "
+     "variables avec des valeurs négatives ou nulles ne peuvent être modélisées par une "
+     "distribution Lognormale."},
+    {201,
+     "Vous avez affecté une distribution Gamma à la variable dépendante (d'entrée) %s. Les "
+     "variables avec des valeurs négatives ne peuvent être modélisées par une distribution "
+     "Gamma."},
+    {202,
+     "Vous avez affecté une distribution de Poisson à la variable dépendante (d'entrée) %s. Les "
+     "variables avec des valeurs négatives ne peuvent être modélisées par une distribution de "
+     "Poisson."},
+    {203,
+     "Vous avez affecté une distribution de Poisson à la variable dépendante (d'entrée) %s. Les "
+     "variables avec des valeurs non entières ne peuvent être modélisées par une distribution "
+     "de Poisson."},
     {205, "Pour réaliser une analyse KNN, vous devez spécifier un échantillon de test."},
     {207, "La valeur des N premières obs. doit être supérieure à 1 et inférieure à %d."},
     {208,
@@ -175,6 +191,16 @@ bool Show(int number, std::string_view text) {
   return false;
 }
 
+std::string Filled(int number, std::string_view hole, std::string_view value) {
+  const std::string_view text = GetResourceString(number);
+  const std::size_t place = text.find(hole);
+  assert(place != std::string_view::npos && "text does not take such a value");
+  std::string filled(text.substr(0, place));
+  filled += value;
+  filled += text.substr(place + hole.size());
+  return filled;
+}
+
 }  // namespace
 
 std::span<const StringEntry> StringTable() { return kStrings; }
@@ -186,18 +212,20 @@ std::string_view GetResourceString(int number) {
 }
 
 std::string GetResourceString(int number, long long value) {
-  const std::string_view text = GetResourceString(number);
-  const std::size_t place = text.find("%d");
-  assert(place != std::string_view::npos && "text takes no number");
-  std::string filled(text.substr(0, place));
-  filled += std::to_string(value);
-  filled += text.substr(place + 2);
-  return filled;
+  return Filled(number, "%d", std::to_string(value));
+}
+
+std::string GetResourceString(int number, std::string_view value) {
+  return Filled(number, "%s", value);
 }
 
 bool Refuse(int number) { return Show(number, GetResourceString(number)); }
 
 bool Refuse(int number, long long value) { return Show(number, GetResourceString(number, value)); }
+
+bool Refuse(int number, std::string_view value) {
+  return Show(number, GetResourceString(number, value));
+}
 
 bool RefuseText(std::string_view text) { return Show(0, text); }
 

@@ -22,12 +22,15 @@ std::string_view GetResourceString(int number);
 
 /// The same with its "%d" replaced by `value`.
 std::string GetResourceString(int number, long long value);
+/// The same with its "%s" replaced by `value`.
+std::string GetResourceString(int number, std::string_view value);
 
 // Failures are reported where they are found. Each of these shows an information box on the
 // current analysis and returns false, so that an operation can end with `return Refuse(117);`.
 
 bool Refuse(int number);
 bool Refuse(int number, long long value);
+bool Refuse(int number, std::string_view value);
 /// A fixed text that is not in the table.
 bool RefuseText(std::string_view text);
 

@@ -1,0 +1,3 @@
+#include "data/kernels/moments_kernel_body.h"
+
+constinit const qrvml::MomentsKernel qrvml::kMomentsKernelV4 = kKernel;
