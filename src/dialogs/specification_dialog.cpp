@@ -40,6 +40,20 @@ std::vector<std::vector<double>> FixedCodes(std::size_t variables, const auto& i
 
 }  // namespace
 
+/// A list of the variable dialog: the string number of its caption and where it goes.
+struct SpecificationDialog::RoleList {
+  int caption;
+  std::vector<int> VariableRoles::*variables;
+};
+
+std::span<const SpecificationDialog::RoleList> SpecificationDialog::RoleLists() const {
+  static constexpr RoleList kLists[] = {{120, &VariableRoles::continuousDependents},
+                                        {121, &VariableRoles::categoricalDependents},
+                                        {122, &VariableRoles::continuousPredictors},
+                                        {123, &VariableRoles::categoricalPredictors}};
+  return std::span<const RoleList>(kLists).subspan(profile_.takesContinuousDependents ? 0 : 1);
+}
+
 SpecificationDialog::SpecificationDialog(CAnalysisSupport& analysis, AnalysisDataSet& data,
                                          const SpecificationProfile& profile)
     : CAnalysisDialog(analysis), data_(data), profile_(profile) {}
@@ -51,21 +65,21 @@ bool SpecificationDialog::OnCancel() {
 
 bool SpecificationDialog::ChooseVariables() {
   if (!data_.CheckDataFile()) return false;
-  const VariableRoles& roles = data_.roles();
+  VariableRoles chosen = data_.roles();
   VariableListsRequest request;
   request.title = GetResourceString(119);
-  for (const int caption : {120, 121, 122, 123})
-    request.captions.emplace_back(GetResourceString(caption));
-  request.lists = {roles.continuousDependents, roles.categoricalDependents,
-                   roles.continuousPredictors, roles.categoricalPredictors};
+  for (const RoleList& list : RoleLists()) {
+    request.captions.emplace_back(GetResourceString(list.caption));
+    request.lists.push_back(chosen.*list.variables);
+  }
+  DialogServices& dialogs = *analysis().services().dialogs;
   do {
-    if (!analysis().services().dialogs->FourVarListsDialog(request)) return false;
-    if (request.lists[0].empty() || request.lists[1].empty()) {
-      VariableRoles chosen;
-      chosen.continuousDependents = request.lists[0];
-      chosen.categoricalDependents = request.lists[1];
-      chosen.continuousPredictors = request.lists[2];
-      chosen.categoricalPredictors = request.lists[3];
+    if (!(profile_.takesContinuousDependents ? dialogs.FourVarListsDialog(request)
+                                             : dialogs.ThreeVarListsDialog(request)))
+      return false;
+    for (std::size_t i = 0; i < RoleLists().size(); ++i)
+      chosen.*RoleLists()[i].variables = request.lists[i];
+    if (chosen.continuousDependents.empty() || chosen.categoricalDependents.empty()) {
       if (!data_.SetRoles(std::move(chosen))) return false;
       VariablesChanged();
       return true;
@@ -78,10 +92,9 @@ std::string SpecificationDialog::VariablesText() const {
   if (!HasVariables()) return {};
   const VariableRoles& roles = data_.roles();
   std::vector<std::vector<std::string>> lists;
-  for (const auto* list : {&roles.continuousDependents, &roles.categoricalDependents,
-                           &roles.continuousPredictors, &roles.categoricalPredictors}) {
+  for (const RoleList& list : RoleLists()) {
     auto& names = lists.emplace_back();
-    for (const int variable : *list)
+    for (const int variable : roles.*list.variables)
       names.push_back(MemberText(analysis().services().file->getvn5(variable)));
   }
   return ListText(lists);
@@ -127,6 +140,11 @@ std::string SpecificationDialog::ResponseCodesText() const {
       data_.roles().categoricalDependents.size(),
       [this](std::size_t i) { return data_.IsDependentFixed(i); },
       [this](std::size_t i) -> const CategoryTable& { return data_.dependentCategories(i); });
+}
+
+void SpecificationDialog::SetSampling(bool apply) {
+  data_.sampling.apply = apply;
+  data_.rereadNeeded = true;
 }
 
 void SpecificationDialog::SetSamplingMode(SamplingMode mode) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 #include "data/analysis_data_set.h"
@@ -21,9 +22,10 @@ struct SpecificationProfile {
   int resultsStep;    // step of the sequence that follows a successful OK
   bool alwaysSplits;  // the dialog has no switch for sampling
   std::string_view percentageProperty;
-  std::string_view percentageRange;  // text for a percentage outside (0, 100)
-  int unreadableSampling;            // message for a sampling field that cannot be read
-  std::int32_t firstCasesReserve;    // N must be below the number of cases minus this
+  std::string_view percentageRange;       // text for a percentage outside (0, 100)
+  int unreadableSampling;                 // message for a sampling field that cannot be read
+  std::int32_t firstCasesReserve;         // N must be below the number of cases minus this
+  bool takesContinuousDependents = true;  // else three variable lists instead of four
 };
 
 inline constexpr int kStartupStep = 101;
@@ -54,6 +56,7 @@ class SpecificationDialog : public CAnalysisDialog {
   bool ChooseResponseCodes();
   std::string PredictorCodesText() const;
   std::string ResponseCodesText() const;
+  void SetSampling(bool apply);
   void SetSamplingMode(SamplingMode mode);
   /// The host's dialogs; what they change asks for a new read of the data.
   bool DefineSelectionConditions();
@@ -90,6 +93,8 @@ class SpecificationDialog : public CAnalysisDialog {
   void ExitToResults();
 
  private:
+  struct RoleList;
+  std::span<const RoleList> RoleLists() const;
   bool DrawRandomSample();
   bool TakeFirstCases();
   bool ChooseCodes(int title, const std::vector<int>& variables,

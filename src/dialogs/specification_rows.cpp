@@ -70,6 +70,14 @@ Control MeanSubstitution(std::string_view label) {
           .bind = MissingDataBinding<MissingDataRule::meanSubstitution>()};
 }
 
+Control PartlyMissing() {
+  return {.name = "UseMissingCasesIfPossible",
+          .kind = ControlKind::radio,
+          .label = "U&tiliser les VM",
+          .row = ChoiceRow(50369),
+          .bind = MissingDataBinding<MissingDataRule::usePartlyMissing>()};
+}
+
 Control Variables() {
   return {.name = "Variables",
           .kind = ControlKind::pick,
@@ -103,6 +111,19 @@ Control PredictorCodes() {
           .bind = {.text = Of::Text([](const Dialog& d) { return d.PredictorCodesText(); }),
                    .press = Of::Press([](Dialog& d) { return d.ChoosePredictorCodes(); }),
                    .answer = AnswerMember::codes}};
+}
+
+Control ApplySampling(const SamplingLabels& labels) {
+  return {.name = "ApplySampling",
+          .kind = ControlKind::check,
+          .label = "&Répartir les données en échantillons d'apprentissage et de test",
+          .tab = labels.tab,
+          .row = ChoiceRow(50373),
+          .bind = {.number = Of::Number([](const Dialog& d) { return d.data().sampling.apply; }),
+                   .assign = Of::Assign([](Dialog& d, double value) {
+                     d.SetSampling(value != 0);
+                     return true;
+                   })}};
 }
 
 Control UseRandomSampling(const SamplingLabels& labels) {

@@ -12,6 +12,8 @@ inline constexpr std::string_view kBaseTab = "Base";
 
 Control CasewiseDeletion();
 Control MeanSubstitution(std::string_view label);
+/// Naive Bayes alone.
+Control PartlyMissing();
 Control Variables();
 Control ResponseCodes();
 Control PredictorCodes();
@@ -27,6 +29,8 @@ struct SamplingLabels {
   std::string_view firstN;
 };
 
+/// Of dialogs that need not split.
+Control ApplySampling(const SamplingLabels& labels);
 Control UseRandomSampling(const SamplingLabels& labels);
 Control UseSubsetvariable(const SamplingLabels& labels);
 Control UseFirstNCases(const SamplingLabels& labels);

@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "bayes/naive_bayes_dialog.h"
 #include "frame/module_entry.h"
 #include "frame/startup_dialog.h"
 #include "host/string_table.h"
@@ -56,6 +57,8 @@ std::span<const Control> MachineLearning::ControlsOf(int step) const {
   switch (step) {
     case kStartStep:
       return StartupDialog::Table();
+    case kNaiveBayesStep:
+      return NaiveBayesDialog::Table();
     case kKnnStep:
       return KNNDialog::Table();
     case kKnnResultsStep:
@@ -93,23 +96,35 @@ void MachineLearning::InitializeVariables() {
 
 void MachineLearning::InitializePointers() {
   data_ = nullptr;
+  naiveBayesEngine_ = nullptr;
   knnEngine_ = nullptr;
 }
 
 void MachineLearning::AllocateMemoryForPointers() { data_ = std::make_unique<AnalysisDataSet>(); }
 
 void MachineLearning::DeletePointers() {
+  naiveBayesEngine_.reset();
   knnEngine_.reset();
   data_.reset();
 }
 
 bool MachineLearning::GetAnalysis() {
-  if (analysisKind != scMLKNN) return RefuseUnavailable(analysisKind);
   // The engine that goes and the one that comes both work on the data set.
-  knnEngine_.reset();
-  data_->ResetDefaults();
-  knnEngine_ = std::make_unique<KNNEngine>(*data_);
-  return true;
+  switch (analysisKind) {
+    case scMLSVM:
+      return RefuseUnavailable(analysisKind);
+    case scMLNB:
+      naiveBayesEngine_.reset();
+      data_->ResetDefaults();
+      naiveBayesEngine_ = std::make_unique<NaiveBayesEngine>(*data_);
+      return true;
+    case scMLKNN:
+      knnEngine_.reset();
+      data_->ResetDefaults();
+      knnEngine_ = std::make_unique<KNNEngine>(*data_);
+      return true;
+  }
+  return false;
 }
 
 template <class Dialog, class... Arguments>
@@ -131,9 +146,13 @@ int MachineLearning::StartResultsKNN() {
   return StartDialog<KNNResultsDialog>(*this, *data_, *knnEngine_);
 }
 
-// The dialogs of the two kinds that GetAnalysis refuses; the host is told that none was created.
+int MachineLearning::StartNB() {
+  if (naiveBayesEngine_ == nullptr) return -1;
+  return StartDialog<NaiveBayesDialog>(*this, *data_, *naiveBayesEngine_, dataMatrixLimit);
+}
+
+// Dialogs of later versions; the host is told that none was created.
 int MachineLearning::StartSVM() { return RefuseUnavailable(scMLSVM) ? 0 : -1; }
-int MachineLearning::StartNB() { return RefuseUnavailable(scMLNB) ? 0 : -1; }
 int MachineLearning::StartResultsSVM() { return RefuseUnavailable(scMLSVM) ? 0 : -1; }
 int MachineLearning::StartResultsNB() { return RefuseUnavailable(scMLNB) ? 0 : -1; }
 

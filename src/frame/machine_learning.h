@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "bayes/naive_bayes_engine.h"
 #include "data/analysis_data_set.h"
 #include "host/analysis_support.h"
 #include "knn/knn_engine.h"
@@ -47,6 +48,7 @@ class MachineLearning final : public CAnalysisSupport {
   AnalysisDataSet& data() { return *data_; }
   /// Null until the kind is chosen.
   KNNEngine* knnEngine() { return knnEngine_.get(); }
+  NaiveBayesEngine* naiveBayesEngine() { return naiveBayesEngine_.get(); }
 
   /// Starts the chosen kind afresh: the data set's settings and lists go back to their defaults and
   /// the kind's engine is new; engines of other kinds stay. False, after a message: the kind is not
@@ -71,6 +73,7 @@ class MachineLearning final : public CAnalysisSupport {
   int StartDialog(Arguments&... arguments);
 
   std::unique_ptr<AnalysisDataSet> data_;
+  std::unique_ptr<NaiveBayesEngine> naiveBayesEngine_;
   std::unique_ptr<KNNEngine> knnEngine_;
 };
 

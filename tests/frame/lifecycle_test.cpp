@@ -71,6 +71,7 @@ TEST(Sequence, ReportsADialogThatTheHostDoesNotCreate) {
   session.host.refuseDialogs = true;
   EXPECT_EQ(session.analysis.RunStep(kStartStep), -1);
   EXPECT_EQ(session.analysis.RunStep(kKnnStep), -1);  // no kind was chosen
+  EXPECT_EQ(session.analysis.RunStep(kNaiveBayesStep), -1);
   EXPECT_EQ(session.analysis.RunStep(kKnnResultsStep), -1);
 }
 
@@ -107,8 +108,7 @@ TEST(ChoosingAKind, IsRefusedForKindsOfLaterVersions) {
     const char* kind;
     const char* text;
     int steps[2];
-  } rows[] = {{"scMLSVM", "Support Vector Machines: not available in this version.", {102, 105}},
-              {"scMLNB", "Réseaux Bayésiens Naïfs: not available in this version.", {103, 106}}};
+  } rows[] = {{"scMLSVM", "Support Vector Machines: not available in this version.", {102, 105}}};
   for (const auto& row : rows) {
     session.Put("TypeOfAnalysis", row.kind);
     EXPECT_FALSE(session.OK().Succeeded());

@@ -1,0 +1,309 @@
+#include "bayes/posterior_model.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "bayes/kernels/posterior_kernel.h"
+#include "data/processor_level.h"
+#include "host/documents.h"
+#include "host/numerics.h"
+
+namespace qrvml {
+namespace {
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+const PosteriorKernel& Kernel() {
+  const int level = ProcessorLevel();
+  if (level >= 4) return kPosteriorKernelV4;
+  return level == 3 ? kPosteriorKernelV3 : kPosteriorKernelV2;
+}
+
+bool IsPositiveNumber(double x) { return x > 0 && std::isfinite(x); }
+
+}  // namespace
+
+void PosteriorModel::Release() { *this = {}; }
+
+void PosteriorModel::Build(const AnalysisDataSet& data, std::span<const Distribution> distributions,
+                           std::span<const double> priors, double threshold) {
+  const ClassStatistics& statistics = data.classStatistics();
+  const VariableRoles& roles = data.roles();
+  Release();
+  inputs_ = roles.predictors.size();
+  continuous_ = roles.continuousPredictors.size();
+  firstRow_.assign(1, 0);
+  for (std::size_t d = 0; d < statistics.dependents(); ++d)
+    firstRow_.push_back(firstRow_.back() + statistics.classes(d));
+  const std::size_t rows = firstRow_.back();
+  missing_.Resize(inputs_);
+  for (std::size_t k = 0; k < inputs_; ++k) missing_[k] = data.MissingDataCode(roles.predictors[k]);
+  priors_.Resize(rows);
+  logPriors_.Resize(rows);
+  for (std::size_t row = 0; row < rows; ++row) {
+    priors_[row] = priors[row];
+    logPriors_[row] = PortableLog(priors[row]);
+  }
+  height_.Assign(rows * continuous_, 0.0);
+  mean_.Assign(rows * continuous_, 0.0);
+  rate_.Assign(rows * continuous_, 0.0);
+  rule_.Assign(rows * continuous_, Rule::normal);
+  const CaseStatistics& training = data.statistics(Subset::training);
+  for (std::size_t k = 0; k < continuous_; ++k) {
+    // The variance of a class whose values are all equal: small beside the input's range, so that
+    // its class wins where the value fits and loses elsewhere.
+    constexpr double kShareOfRange = 1e-9;
+    const double range = training.Maximum(k) - training.Minimum(k);
+    const double standIn =
+        IsPositiveNumber(range * range * kShareOfRange) ? range * range * kShareOfRange : 1.0;
+    for (std::size_t d = 0; d < statistics.dependents(); ++d) {
+      for (std::size_t c = 0; c < statistics.classes(d); ++c)
+        SetTerm(statistics.ClassRow(d, c) * continuous_ + k, distributions[k],
+                statistics.condMean(d, c, k), statistics.condStd(d, c, k),
+                statistics.condWeight(d, c, k), standIn);
+    }
+  }
+  BuildFrequencies(data, threshold);
+  BuildRuns(distributions);
+}
+
+void PosteriorModel::SetTerm(std::size_t at, Distribution distribution, double M, double S,
+                             double weight, double standIn) {
+  const DistributionParameters parameters = ParametersOf(M, S, distribution);
+  const bool hasShape = IsPositiveNumber(parameters.scale) && IsPositiveNumber(parameters.shape);
+  if (IsEqual(weight, 0.0)) {
+    rule_[at] = Rule::impossible;
+  } else if (distribution == Distribution::poisson) {
+    rule_[at] = Rule::poisson;
+    mean_[at] = parameters.lambda;
+  } else if (distribution != Distribution::normal && hasShape) {
+    rule_[at] = distribution == Distribution::gamma ? Rule::gamma : Rule::lognormal;
+    mean_[at] = parameters.scale;
+    rate_[at] = parameters.shape;
+  } else {
+    // Normal, or a class whose values are too close together for another distribution's parameters.
+    const double variance = std::isfinite(1.0 / (2.0 * S)) ? S : standIn;
+    height_[at] = LogNormalHeight(variance);
+    mean_[at] = M;
+    rate_[at] = 1.0 / (2.0 * variance);
+  }
+}
+
+void PosteriorModel::BuildFrequencies(const AnalysisDataSet& data, double threshold) {
+  const ClassStatistics& statistics = data.classStatistics();
+  const double logThreshold = PortableLog(threshold);
+  firstPair_.assign(1, 0);
+  lookups_.clear();
+  for (std::size_t m = 0; continuous_ + m < inputs_; ++m) {
+    firstPair_.push_back(firstPair_.back() + statistics.categories(m));
+    lookups_.emplace_back(data.predictorCategories(m));
+  }
+  const std::size_t pairs = firstPair_.back();
+  logFrequency_.Resize(firstRow_.back() * pairs);
+  for (std::size_t m = 0; m + 1 < firstPair_.size(); ++m) {
+    const double cases = data.InputCount(continuous_ + m);
+    for (std::size_t d = 0; d < statistics.dependents(); ++d) {
+      for (std::size_t c = 0; c < statistics.classes(d); ++c) {
+        for (std::size_t v = 0; v < statistics.categories(m); ++v) {
+          const std::int32_t count = statistics.pairCount(d, c, m, v);
+          logFrequency_[(firstRow_[d] + c) * pairs + firstPair_[m] + v] =
+              count != 0 && !IsEqual(cases, 0.0) ? PortableLog(count / cases) : logThreshold;
+        }
+      }
+    }
+  }
+}
+
+void PosteriorModel::BuildRuns(std::span<const Distribution> distributions) {
+  runs_.clear();
+  bool allFast = true;
+  for (std::size_t k = 0; k < inputs_; ++k) {
+    bool fast = k < continuous_ && distributions[k] == Distribution::normal;
+    for (std::size_t row = 0; row < firstRow_.back() && fast; ++row)
+      fast = rule_[row * continuous_ + k] == Rule::normal;
+    allFast = allFast && (fast || k >= continuous_);
+    if (!runs_.empty() && runs_.back().fast == fast) {
+      ++runs_.back().last;
+    } else {
+      runs_.push_back({k, k + 1, fast});
+    }
+  }
+  const std::size_t terms = std::max(inputs_ * firstRow_.back(), std::size_t{1});
+  const std::size_t together = std::size_t{1} << (allFast ? 24 : 18);
+  rowsTogether_ = std::clamp(together / terms, std::size_t{1}, kRowsAtMost);
+}
+
+double PosteriorModel::TermOf(std::size_t at, double x) const {
+  switch (rule_[at]) {
+    case Rule::normal: {
+      const double difference = x - mean_[at];
+      return height_[at] - difference * difference * rate_[at];
+    }
+    case Rule::lognormal:
+      return LogLognormal(x, mean_[at], rate_[at]);
+    case Rule::gamma:
+      return LogGamma(x / mean_[at], rate_[at]);
+    case Rule::poisson:
+      return LogPoisson(x, mean_[at]);
+    case Rule::impossible:
+      break;
+  }
+  return -kInfinity;
+}
+
+bool PosteriorModel::Term(std::size_t classRow, std::size_t k, double x, double& term) const {
+  if (k < continuous_) {
+    term = TermOf(classRow * continuous_ + k, x);
+    return true;
+  }
+  const std::size_t m = k - continuous_;
+  const int v = lookups_[m].ClassOf(x);
+  if (v < 0) return false;
+  term = logFrequency_[classRow * firstPair_.back() + firstPair_[m] + static_cast<std::size_t>(v)];
+  return true;
+}
+
+void PosteriorModel::Classify(const double* rows, std::size_t count, WorkerTeam& team,
+                              ClassifiedBlock& block) {
+  const std::size_t classRows = firstRow_.back(), dependents = firstRow_.size() - 1;
+  block.posteriors.Resize(count * classRows);
+  block.predictedClass.Resize(count * dependents);
+  const std::size_t tiles = (count + kCaseLanes - 1) / kCaseLanes;
+  const std::size_t parts = std::min(team.size(), tiles);
+  if (scratch_.size() < parts) scratch_.resize(parts);
+  for (std::size_t part = 0; part < parts; ++part) {
+    Scratch& scratch = scratch_[part];
+    scratch.lanes.Resize(inputs_ * kCaseLanes);
+    scratch.sums.Resize(classRows * kCaseLanes);
+    scratch.categories.Resize(lookups_.size() * kCaseLanes);
+  }
+  for (Scratch& scratch : scratch_) scratch.numericFault = false;
+  team.Run([&](std::size_t part) {
+    if (part >= parts) return;
+    for (std::size_t tile = tiles * part / parts; tile < tiles * (part + 1) / parts; ++tile) {
+      const std::size_t first = tile * kCaseLanes;
+      ClassifyTile(rows + first * inputs_, std::min(kCaseLanes, count - first),
+                   block.posteriors.data() + first * classRows,
+                   block.predictedClass.data() + first * dependents, scratch_[part]);
+    }
+  });
+  block.numericFault = std::ranges::any_of(scratch_, &Scratch::numericFault);
+}
+
+void PosteriorModel::ClassifyTile(const double* rows, std::size_t count, double* posteriors,
+                                  std::int32_t* predicted, Scratch& scratch) const {
+  alignas(64) double noPrediction[kCaseLanes];
+  Kernel().transpose(rows, count, inputs_, scratch.lanes.data());
+  Kernel().markMissing(inputs_, scratch.lanes.data(), missing_.data(), noPrediction);
+  FindCategories(scratch, noPrediction);
+  for (std::size_t row = 0; row < firstRow_.back(); ++row) AddTerms(row, scratch);
+  for (std::size_t d = 0; d + 1 < firstRow_.size(); ++d)
+    Conclude(d, count, noPrediction, posteriors, predicted, scratch);
+}
+
+void PosteriorModel::FindCategories(Scratch& scratch, double* noPrediction) const {
+  for (std::size_t m = 0; m < lookups_.size(); ++m) {
+    const double* values = scratch.lanes.data() + (continuous_ + m) * kCaseLanes;
+    std::int32_t* categories = scratch.categories.data() + m * kCaseLanes;
+    for (std::size_t lane = 0; lane < kCaseLanes; ++lane) {
+      const int v = lookups_[m].ClassOf(values[lane]);
+      if (v < 0) noPrediction[lane] = 1.0;
+      categories[lane] = std::max(v, 0);
+    }
+  }
+}
+
+void PosteriorModel::AddTerms(std::size_t row, Scratch& scratch) const {
+  double* sums = scratch.sums.data() + row * kCaseLanes;
+  std::fill_n(sums, kCaseLanes, 0.0);
+  alignas(64) double terms[kCaseLanes];
+  for (const Run& run : runs_) {
+    const std::size_t at = row * continuous_ + run.first;
+    if (run.fast) {
+      Kernel().addNormal(run.last - run.first, scratch.lanes.data() + run.first * kCaseLanes,
+                         {height_.data() + at, mean_.data() + at, rate_.data() + at}, sums);
+      continue;
+    }
+    for (std::size_t k = run.first; k < run.last; ++k) {
+      const double* values = scratch.lanes.data() + k * kCaseLanes;
+      if (k < continuous_) {
+        for (std::size_t lane = 0; lane < kCaseLanes; ++lane)
+          terms[lane] = TermOf(row * continuous_ + k, values[lane]);
+      } else {
+        const std::size_t m = k - continuous_;
+        const double* frequencies = logFrequency_.data() + row * firstPair_.back() + firstPair_[m];
+        const std::int32_t* categories = scratch.categories.data() + m * kCaseLanes;
+        for (std::size_t lane = 0; lane < kCaseLanes; ++lane)
+          terms[lane] = frequencies[categories[lane]];
+      }
+      Kernel().add(terms, sums);
+    }
+  }
+}
+
+void PosteriorModel::Conclude(std::size_t d, std::size_t count, const double* noPrediction,
+                              double* posteriors, std::int32_t* predicted, Scratch& scratch) const {
+  const std::size_t first = firstRow_[d], last = firstRow_[d + 1];
+  const std::size_t classRows = firstRow_.back(), dependents = firstRow_.size() - 1;
+  alignas(64) double products[kCaseLanes];
+  alignas(64) double total[kCaseLanes] = {};
+  bool slow[kCaseLanes];
+  for (std::size_t row = first; row < last; ++row) {
+    const double* sums = scratch.sums.data() + row * kCaseLanes;
+    const bool anySlow = Kernel().exponential(sums, priors_[row], products, slow);
+    for (std::size_t lane = 0; lane < kCaseLanes && anySlow; ++lane) {
+      if (slow[lane]) products[lane] = PortableExp(sums[lane]) * priors_[row];
+    }
+    for (std::size_t lane = 0; lane < kCaseLanes; ++lane) total[lane] += products[lane];
+    for (std::size_t lane = 0; lane < count; ++lane)
+      posteriors[lane * classRows + row] = products[lane];
+  }
+  for (std::size_t lane = 0; lane < count; ++lane) {
+    double* own = posteriors + lane * classRows;
+    std::int32_t& chosen = predicted[lane * dependents + d];
+    chosen = -1;
+    if (noPrediction[lane] != 0) {
+      std::fill(own + first, own + last, kMissingOutput);
+      continue;
+    }
+    if (IsPositiveNumber(total[lane])) {
+      for (std::size_t row = first; row < last; ++row) own[row] /= total[lane];
+    } else {
+      scratch.numericFault = scratch.numericFault || std::isnan(total[lane]);
+      RankByLogarithm(d, lane, scratch.sums.data(), own);
+    }
+    double largest = 0;
+    for (std::size_t row = first; row < last; ++row) {
+      if (!IsGreater(own[row], largest)) continue;
+      largest = own[row];
+      chosen = static_cast<std::int32_t>(row - first);
+    }
+  }
+}
+
+void PosteriorModel::RankByLogarithm(std::size_t d, std::size_t lane, const double* sums,
+                                     double* posteriors) const {
+  const std::size_t first = firstRow_[d], last = firstRow_[d + 1];
+  const auto logarithm = [&](std::size_t row) {
+    const double value = sums[row * kCaseLanes + lane] + logPriors_[row];
+    return std::isnan(value) ? -kInfinity : value;
+  };
+  double maximum = -kInfinity;
+  for (std::size_t row = first; row < last; ++row) maximum = std::max(maximum, logarithm(row));
+  const auto fill = [&](auto value) {
+    double total = 0;
+    for (std::size_t row = first; row < last; ++row) total += posteriors[row] = value(row);
+    for (std::size_t row = first; row < last && total != 0; ++row) posteriors[row] /= total;
+    return total != 0;
+  };
+  const bool ranked = maximum == -kInfinity
+                          ? fill([&](std::size_t row) { return priors_[row]; })
+                          : fill([&](std::size_t row) {
+                              const double value = logarithm(row);
+                              return value == maximum ? 1.0 : PortableExp(value - maximum);
+                            });
+  if (!ranked) fill([](std::size_t) { return 1.0; });
+}
+
+}  // namespace qrvml
