@@ -14,7 +14,8 @@
 namespace qrvml {
 namespace {
 
-constexpr AnalysisCommand kKinds[] = {{"knn", "K nearest neighbours", 2, 104, 107}};
+constexpr AnalysisCommand kKinds[] = {{"knn", "K nearest neighbours", 2, 104, 107},
+                                      {"nb", "naive Bayes", 1, 103, 106}};
 
 HostSettings SettingsOf(const RunOptions& options) {
   HostSettings settings;
