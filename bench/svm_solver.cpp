@@ -38,7 +38,7 @@ constexpr Workload kWorkloads[] = {
 /// The problem and the storage of its nodes.
 struct Data {
   std::vector<SVMNode> nodes;
-  std::vector<const SVMNode*> lists;
+  std::vector<SVMNodeList> lists;
   std::vector<double> targets;
 
   explicit Data(const Workload& workload) {
@@ -64,7 +64,7 @@ struct Data {
       nodes.push_back({-1, 0});
     }
     for (int t = 0; t < workload.cases; ++t) {
-      lists.push_back(nodes.data() + std::size_t(t) * (kInputs + 1));
+      lists.push_back({nodes.data() + std::size_t(t) * (kInputs + 1)});
     }
   }
   SVMProblem Problem() const { return {int(targets.size()), targets.data(), lists.data()}; }

@@ -82,8 +82,7 @@ void FinishNu(const DecisionProblem&, const SVMParameters&, OptimisationProblem&
   to.positiveBound = to.negativeBound = 1 / r;
 }
 
-// --- One-class
-// ------------------------------------------------------------------------------------
+// --- One-class ----------------------------------------------------------------------------------
 
 void PrepareOneClass(const DecisionProblem& from, const SVMParameters& parameters,
                      OptimisationProblem& to) {

@@ -18,7 +18,7 @@ struct DecisionFunction {
 
 /// The part of a problem that one decision function separates or fits.
 struct DecisionProblem {
-  std::span<const SVMNode* const> cases;
+  std::span<const SVMNodeList> cases;
   std::span<const double> targets;  // of a classification: > 0 for the first class
   double positiveC = 0;             // C classification: the weighted C of the two classes
   double negativeC = 0;

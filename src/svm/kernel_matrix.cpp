@@ -15,7 +15,7 @@ std::int64_t WorkOf(std::int64_t values, std::int32_t inputs) {
 
 }  // namespace
 
-KernelMatrix::KernelMatrix(std::span<const SVMNode* const> cases, const SVMParameters& parameters,
+KernelMatrix::KernelMatrix(std::span<const SVMNodeList> cases, const SVMParameters& parameters,
                            SVMSolverState& state, SolverPace& pace)
     : function_(parameters, state.level),
       counts_(state.counts),

@@ -23,7 +23,7 @@ inline constexpr std::int32_t kPassCases = 16 * kCaseLanes;  // that a pass hand
 class KernelMatrix {
  public:
   /// Packs the cases. Throws MemoryRefused, Cancelled.
-  KernelMatrix(std::span<const SVMNode* const> cases, const SVMParameters& parameters,
+  KernelMatrix(std::span<const SVMNodeList> cases, const SVMParameters& parameters,
                SVMSolverState& state, SolverPace& pace);
 
   std::int32_t cases() const { return cases_.count(); }

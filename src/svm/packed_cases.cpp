@@ -22,11 +22,11 @@ bool Covers(std::span<const std::int32_t> indices, const SVMNode* node, std::int
 
 }  // namespace
 
-void PackedCases::CollectIndices(std::span<const SVMNode* const> cases, SolverPace& pace) {
+void PackedCases::CollectIndices(std::span<const SVMNodeList> cases, SolverPace& pace) {
   // Most problems have the same indices in every case: those of the longest list.
   const SVMNode* longest = nullptr;
   std::int64_t most = -1;
-  for (const SVMNode* list : cases) {
+  for (const SVMNodeList list : cases) {
     std::int64_t nodes = 0;
     Covers({}, list, &nodes);
     if (nodes > most) {
@@ -40,7 +40,7 @@ void PackedCases::CollectIndices(std::span<const SVMNode* const> cases, SolverPa
 
   std::int64_t nodes = 0;
   bool covered = true;
-  for (const SVMNode* list : cases) {
+  for (const SVMNodeList list : cases) {
     const std::int64_t before = nodes;
     if (!Covers(indices_, list, &nodes)) covered = false;
     pace.Check((nodes - before) * kCollectWork);
@@ -49,7 +49,7 @@ void PackedCases::CollectIndices(std::span<const SVMNode* const> cases, SolverPa
 
   HostArray<std::int32_t> all{std::size_t(nodes)};
   std::int32_t* to = all.data();
-  for (const SVMNode* list : cases) {
+  for (const SVMNodeList list : cases) {
     for (const SVMNode* node = list; node->index != -1; ++node) *to++ = node->index;
   }
   std::sort(all.begin(), all.end());
@@ -67,7 +67,7 @@ void PackedCases::Allocate() {
   blocks_.Resize(lanes * std::size_t(columns_));
 }
 
-void PackedCases::Build(std::span<const SVMNode* const> cases, bool zeroColumn, SolverPace& pace) {
+void PackedCases::Build(std::span<const SVMNodeList> cases, bool zeroColumn, SolverPace& pace) {
   CollectIndices(cases, pace);
   count_ = std::int32_t(cases.size());
   // Without any input there is a column of zeros all the same, so that there are blocks.

@@ -19,7 +19,7 @@ class PackedCases {
  public:
   /// Packs the cases in the order given; an extra column of zeros follows the inputs when
   /// `zeroColumn`. Throws MemoryRefused, Cancelled.
-  void Build(std::span<const SVMNode* const> cases, bool zeroColumn, SolverPace& pace);
+  void Build(std::span<const SVMNodeList> cases, bool zeroColumn, SolverPace& pace);
   /// Copies cases of another packing, in the order given.
   void Build(const PackedCases& source, std::span<const std::int32_t> cases);
 
@@ -39,7 +39,7 @@ class PackedCases {
   }
 
  private:
-  void CollectIndices(std::span<const SVMNode* const> cases, SolverPace& pace);
+  void CollectIndices(std::span<const SVMNodeList> cases, SolverPace& pace);
   void Allocate();
   double& At(std::int32_t at, std::int32_t column) {
     return blocks_[(std::size_t(at / kCaseLanes) * std::size_t(columns_) + std::size_t(column)) *

@@ -103,7 +103,7 @@ class Training {
   DecisionFunction TrainPair(const ClassGroups& groups, std::int32_t i, std::int32_t j,
                              std::span<const double> weightedC) {
     const auto size = std::size_t(groups.Size(i)) + std::size_t(groups.Size(j));
-    HostArray<const SVMNode*> cases{size};
+    HostArray<SVMNodeList> cases{size};
     HostArray<double> targets{size};
     std::size_t t = 0;
     for (const std::int32_t k : {i, j}) {

@@ -18,11 +18,17 @@ struct SVMNode {
   double value;
 };
 
+/// An input vector by its first node; stands for the pointer.
+struct SVMNodeList {
+  const SVMNode* nodes = nullptr;
+  operator const SVMNode*() const { return nodes; }
+};
+
 /// Owns nothing. The node lists outlive every model that was trained on them.
 struct SVMProblem {
-  std::int32_t l = 0;                 // cases
-  const double* y = nullptr;          // target per case; of a class its label
-  const SVMNode* const* x = nullptr;  // node list per case
+  std::int32_t l = 0;              // cases
+  const double* y = nullptr;       // target per case; of a class its label
+  const SVMNodeList* x = nullptr;  // per case
 };
 
 enum SVMType : std::int32_t {
@@ -69,7 +75,7 @@ struct SVMModel {
   SVMParameters parameters;
   std::int32_t classCount = 0;  // 2 for regression and one-class
   std::int32_t supportVectorCount = 0;
-  HostArray<const SVMNode*> supportVectors;        // into the training problem's lists
+  HostArray<SVMNodeList> supportVectors;           // into the training problem's lists
   HostArray<double> coefficients;                  // (classCount - 1) x supportVectorCount
   HostArray<double> constants;                     // per pair: rho; one for the other types
   HostArray<std::int32_t> labels;                  // classification: in order of appearance

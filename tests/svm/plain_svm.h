@@ -29,7 +29,7 @@ class PlainProblem {
     }
     list.push_back({-1, 0});
     nodes_.push_back(std::make_unique<std::vector<SVMNode>>(std::move(list)));
-    lists_.push_back(nodes_.back()->data());
+    lists_.push_back({nodes_.back()->data()});
     inputs_.push_back(std::move(inputs));
     targets_.push_back(target);
   }
@@ -42,7 +42,7 @@ class PlainProblem {
  private:
   bool sparse_;
   std::vector<std::unique_ptr<std::vector<SVMNode>>> nodes_;
-  std::vector<const SVMNode*> lists_;
+  std::vector<SVMNodeList> lists_;
   std::vector<std::vector<double>> inputs_;
   std::vector<double> targets_;
 };

@@ -158,7 +158,7 @@ inline Vector Exponential(Vector x) {
   Vector y = Vector(Words(1.0 + reduced.part) + reduced.exponent);
   y = x > 709.782712893384 ? Spread(kInfinity) : y;
   y = x < -708.0 ? Spread(0.0) : y;
-  return x == x ? y : x;
+  return x <= kInfinity ? y : x;  // not a number stays
 }
 
 /// tanh|x| = t / (t + 2) with t = e^(2|x|) - 1; from 22 on it rounds to 1.
@@ -170,7 +170,7 @@ inline Vector Tangent(Vector x) {
   const Vector t = reduced.part * scale + (scale - 1.0);
   const Vector y = t / (t + 2.0);
   const Vector signedY = x < 0.0 ? -y : y;
-  return x == x ? signedY : x;
+  return x <= kInfinity ? signedY : x;
 }
 
 /// x^n by squaring, for n >= 0.
