@@ -34,6 +34,10 @@ Show "Regression with missing values, and the predictions of named cases" knn ex
 Show "The same kind of analysis as a macro, and on another selection of inputs" \
   run examples/iris.qvb
 
+Show "The model as a C program, a script and a PMML document, compared with the engine" \
+  verify knn examples/fgl.csv --variables '|type|1-9|' --StandardizeDistances --UseWeightedAverage \
+  --k-nearest-neighbors 5 --seed-for-random-sampling 7
+
 Show "Two overlapping classes, categorical and continuous inputs" knn examples/cars93.csv \
   --variables '|Origin|Price MPG.city Horsepower RPM|Type DriveTrain' --StandardizeDistances \
   --k-nearest-neighbors 5 --seed-for-random-sampling 7
