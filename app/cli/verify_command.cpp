@@ -1,6 +1,7 @@
 #include "cli/verify_command.h"
 
 #include <algorithm>
+#include <atomic>
 #include <iostream>
 #include <memory>
 #include <utility>
@@ -39,7 +40,8 @@ struct Refused {};
 
 class Verifier {
  public:
-  Verifier(OpenAnalysis& analysis, DialogCalls& calls) : analysis_(analysis), calls_(calls) {}
+  Verifier(OpenAnalysis& analysis, DialogCalls& calls, const std::atomic<bool>& cancel)
+      : analysis_(analysis), calls_(calls), cancel_(cancel) {}
 
   int Run() {
     try {
@@ -147,12 +149,11 @@ class Verifier {
 
   std::unique_ptr<DeployedModel> Open(CodeDialect dialect, const TextDocument& document,
                                       std::string& error) {
-    const std::atomic<bool>& cancel = CatchInterrupts();
     const HostDataFile& file = analysis_.file();
     if (dialect == CodeDialect::pmml) return ReadPmmlDocument(document.text, error);
     if (dialect == CodeDialect::qvb) {
       ScriptLimits limits;
-      limits.cancel = &cancel;
+      limits.cancel = &cancel_;
       return QvbScript::Read(document.title, document.text, file, limits, error);
     }
     CHeader header;
@@ -160,7 +161,7 @@ class Verifier {
       return Scoring::FindVariable(file, name) != 0;
     };
     if (!ReadCHeader(document.text, isName, header, error)) return nullptr;
-    return CProgram::Open(document.text, std::move(header), {.cancel = &cancel}, error);
+    return CProgram::Open(document.text, std::move(header), {.cancel = &cancel_}, error);
   }
 
   void Verify(CodeDialect dialect, const std::string& name, const std::string& action) {
@@ -169,11 +170,11 @@ class Verifier {
       std::string error;
       TextCheck check;
       if (const auto model = Open(dialect, document, error)) {
-        check = CheckText(dialect, document.text, *model, engine_, dependent);
+        check = CheckText(dialect, document.text, *model, engine_, dependent, &cancel_);
       } else {
         check.faults.push_back(error);
       }
-      if (analysis_.host().progress.IsExternallyCancelled()) throw Refused();
+      if (cancel_) throw Refused();
       Show(name, check);
       passed_ = passed_ && check.Passed();
       if (dialect == CodeDialect::pmml) ++dependent;
@@ -203,6 +204,7 @@ class Verifier {
 
   OpenAnalysis& analysis_;
   DialogCalls& calls_;
+  const std::atomic<bool>& cancel_;
   EngineModel engine_;
   bool passed_ = true;
 };
@@ -221,8 +223,9 @@ int RunVerifyCommand(std::span<const std::string> arguments) {
                  "(qrvml verify --help tells more)\n";
     return kExitWrongUsage;
   }
-  const ResultsTask task{"verify", kHelp, [](OpenAnalysis& analysis, DialogCalls& calls) {
-                           return Verifier(analysis, calls).Run();
+  const std::atomic<bool>& cancel = CatchInterrupts();
+  const ResultsTask task{"verify", kHelp, [&cancel](OpenAnalysis& analysis, DialogCalls& calls) {
+                           return Verifier(analysis, calls, cancel).Run();
                          }};
   return RunAnalysisCommand(*kind, arguments.subspan(1), &task);
 }

@@ -228,18 +228,19 @@ void CheckPrinted(CodeDialect dialect, const PrintedModel& printed, const Engine
 }
 
 void CheckPredictions(CodeDialect dialect, const PrintedModel& printed, const EngineModel& engine,
-                      const std::vector<double>& predictions, std::size_t firstDependent,
-                      TextCheck& check) {
+                      std::span<const double> predictions, std::size_t first,
+                      std::size_t firstDependent, TextCheck& check) {
   const std::size_t width = printed.Dependents();
   check.dependents.resize(width);
   for (std::size_t d = 0; d < width; ++d)
     check.dependents[d].name = engine.dependents[firstDependent + d].name;
   std::vector<PrintedPrediction> expected(width);
-  for (std::size_t c = 0; c < engine.cases.size(); ++c) {
+  const std::size_t end = first + predictions.size() / width;
+  for (std::size_t c = first; c < end; ++c) {
     const auto inputs = std::span(engine.caseInputs).subspan(c * printed.Inputs());
     printed.Predict(inputs.first(printed.Inputs()), expected);
     for (std::size_t d = 0; d < width; ++d) {
-      const double predicted = predictions[c * width + d];
+      const double predicted = predictions[(c - first) * width + d];
       const double unrounded =
           engine.predictions[c * engine.dependents.size() + firstDependent + d];
       const bool isClass = d >= printed.continuousDependents;
@@ -263,7 +264,8 @@ void CheckPredictions(CodeDialect dialect, const PrintedModel& printed, const En
 }
 
 TextCheck CheckText(CodeDialect dialect, std::string_view text, DeployedModel& model,
-                    const EngineModel& engine, std::size_t firstDependent) {
+                    const EngineModel& engine, std::size_t firstDependent,
+                    const std::atomic<bool>* cancel) {
   TextCheck check;
   PrintedModel printed;
   std::string error;
@@ -276,14 +278,23 @@ TextCheck CheckText(CodeDialect dialect, std::string_view text, DeployedModel& m
       model.dependents.size() != printed.Dependents() ||
       firstDependent + printed.Dependents() > engine.dependents.size())
     return check;
-  std::vector<double> predictions(engine.cases.size() * printed.Dependents());
-  const std::size_t done =
-      engine.cases.empty() ? 0 : model.PredictBatch(engine.caseInputs, predictions, error);
-  if (done < engine.cases.size()) {
-    check.faults.push_back("case " + std::to_string(engine.cases[done]) + ": " + error);
+  constexpr std::size_t kBatch = 4096;
+  std::vector<double> predictions;
+  for (std::size_t first = 0, asked = 0; first < engine.cases.size(); first += asked) {
+    asked = std::min(kBatch, engine.cases.size() - first);
+    predictions.resize(asked * printed.Dependents());
+    const auto inputs =
+        std::span(engine.caseInputs).subspan(first * printed.Inputs(), asked * printed.Inputs());
+    const std::size_t done = model.PredictBatch(inputs, predictions, error);
+    if (done < asked) {
+      check.faults.push_back("case " + std::to_string(engine.cases[first + done]) + ": " + error);
+      return check;
+    }
+    CheckPredictions(dialect, printed, engine, predictions, first, firstDependent, check);
+    if (cancel == nullptr || !*cancel) continue;
+    check.faults.emplace_back("it was not compared to its end");
     return check;
   }
-  CheckPredictions(dialect, printed, engine, predictions, firstDependent, check);
   return check;
 }
 

@@ -1,7 +1,9 @@
 // Whether a generated text says what the engine has, and predicts what it says.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -61,15 +63,18 @@ struct TextCheck {
 void CheckPrinted(CodeDialect dialect, const PrintedModel& printed, const EngineModel& engine,
                   const DeployedModel& fields, std::size_t firstDependent, TextCheck& check);
 
-/// Compares what the text predicts for the test cases, case after case, with its printed model and
-/// with the engine. Classes must be equal, but for tied votes; numbers within the digits that the
-/// text prints: six for the C program, else a relative difference of 1e-12.
+/// Compares what the text predicts for test cases, from the case at `first` on, with its printed
+/// model and with the engine; adds to what was found before. Classes must be equal, but for tied
+/// votes; numbers within the digits that the text prints: six for the C program, else a relative
+/// difference of 1e-12.
 void CheckPredictions(CodeDialect dialect, const PrintedModel& printed, const EngineModel& engine,
-                      const std::vector<double>& predictions, std::size_t firstDependent,
-                      TextCheck& check);
+                      std::span<const double> predictions, std::size_t first,
+                      std::size_t firstDependent, TextCheck& check);
 
-/// Both for one text, which is applied by `model`. What keeps it from being applied is a fault.
+/// Both for one text, which is applied by `model`. What keeps it from being applied is a fault, and
+/// so is a true `cancel`, which is looked at now and then (null: nothing cancels).
 TextCheck CheckText(CodeDialect dialect, std::string_view text, DeployedModel& model,
-                    const EngineModel& engine, std::size_t firstDependent);
+                    const EngineModel& engine, std::size_t firstDependent,
+                    const std::atomic<bool>* cancel = nullptr);
 
 }  // namespace qrvml

@@ -217,10 +217,23 @@ TEST(Verification, PredictionsOfAnotherModelAreDifferent) {
               trained.engine.cases.size())
         << error;
     TextCheck check;
-    CheckPredictions(CodeDialect::qvb, printed, trained.engine, predictions, 0, check);
+    CheckPredictions(CodeDialect::qvb, printed, trained.engine, predictions, 0, 0, check);
     EXPECT_FALSE(check.Passed()) << line;
     EXPECT_TRUE(check.dependents.at(0).first.starts_with("case ")) << line;
   }
+}
+
+TEST(Verification, ComparesManyCasesUntilItIsCancelled) {
+  Trained trained(RandomTable(kShapes[1], 20, 5000, 3), kSettings);
+  const std::string text = trained.Texts(CodeDialect::pmml).at(1);
+  const auto model = trained.Open(CodeDialect::pmml, text);
+  const TextCheck whole = CheckText(CodeDialect::pmml, text, *model, trained.engine, 1);
+  EXPECT_TRUE(whole.Passed()) << Faults(whole);
+  EXPECT_EQ(whole.dependents.at(0).cases, 5000);
+  const std::atomic<bool> cancel{true};
+  const TextCheck part = CheckText(CodeDialect::pmml, text, *model, trained.engine, 1, &cancel);
+  EXPECT_FALSE(part.Passed());
+  EXPECT_LT(part.dependents.at(0).cases, 5000);
 }
 
 /// One prototype per row of "value of the dependent, input"; one test case at 0.
@@ -245,7 +258,7 @@ struct Votes {
   }
   std::int64_t Different(CodeDialect dialect, double predicted) {
     TextCheck check;
-    CheckPredictions(dialect, printed, engine, {predicted}, 0, check);
+    CheckPredictions(dialect, printed, engine, {&predicted, 1}, 0, 0, check);
     tied = check.dependents.at(0).tied;
     return check.dependents.at(0).different;
   }
