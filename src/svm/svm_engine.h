@@ -1,0 +1,138 @@
+// The support vector engine: the training problem, the solver's settings, the training run with its
+// parameter search, the prediction of every case and the statistics of all samples.
+//
+// An entry of the problem is one unit of weight of a training case. Its inputs are the continuous
+// predictors in list order, then one indicator per category of each categorical predictor in
+// ascending code order; node indices count from 1. Its target is the first dependent: the value, or
+// the code of the class. Statistics show classes by the byte order of their texts.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "data/analysis_data_set.h"
+#include "host/memory.h"
+#include "host/training_display.h"
+#include "stats/confusion_counts.h"
+#include "stats/regression_summary.h"
+#include "svm/svm_solver.h"
+
+namespace qrvml {
+
+class SVMEngine final : public TrainingRowSink {
+ public:
+  /// Sets the defaults and the data set's scaling bounds. The data set outlives it.
+  explicit SVMEngine(AnalysisDataSet& data);
+
+  // --- Settings ----------------------------------------------------------------------------------
+  SVMParameters parameters;
+  /// Iteration limit, counters and diagnostics of the solver; poll, threads are set by each run.
+  SVMSolverState solver;
+  bool usePenalty = false;  // class weights; see SetUsePenalty
+  bool applyCrossValidation = false;
+  std::int32_t folds = 10;
+  std::int32_t crossValidationSeed = 0;  // default: seconds since 1970 / 1000
+  double minimumC = 1.0, maximumC = 10.0, deltaC = 1.0;
+  double minimumEpsilon = 0.1, maximumEpsilon = 0.5, deltaEpsilon = 0.1;
+  double minimumNu = 0.1, maximumNu = 0.5, deltaNu = 0.1;  // kept, not searched
+  TrainingDisplay* display = nullptr;                      // where progress texts go; null: nowhere
+
+  /// Switching it on lets go of earlier class weights.
+  void SetUsePenalty(bool use);
+  /// One penalty per class of the dependent, in text order.
+  void SetClassWeights(std::span<const double> penalties);
+  /// The same from a text of numbers separated by blanks. False, without a message: a class has no
+  /// number there.
+  bool TakePenaltyList(std::string_view text);
+
+  // --- The training problem ----------------------------------------------------------------------
+  SVMProblem problem;
+  void AllocateRows(std::int32_t rows, std::int32_t width) override;
+  void AddTrainingRow(std::int32_t rowIndex, std::span<const double> inputs,
+                      std::span<const double> dependents) override;
+  /// Scales continuous inputs and a continuous target where the data set's settings say so. Once
+  /// per problem.
+  void ScaleSvmProblem();
+
+  // --- Training ----------------------------------------------------------------------------------
+  /// The training run. False: cancelled (no message), the parameter check's message, 104 or 155;
+  /// there is then no model, and C and epsilon are as they were. The problem keeps its order.
+  bool TrainSvm(bool silent);
+  /// Statistics of the training sample and, where the data are split, of the test sample and both.
+  /// False as above, and the statistics are freed.
+  bool ComputeSvmStatistics();
+  /// Frees model, problem, class weights and statistics; then the defaults.
+  void ResetSvmEngine();
+
+  std::unique_ptr<SVMModel> model;
+  double bestError = std::numeric_limits<double>::max();  // of the last search: regression
+  double bestAccuracy = 0;                                // classification, in percent
+
+  // --- Prediction --------------------------------------------------------------------------------
+  /// Predicts a case of the file (from 1). `problemSlot`: of a training case, its first entry in
+  /// the problem. Of a case in neither sample only the label is fetched. False: the host stopped.
+  /// Throws MemoryRefused.
+  bool PredictSvmCase(std::int32_t caseNumber, std::int32_t problemSlot);
+
+  double observed = 0;
+  double predicted = 0;
+  double residual = 0;                // observed - predicted; of a class 0 correct, 1 wrong
+  HostArray<double> currentInputs;    // predictors in list order, unscaled
+  HostArray<double> classVoteShares;  // per class in the order of model->labels
+  std::string caseLabel;
+
+  bool IsClassification() const { return !data_.roles().categoricalDependents.empty(); }
+  /// Counts [observed][predicted] by class text.
+  const ConfusionCounts& confusion(Subset subset) const { return confusion_[std::size_t(subset)]; }
+  const RegressionStatistics& regressionStatistics(Subset subset) const {
+    return regression_[std::size_t(subset)].statistics();
+  }
+  const PredictionRanges& ranges(Subset subset) const { return ranges_[std::size_t(subset)]; }
+
+ private:
+  std::size_t continuous() const { return data_.roles().continuousPredictors.size(); }
+  bool HasDependent() const { return !data_.roles().dependents.empty(); }
+  void SetDefaults();
+  void ReleaseStatistics();
+  void PrepareRun();
+  void ShowStatus(std::string_view text) const;
+
+  /// The parameter search; leaves the chosen C and epsilon in `parameters`. Throws MemoryRefused,
+  /// Cancelled, NumericFault; the problem is then in its order again.
+  void SearchSvmParameters(bool silent);
+  void ShuffleProblem(bool silent, HostArray<std::int32_t>& permutation);
+  void RestoreProblem(const HostArray<std::int32_t>& permutation);
+  void SearchGrid(bool silent);
+  /// Mean squared error, or percentage of correct entries. Throws as above.
+  double CrossValidateSvm(bool silent);
+
+  void TakeTrainingInputs(const SVMNode* entry);
+  bool ReadTestCase(std::int32_t caseNumber);
+  void BuildSingleCase();
+  void FindSubstitutes();
+  double ClassCode(double code) const;
+  /// Predicts every used case in file order and calls visit(flag, weight). Throws.
+  bool VisitCases(const std::function<void(std::uint8_t, std::int32_t)>& visit);
+  bool ClassificationStatistics();
+  bool RegressionStatisticsPass();
+
+  AnalysisDataSet& data_;
+  HostArray<SVMNode> nodes_;  // entries x (width + 1)
+  HostArray<SVMNodeList> lists_;
+  HostArray<double> targets_;
+  HostArray<SVMNode> singleCase_;
+  HostArray<double> dependents_;   // of the test case last read
+  HostArray<double> substitutes_;  // per slot: what takes a missing value's place in a test case
+
+  std::array<ConfusionCounts, kSubsets> confusion_;
+  std::array<RegressionSummary, kSubsets> regression_;
+  std::array<PredictionRanges, kSubsets> ranges_;
+};
+
+}  // namespace qrvml
