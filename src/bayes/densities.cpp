@@ -91,23 +91,24 @@ double PortableLog(double x) {
   return n * kHigh - ((h - (s * (h + rest) + n * kLow)) - f);
 }
 
-DistributionParameters ParametersOf(double M, double S, Distribution distribution) {
+DistributionParameters ParametersOf(double mean, double variance, Distribution distribution) {
   DistributionParameters parameters;
+  const double m2 = mean * mean, s2 = variance * variance;
   switch (distribution) {
     case Distribution::normal:
-      parameters.mean = M;
-      parameters.std = S;
+      parameters.mean = mean;
+      parameters.std = variance;
       break;
     case Distribution::lognormal:
-      parameters.scale = M * M / std::sqrt(S * S + M * M);
-      parameters.shape = std::sqrt(PortableLog((S * S + M * M) / (M * M)));
+      parameters.scale = m2 / std::sqrt(s2 + m2);
+      parameters.shape = std::sqrt(PortableLog((s2 + m2) / m2));
       break;
     case Distribution::gamma:
-      parameters.scale = S * S / M;
-      parameters.shape = M * M / (S * S);
+      parameters.scale = s2 / mean;
+      parameters.shape = m2 / s2;
       break;
     case Distribution::poisson:
-      parameters.lambda = M;
+      parameters.lambda = mean;
       break;
     case Distribution::discrete:
       break;
@@ -115,7 +116,9 @@ DistributionParameters ParametersOf(double M, double S, Distribution distributio
   return parameters;
 }
 
-double LogNormalHeight(double S) { return -0.5 * PortableLog(2.5066282746310007 * S); }
+double LogNormalHeight(double variance) {
+  return -0.5 * PortableLog(2.5066282746310007 * variance);
+}
 
 double LogLognormal(double x, double scale, double shape) {
   if (!(x > 0)) return -kInfinity;

@@ -30,13 +30,13 @@ struct DistributionParameters {
 ///   gamma      scale = S S / M, shape = M M / (S S)
 ///   Poisson    lambda = M
 /// No case is guarded: a result may be 0, infinite or not a number.
-DistributionParameters ParametersOf(double M, double S, Distribution distribution);
+DistributionParameters ParametersOf(double mean, double variance, Distribution distribution);
 
 // --- Logarithms of densities. Below 0 a gamma or Poisson value, and at or below 0 a lognormal one,
 // --- has density 0: minus infinity. -----------------------------------------------------------
 
 /// ln of the normal term without its exponent: -0.5 ln(2.5066282746310007 S).
-double LogNormalHeight(double S);
+double LogNormalHeight(double variance);
 /// -0.472856811 - ln(shape) - ln(x) - ln(x / scale)^2 / (2 shape^2).
 double LogLognormal(double x, double scale, double shape);
 /// ln(y^(shape - 1) e^-y / Gamma(shape)) for y >= 0, shape > 0: the gamma density of unit scale. At

@@ -240,8 +240,9 @@ void NaiveBayesEngine::PredictCases(Subset subset,
   }
 }
 
-double NaiveBayesEngine::LogDensity(double M, double S, double x, Distribution distribution) {
-  const DistributionParameters p = ParametersOf(M, S, distribution);
+double NaiveBayesEngine::LogDensity(double mean, double variance, double x,
+                                    Distribution distribution) {
+  const DistributionParameters p = ParametersOf(mean, variance, distribution);
   switch (distribution) {
     case Distribution::normal:
       return LogNormalHeight(p.std) - (x - p.mean) * (x - p.mean) * (1.0 / (2.0 * p.std));

@@ -108,9 +108,9 @@ class NaiveBayesEngine {
   /// three filled. Throws MemoryRefused, Cancelled.
   void PredictCases(Subset subset, const std::function<void(const LoadedCase&)>& visit);
 
-  /// ln of the density of x in a class with mean M and variance S, for distributions other than
+  /// ln of the density of x in a class with that mean and variance, for distributions other than
   /// discrete.
-  static double LogDensity(double M, double S, double x, Distribution distribution);
+  static double LogDensity(double mean, double variance, double x, Distribution distribution);
   /// The term of categorical input k for class c of dependent d. False: x is no category that a
   /// training case has. Throws MemoryRefused.
   bool LogDiscreteFrequency(std::size_t k, std::size_t d, std::size_t c, double x, double& term);

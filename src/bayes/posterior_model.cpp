@@ -68,9 +68,9 @@ void PosteriorModel::Build(const AnalysisDataSet& data, std::span<const Distribu
   BuildRuns(distributions);
 }
 
-void PosteriorModel::SetTerm(std::size_t at, Distribution distribution, double M, double S,
-                             double weight, double standIn) {
-  const DistributionParameters parameters = ParametersOf(M, S, distribution);
+void PosteriorModel::SetTerm(std::size_t at, Distribution distribution, double mean,
+                             double variance, double weight, double standIn) {
+  const DistributionParameters parameters = ParametersOf(mean, variance, distribution);
   const bool hasShape = IsPositiveNumber(parameters.scale) && IsPositiveNumber(parameters.shape);
   if (IsEqual(weight, 0.0)) {
     rule_[at] = Rule::impossible;
@@ -83,10 +83,10 @@ void PosteriorModel::SetTerm(std::size_t at, Distribution distribution, double M
     rate_[at] = parameters.shape;
   } else {
     // Normal, or a class whose values are too close together for another distribution's parameters.
-    const double variance = std::isfinite(1.0 / (2.0 * S)) ? S : standIn;
-    height_[at] = LogNormalHeight(variance);
-    mean_[at] = M;
-    rate_[at] = 1.0 / (2.0 * variance);
+    const double used = std::isfinite(1.0 / (2.0 * variance)) ? variance : standIn;
+    height_[at] = LogNormalHeight(used);
+    mean_[at] = mean;
+    rate_[at] = 1.0 / (2.0 * used);
   }
 }
 

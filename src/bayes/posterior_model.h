@@ -66,8 +66,8 @@ class PosteriorModel {
     bool numericFault = false;
   };
 
-  void SetTerm(std::size_t at, Distribution distribution, double M, double S, double weight,
-               double standIn);
+  void SetTerm(std::size_t at, Distribution distribution, double mean, double variance,
+               double weight, double standIn);
   double TermOf(std::size_t at, double x) const;
   void BuildFrequencies(const AnalysisDataSet& data, double threshold);
   void BuildRuns(std::span<const Distribution> distributions);

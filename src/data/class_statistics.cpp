@@ -19,9 +19,9 @@ constexpr std::size_t kInputsTogether = 8;
 
 }  // namespace
 
-void ClassStatistics::Start(std::vector<const CategoryTable*> dependentTables,
-                            std::vector<const CategoryTable*> inputTables, std::size_t inputs,
-                            std::span<const double> missing) {
+void ClassStatistics::Start(const std::vector<const CategoryTable*>& dependentTables,
+                            const std::vector<const CategoryTable*>& inputTables,
+                            std::size_t inputs, std::span<const double> missing) {
   inputs_ = inputs;
   firstRow_.assign(1, 0);
   firstPair_.assign(1, 0);

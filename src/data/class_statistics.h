@@ -30,8 +30,8 @@ class ClassStatistics {
  public:
   /// All sums 0. `missing`: missing-data codes per input, then per dependent. The tables are sealed
   /// and live as long as cases are added. Throws MemoryRefused.
-  void Start(std::vector<const CategoryTable*> dependentTables,
-             std::vector<const CategoryTable*> inputTables, std::size_t inputs,
+  void Start(const std::vector<const CategoryTable*>& dependentTables,
+             const std::vector<const CategoryTable*>& inputTables, std::size_t inputs,
              std::span<const double> missing);
   void Release();
   bool empty() const { return mean_.empty(); }

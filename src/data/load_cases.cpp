@@ -5,7 +5,6 @@
 #include <cstring>
 #include <limits>
 #include <new>
-#include <utility>
 #include <vector>
 
 #include "data/analysis_data_set.h"
@@ -80,8 +79,8 @@ class CaseLoad {
     for (const auto& categories : data_.dependentTables_) dependents.push_back(&categories.table);
     for (const auto& categories : data_.predictorTables_) inputs.push_back(&categories.table);
     const std::size_t slots = reader_.slots();
-    data_.classStatistics_.Start(std::move(dependents), std::move(inputs),
-                                 data_.roles_.predictors.size(), reader_.missingCodes());
+    data_.classStatistics_.Start(dependents, inputs, data_.roles_.predictors.size(),
+                                 reader_.missingCodes());
     data_.fractionSeen_.assign(data_.roles_.continuousPredictors.size(), 0);
     for (std::size_t k = 0; k < data_.fractionSeen_.size(); ++k) integralSoFar_.push_back(k);
     if (data_.storeValues) return;

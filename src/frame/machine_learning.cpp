@@ -3,6 +3,7 @@
 #include <new>
 
 #include "bayes/naive_bayes_dialog.h"
+#include "bayes/naive_bayes_results_dialog.h"
 #include "frame/module_entry.h"
 #include "frame/startup_dialog.h"
 #include "host/string_table.h"
@@ -59,6 +60,8 @@ std::span<const Control> MachineLearning::ControlsOf(int step) const {
       return StartupDialog::Table();
     case kNaiveBayesStep:
       return NaiveBayesDialog::Table();
+    case kNaiveBayesResultsStep:
+      return NaiveBayesResultsDialog::Table();
     case kKnnStep:
       return KNNDialog::Table();
     case kKnnResultsStep:
@@ -151,9 +154,13 @@ int MachineLearning::StartNB() {
   return StartDialog<NaiveBayesDialog>(*this, *data_, *naiveBayesEngine_, dataMatrixLimit);
 }
 
+int MachineLearning::StartResultsNB() {
+  if (naiveBayesEngine_ == nullptr) return -1;
+  return StartDialog<NaiveBayesResultsDialog>(*this, *data_, *naiveBayesEngine_);
+}
+
 // Dialogs of later versions; the host is told that none was created.
 int MachineLearning::StartSVM() { return RefuseUnavailable(scMLSVM) ? 0 : -1; }
 int MachineLearning::StartResultsSVM() { return RefuseUnavailable(scMLSVM) ? 0 : -1; }
-int MachineLearning::StartResultsNB() { return RefuseUnavailable(scMLNB) ? 0 : -1; }
 
 }  // namespace qrvml

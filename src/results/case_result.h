@@ -72,6 +72,8 @@ class CaseSource {
   virtual bool HasSpreads() const = 0;
   /// Whether a subset has predictions at all.
   virtual bool Predicts(Subset subset) const = 0;
+  /// Whether a number of the last visit's predictions could not be computed.
+  virtual bool HasNumericFault() const { return false; }
 };
 
 }  // namespace qrvml

@@ -31,22 +31,22 @@ bool ResultsDialog::AskCustomCase() {
   return true;
 }
 
-std::string ResultsDialog::CustomCaseText() const {
+std::string ResultsDialog::InputsText(std::span<const double> values) const {
   std::string text;
   const std::size_t continuous = data_.roles().continuousPredictors.size();
-  for (std::size_t i = 0; i < custom.inputs.size(); ++i) {
+  for (std::size_t i = 0; i < values.size(); ++i) {
     if (i < continuous) {
-      text += ScientificText(custom.inputs[i]) + ' ';
+      text += ScientificText(values[i]) + ' ';
       continue;
     }
     const int variable = data_.roles().predictors[i];
-    text += MemberText(ValueText(*analysis().services().file, variable, custom.inputs[i]).text);
-    if (i + 1 < custom.inputs.size()) text += ' ';
+    text += MemberText(ValueText(*analysis().services().file, variable, values[i]).text);
+    if (i + 1 < values.size()) text += ' ';
   }
   return text;
 }
 
-bool ResultsDialog::SetCustomCase(std::string_view text) {
+bool ResultsDialog::ReadInputs(std::string_view text, std::vector<double>& inputs) const {
   const std::size_t continuous = data_.roles().continuousPredictors.size();
   CLittleParser parser(text);
   std::vector<double> values(items_.inputs());
@@ -63,13 +63,23 @@ bool ResultsDialog::SetCustomCase(std::string_view text) {
       return false;
     }
   }
+  inputs = std::move(values);
+  return true;
+}
+
+std::string ResultsDialog::CustomCaseText() const { return InputsText(custom.inputs); }
+
+bool ResultsDialog::SetCustomCase(std::string_view text) {
+  std::vector<double> values;
+  if (!ReadInputs(text, values)) return false;
   custom = {.isEntered = true, .isValid = true, .inputs = std::move(values)};
   return true;
 }
 
 bool ResultsDialog::ShowCustomPredictions() {
   Spreadsheet table;
-  table.title = std::string(GetResourceString(144)) + ' ' + std::string(profile_.methodName);
+  table.title = GetResourceString(144);
+  if (!profile_.methodName.empty()) table.title += ' ' + std::string(profile_.methodName);
   table.rowTitle = "Independent and";
   table.rowTitleSecond = "dependent variables";
   SpreadsheetColumn& column = table.columns.emplace_back();

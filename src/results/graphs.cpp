@@ -40,8 +40,10 @@ ResultsDialog::Points ResultsDialog::CollectPoints(std::span<const ResultItem> w
   VisitRows(profile_.graphRows, predict, [&](const CaseResult& result) {
     points.cases.push_back(result.caseNumber);
     for (std::size_t i = 0; i < wanted.size(); ++i) {
-      const bool isMissing = wanted[i].NeedsPrediction() && !result.isPredicted;
-      points.values[i].push_back(isMissing ? kNoPoint : ValueOf(wanted[i], result, continuous));
+      const double value = ValueOf(wanted[i], result, continuous);
+      const bool isMissing = (wanted[i].NeedsPrediction() && !result.isPredicted) ||
+                             items_.IsMissing(wanted[i], value);
+      points.values[i].push_back(isMissing ? kNoPoint : value);
     }
   });
   return points;
@@ -121,6 +123,7 @@ Graph ResultsDialog::MakeHistogram(const ResultItem& item, const std::vector<dou
 }
 
 bool ResultsDialog::ShowHistograms() {
+  if (!IsReady()) return false;
   const std::vector<ResultItem> columns = TableColumns();
   Points points = CollectPoints(columns);
   const std::string titleEnd = ' ' + std::string(GraphSubset());
@@ -131,12 +134,14 @@ bool ResultsDialog::ShowHistograms() {
 }
 
 bool ResultsDialog::ShowHistogramOfX() {
+  if (!IsReady()) return false;
   const ResultItem item = PlotItems()[static_cast<std::size_t>(plot.x)];
   const Points points = CollectPoints({&item, 1});
   return Show(MakeHistogram(item, points.values[0], {}));
 }
 
 bool ResultsDialog::ShowScatter() {
+  if (!IsReady()) return false;
   const std::vector<ResultItem> offered = PlotItems();
   std::vector<ResultItem> wanted = {offered[static_cast<std::size_t>(plot.x)]};
   for (const int y : plot.y) wanted.push_back(offered[static_cast<std::size_t>(y)]);
@@ -180,6 +185,7 @@ bool ResultsDialog::ShowScatter() {
 }
 
 bool ResultsDialog::ShowSurfaces() {
+  if (!IsReady()) return false;
   const std::vector<ResultItem> offered = PlotItems();
   std::vector<ResultItem> wanted = {offered[static_cast<std::size_t>(plot.x)],
                                     offered[static_cast<std::size_t>(plot.z)]};

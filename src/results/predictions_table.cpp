@@ -1,6 +1,7 @@
 // The predictions table of the results dialog, and saving the same values as new variables.
 
 #include <algorithm>
+#include <cmath>
 
 #include "data/value_text.h"
 #include "host/analysis_support.h"
@@ -19,7 +20,8 @@ void AddUnseenLabels(const DataFile& file, int variable, SpreadsheetColumn& colu
   std::vector<double> unseen;
   for (const double value : column.values) {
     const auto isValue = [value](const CellLabel& label) { return label.value == value; };
-    if (value == kMissingOutput || std::ranges::any_of(column.labels, isValue) ||
+    if (value == kMissingOutput || std::isnan(value) ||
+        std::ranges::any_of(column.labels, isValue) ||
         std::ranges::find(unseen, value) != unseen.end())
       continue;
     unseen.push_back(value);
@@ -32,10 +34,12 @@ void AddUnseenLabels(const DataFile& file, int variable, SpreadsheetColumn& colu
 }  // namespace
 
 bool ResultsDialog::ShowPredictions() {
+  if (!IsReady()) return false;
   const std::vector<ResultItem> columns = TableColumns();
   Spreadsheet table;
-  table.title = std::string(GetResourceString(131)) + ", " + items_.DependentName(0) + " (" +
-                std::string(profile_.tableSubsets[static_cast<int>(subset)]) + ')';
+  table.title = GetResourceString(131);
+  if (const auto subsetText = profile_.tableSubsets[static_cast<int>(subset)]; !subsetText.empty())
+    table.title += ", " + items_.DependentName(0) + " (" + std::string(subsetText) + ')';
   table.header = PredictionsHeader();
   table.rowTitle = GetResourceString(253);
   table.rowTitleSecond = GetResourceString(226);
@@ -48,9 +52,15 @@ bool ResultsDialog::ShowPredictions() {
   const std::size_t continuous = items_.continuousDependents();
   VisitRows(profile_.tableRows, NeedPrediction(columns), [&](const CaseResult& result) {
     table.rowCases.push_back(result.caseNumber);
-    for (std::size_t i = 0; i < columns.size(); ++i)
-      table.columns[i].values.push_back(ValueOf(columns[i], result, continuous));
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      const double value = ValueOf(columns[i], result, continuous);
+      const bool isHidden = profile_.hidesMissingAccuracy && value == kMissingOutput &&
+                            columns[i].kind == ItemKind::accuracy;
+      const bool isEmpty = isHidden || items_.IsMissing(columns[i], value);
+      table.columns[i].values.push_back(isEmpty ? kEmptyCell : value);
+    }
   });
+  if (cases_->HasNumericFault() && NeedPrediction(columns)) return Refuse(155);
   for (std::size_t i = 0; i < columns.size(); ++i) {
     const ResultItem& item = columns[i];
     if (!items_.IsCategorical(item) || item.kind == ItemKind::accuracy) continue;

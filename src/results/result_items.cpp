@@ -60,11 +60,15 @@ std::vector<ResultItem> ResultItems::TableColumns(const Includes& includes, bool
 
 std::vector<ResultItem> ResultItems::Savable(const Includes& includes) const {
   std::vector<ResultItem> items;
+  const bool all = profile_.savesAll;
   for (std::size_t d = 0; d < dependents(); ++d) {
-    if (includes.predictions) items.push_back({ItemKind::predicted, d});
-    if (includes.residuals)
-      items.push_back({IsContinuousDependent(d) ? ItemKind::residual : ItemKind::accuracy, d});
-    if (includes.confidence) AddConfidences(d, items);
+    if (all || includes.predictions) items.push_back({ItemKind::predicted, d});
+    if (all || includes.residuals) {
+      if (IsContinuousDependent(d) || profile_.savesClassResiduals)
+        items.push_back({ItemKind::residual, d});
+      if (!IsContinuousDependent(d)) items.push_back({ItemKind::accuracy, d});
+    }
+    if (all || includes.confidence) AddConfidences(d, items);
   }
   return items;
 }
@@ -104,6 +108,11 @@ const CategoryTable* ResultItems::Categories(const ResultItem& item) const {
     default:
       return nullptr;
   }
+}
+
+bool ResultItems::IsMissing(const ResultItem& item, double value) const {
+  return item.kind == ItemKind::input &&
+         value == data_.MissingDataCode(data_.roles().predictors[item.index]);
 }
 
 bool ResultItems::IsCategorical(const ResultItem& item) const {
@@ -158,10 +167,13 @@ std::string ResultItems::AxisText(const ResultItem& item) const {
 
 std::string ResultItems::SavedName(const ResultItem& item) const {
   const ItemTexts& texts = profile_.TextsOf(item.kind);
-  const std::string dependent = DependentName(item.index);
-  if (item.kind == ItemKind::confidence)
-    return Joined({dependent, "-", ColumnName(item), profile_.savedClassSeparator, texts.saved});
-  return Joined({dependent, profile_.savedSeparator, texts.saved});
+  const bool ofClass = item.kind == ItemKind::confidence;
+  std::string owner = DependentName(item.index);
+  if (ofClass) owner += '-' + ColumnName(item);
+  const std::string_view separator =
+      ofClass ? profile_.savedClassSeparator : profile_.savedSeparator;
+  return profile_.savedWordFirst ? Joined({texts.saved, separator, owner})
+                                 : Joined({owner, separator, texts.saved});
 }
 
 std::string ResultItems::SavedLongName(const ResultItem& item) const {

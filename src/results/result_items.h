@@ -48,6 +48,8 @@ class ResultItems {
   std::vector<CellLabel> Labels(const ResultItem& item) const;
 
   bool IsCategorical(const ResultItem& item) const;
+  /// Whether the value of an input is missing in the file; of other items false.
+  bool IsMissing(const ResultItem& item, double value) const;
   /// Codes of a categorical item, ascending.
   std::vector<double> Codes(const ResultItem& item) const;
 

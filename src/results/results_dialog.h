@@ -94,8 +94,13 @@ class ResultsDialog : public CAnalysisDialog {
   /// The custom case as one text, and from one.
   std::string CustomCaseText() const;
   bool SetCustomCase(std::string_view text);
+  /// One value per input as one text, and from one: numbers, codes or class texts.
+  std::string InputsText(std::span<const double> values) const;
+  bool ReadInputs(std::string_view text, std::vector<double>& inputs) const;
 
  protected:
+  /// Called before every table or graph of the cases. False, after a message: it is not made.
+  virtual bool IsReady() { return true; }
   /// Lines below the title of the predictions table.
   virtual std::vector<std::string> PredictionsHeader() const { return {}; }
   /// The generated text of a kind, for PMML that of a dependent, which is to be kept in a character

@@ -39,16 +39,21 @@ inline constexpr int kCodeKinds = 3;
 
 struct ResultsProfile {
   std::string_view interfaceName;
-  std::string_view methodName;  // in the title of custom predictions
+  std::string_view methodName;  // in the title of custom predictions; may be empty
   int specificationStep;        // where Cancel goes
   RowPolicy tableRows, graphRows;
   InputItems inputItems;
   ColumnOrder columnOrder;
   HistogramEdges histogramEdges;
   std::string_view subsetLabels[3];      // radio buttons
-  std::string_view tableSubsets[3];      // in the title of the predictions table
+  std::string_view tableSubsets[3];      // in the title of the predictions table; empty: the title
+                                         // is its first words alone
   std::string_view savedSeparator;       // between dependent and word in a saved name
   std::string_view savedClassSeparator;  // between dependent-class and word
+  bool savedWordFirst = false;           // the word stands before the dependent
+  bool savesAll = false;                 // all outputs are offered, whatever the include boxes say
+  bool savesClassResiduals = false;      // the number of a class's accuracy is offered, too
+  bool hidesMissingAccuracy = false;     // in the predictions table: an empty cell, no -9999
 
   // Titles of generated texts; the dependent's name follows the last.
   std::string_view codeTitles[kCodeKinds];

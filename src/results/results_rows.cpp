@@ -35,6 +35,7 @@ constexpr auto GeneratesCode = [](Dialog& d) {
 constexpr int kCodeButton = 26364, kCEntry = 26363, kQvbEntry = 26364, kPmmlEntry = 26365;
 
 constexpr auto predicts = When<Dialog>([](const Dialog& d) { return d.Predicts(); });
+constexpr auto splits = When<Dialog>([](const Dialog& d) { return d.data().sampling.apply; });
 constexpr auto classifies = When<Dialog>([](const Dialog& d) { return d.IsClassification(); });
 constexpr auto hasColumns = When<Dialog>([](const Dialog& d) { return d.HasColumns(); });
 constexpr auto hasSavable = When<Dialog>([](const Dialog& d) { return d.HasSavable(); });
@@ -44,11 +45,13 @@ constexpr auto hasZ = When<Dialog>([](const Dialog& d) { return d.plot.z >= 0; }
 constexpr auto hasCustomCase = When<Dialog>([](const Dialog& d) { return d.custom.isEntered; });
 
 template <Subset choice>
-Control SubsetRadio(std::string_view name, std::string_view label, int identifier) {
+Control SubsetRadio(std::string_view name, std::string_view label, int identifier,
+                    Rule enabled = nullptr) {
   return {.name = name,
           .kind = ControlKind::radio,
           .label = label,
           .row = OptionRow(identifier),
+          .enabled = enabled,
           .bind = {.number = Of::Number([](const Dialog& d) { return d.subset == choice; }),
                    .assign = Of::Assign([](Dialog& d, double) {
                      d.subset = choice;
@@ -110,9 +113,9 @@ Control TrainSubset(std::string_view label) {
   return SubsetRadio<Subset::training>("TrainSubset", label, 50456);
 }
 Control TestSubset(std::string_view label) {
-  return SubsetRadio<Subset::test>("TestSubset", label, 50457);
+  return SubsetRadio<Subset::test>("TestSubset", label, 50457, splits);
 }
-Control Overall() { return SubsetRadio<Subset::both>("Overall", "Les 2 sous-ens.", 50458); }
+Control Overall() { return SubsetRadio<Subset::both>("Overall", "Les 2 sous-ens.", 50458, splits); }
 
 Control SavePredictionsAndResiduals() {
   return Action("SavePredictionsAndResiduals", "Enre&gistrer", kBaseTab, TableButtonRow(50459),

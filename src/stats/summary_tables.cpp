@@ -36,7 +36,8 @@ constexpr double RegressionStatistics::*kShownStatistics[] = {
 Spreadsheet ClassificationSummaryTable(const SummaryTexts& texts,
                                        const ClassifiedDependent& dependent) {
   Spreadsheet table = ClassTable(dependent.classes, 226);
-  table.title = Title(texts.classificationTitle, ", ", dependent.name, dependent.suffix);
+  table.title = Title(texts.classificationTitle, texts.classificationSeparator, dependent.name,
+                      dependent.suffix);
   const std::string percent = Text(255);
   table.columns.resize(5);
   const std::string headings[5] = {Text(227), Text(156), Text(157), Text(156) + percent,

@@ -15,11 +15,12 @@ namespace qrvml {
 
 /// Texts of one method's tables. Row texts of the regression summary in the order shown.
 struct SummaryTexts {
-  std::string_view classificationTitle;  // before ", " and the dependent's name
+  std::string_view classificationTitle;  // before the separator and the dependent's name
   std::string_view confusionHeader;
   std::string_view regressionTitle;   // before ", " and the first dependent's name
   std::string_view regressionSecond;  // second corner label
   std::string_view regressionRows[10];
+  std::string_view classificationSeparator = ", ";  // between title and name
 };
 
 /// Which index of the counts is the observed class.

@@ -20,20 +20,29 @@ TableFile Flowers() {
 /// Calls `check` with each dialog of the sequence, the results dialog after training; each in a
 /// session of its own.
 void ForEachDialog(const std::function<void(AnalysisSession&)>& check) {
-  const char* const names[] = {"MachineLearningStartup", "MachineLearningKNN",
-                               "MachineLearningResultsKNN"};
-  for (std::size_t stage = 0; stage < std::size(names); ++stage) {
-    SCOPED_TRACE(names[stage]);
+  const struct {
+    const char *name, *kind;  // no kind: the startup dialog
+    bool isResults;
+  } dialogs[] = {{"MachineLearningStartup", "", false},
+                 {"MachineLearningKNN", "scMLKNN", false},
+                 {"MachineLearningResultsKNN", "scMLKNN", true},
+                 {"MachineLearningNB", "scMLNB", false},
+                 {"MachineLearningResultsNB", "scMLNB", true}};
+  for (const auto& dialog : dialogs) {
+    SCOPED_TRACE(dialog.name);
     AnalysisSession session(Flowers());
     session.OpenStartup();
-    if (stage > 0) session.ChooseKnn();
-    if (stage > 1) {
-      session.Put("Variables", "| kind | length width |");
+    if (*dialog.kind != '\0') {
+      session.Put("TypeOfAnalysis", dialog.kind);
+      ASSERT_TRUE(session.OK().Succeeded());
+    }
+    if (dialog.isResults) {
+      session.Put("Variables", "| kind | length width | part");
       session.Put("UseFirstNCases", 1);
       session.Put("NValue", 5);
       ASSERT_TRUE(session.OK().Succeeded());
     }
-    ASSERT_EQ(session.dialog().Name(), names[stage]);
+    ASSERT_EQ(session.dialog().Name(), dialog.name);
     check(session);
   }
 }

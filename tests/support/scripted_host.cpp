@@ -263,6 +263,8 @@ bool ScriptedHost::FourVarListsDialog(VariableListsRequest& request) {
   variableListsRequests.push_back(request);
   std::vector<std::vector<double>> lists;
   if (AnswerLists(AnswerMember::variables, lists, {})) {
+    // A dialog of three lists takes four, too, where the first is empty.
+    if (lists.size() > request.lists.size() && lists[0].empty()) lists.erase(lists.begin());
     lists.resize(request.lists.size());
     for (std::size_t i = 0; i < lists.size(); ++i)
       request.lists[i].assign(lists[i].begin(), lists[i].end());

@@ -1,0 +1,213 @@
+// The control table of the results dialog of naive Bayes.
+
+#include <vector>
+
+#include "bayes/naive_bayes_results_dialog.h"
+#include "bayes/naive_bayes_texts.h"
+#include "dialogs/specification_rows.h"
+#include "host/list_text.h"
+#include "results/results_rows.h"
+
+namespace qrvml {
+namespace {
+
+using Dialog = NaiveBayesResultsDialog;
+using Of = On<Dialog>;
+
+constexpr std::string_view kPriorTab = "Probas a priori";
+constexpr std::string_view kPosteriorTab = "Distrib. a posteriori";
+constexpr std::string_view kDependentLabel = "Variable &dépendante :";
+
+constexpr auto never = When<Dialog>([](const Dialog&) { return false; });
+constexpr auto hasCategoricalInputs =
+    When<Dialog>([](const Dialog& d) { return !d.data().roles().categoricalPredictors.empty(); });
+constexpr auto hasDependents =
+    When<Dialog>([](const Dialog& d) { return d.items().dependents() > 1; });
+constexpr auto hasContinuousInputs =
+    When<Dialog>([](const Dialog& d) { return d.data().roles().continuousPredictors.size() > 1; });
+constexpr auto hasInputs = When<Dialog>([](const Dialog& d) { return d.items().inputs() > 1; });
+constexpr auto variesContinuous =
+    When<Dialog>([](const Dialog& d) { return d.VariesContinuousInput(); });
+constexpr auto hasCustomPriors = When<Dialog>(
+    [](const Dialog& d) { return d.engine().priorKind[d.priorDependent] == PriorKind::custom; });
+
+template <class Act>
+Control Button(std::string_view name, std::string_view label, std::string_view tab, int identifier,
+               int role, Act act, Rule enabled = nullptr) {
+  return {.name = name,
+          .kind = identifier == 0 ? ControlKind::button : ControlKind::action,
+          .label = label,
+          .tab = tab,
+          .row = {.identifier = identifier, .role = role, .kind = 1, .type = 1},
+          .enabled = enabled,
+          .bind = {.press = Of::Press(act)}};
+}
+
+template <PriorKind kind>
+Control PriorRadio(std::string_view name, std::string_view label, int identifier) {
+  return {.name = name,
+          .kind = ControlKind::radio,
+          .label = label,
+          .tab = kPriorTab,
+          .row = {.identifier = identifier, .kind = 2, .type = 1},
+          .bind = {.number = Of::Number([](const Dialog& d) {
+                     return d.engine().priorKind[d.priorDependent] == kind;
+                   }),
+                   .assign = Of::Assign([](Dialog& d, double) { return d.SetPriorKind(kind); })}};
+}
+
+template <class Shown, class Taken>
+Control ListChoice(std::string_view name, std::string_view label, std::string_view tab,
+                   int identifier, Rule enabled, Shown shown, Taken taken) {
+  return {.name = name,
+          .kind = ControlKind::text,
+          .label = label,
+          .tab = tab,
+          .row = {.identifier = identifier, .kind = 2, .type = 5},
+          .enabled = enabled,
+          .bind = {.text = Of::Text(shown), .enter = Of::Enter(taken)}};
+}
+
+template <class Value>
+Control RangeField(std::string_view name, std::string_view label, int identifier, Value value) {
+  return {.name = name,
+          .kind = ControlKind::real,
+          .label = label,
+          .tab = kPosteriorTab,
+          .range = {-9999, 9999},
+          .decimals = 3,
+          .row = {.identifier = identifier, .kind = 2, .type = 2},
+          .enabled = variesContinuous,
+          .bind = {.number = Of::Number(value)}};
+}
+
+template <class Text>
+Control Note(std::string_view name, std::string_view tab, Text text) {
+  return {.name = name,
+          .kind = ControlKind::note,
+          .label = {},
+          .tab = tab,
+          .bind = {.text = Of::Text(text)}};
+}
+
+std::vector<Control> PriorRows() {
+  return {
+      ListChoice(
+          "SelectedOutputForPriorAssignment", kDependentLabel, kPriorTab, 50427, hasDependents,
+          [](const Dialog& d) { return MemberText(d.items().DependentName(d.priorDependent)); },
+          [](Dialog& d, std::string_view text) { return d.SelectPriorDependent(text); }),
+      PriorRadio<PriorKind::fromData>(
+          "UseDefaultPrior", "Probabilités a priori par dé&faut (calculées à partir des données)",
+          50448),
+      PriorRadio<PriorKind::equal>("UseEqualPrior", "&Utiliser des probabilités a priori égales",
+                                   50449),
+      PriorRadio<PriorKind::custom>("UseCustomPrior",
+                                    "Pro&babilités a priori personnalisées :", 50451),
+      {.name = "Threshold",
+       .kind = ControlKind::real,
+       .label = "Seuil a pr&iori :",
+       .tab = kPriorTab,
+       .range = {0, 1},
+       .decimals = 3,
+       .row = {.identifier = 50423, .kind = 2, .type = 2},
+       .enabled = hasCategoricalInputs,
+       .bind = {.number = Of::Number([](const Dialog& d) { return d.engine().threshold; })}},
+  };
+}
+
+std::vector<Control> PosteriorRows() {
+  return {
+      ListChoice(
+          "OutputForPosteriorPlot", kDependentLabel, kPosteriorTab, 50452, hasDependents,
+          [](const Dialog& d) {
+            return MemberText(d.items().DependentName(d.posterior.dependent));
+          },
+          [](Dialog& d, std::string_view text) { return d.SelectPosteriorDependent(text); }),
+      ListChoice(
+          "InputForPosteriorPlot", "Variable &indépendante :", kPosteriorTab, 50453,
+          hasContinuousInputs,
+          [](const Dialog& d) { return MemberText(d.items().InputName(d.posterior.input)); },
+          [](Dialog& d, std::string_view text) { return d.SelectPosteriorInput(text); }),
+      RangeField("MinimumRange", "Etendue &minimum :", 50454,
+                 [](const Dialog& d) { return d.InputMinimum(); }),
+      RangeField("MaximumRange", "Etendue ma&ximum :", 50455,
+                 [](const Dialog& d) { return d.InputMaximum(); }),
+      {.name = "FixedIndependents",
+       .kind = ControlKind::pick,
+       .label = "Variables indépendantes &fixes",
+       .tab = kPosteriorTab,
+       .row = {.identifier = 50460, .kind = 2, .type = 5},
+       .enabled = hasInputs,
+       .bind = {.text = Of::Text([](const Dialog& d) { return d.InputsText(d.posterior.fixed); }),
+                .enter = Of::Enter(
+                    [](Dialog& d, std::string_view text) { return d.SetFixedInputs(text); }),
+                .press = Of::Press([](Dialog& d) { return d.EnterFixedInputs(); }),
+                .answer = AnswerMember::values}},
+      Button("PosteriorSpreadsheet", "Formulaire des val. a poste&rirori", kPosteriorTab, 50461, 4,
+             [](Dialog& d) { return d.ShowPosteriorTable(); }),
+      Button("PosteriorPlot", "Tracé &a posteriori", kPosteriorTab, 50462, 6,
+             [](Dialog& d) { return d.ShowPosteriorPlot(); }),
+  };
+}
+
+std::vector<Control> MakeTable() {
+  const auto& subsets = bayes::kResultsProfile.subsetLabels;
+  std::vector<Control> table = {
+      rows::TrainSubset(subsets[0]),
+      rows::TestSubset(subsets[1]),
+      rows::Overall(),
+      rows::SavePredictionsAndResiduals(),
+      Button("Summary", "Synt&hèse", rows::kBaseTab, 50429, 4,
+             [](Dialog& d) { return d.ShowModelSummary(); }),
+      Button("Model", "&Modèle", rows::kBaseTab, 50430, 4,
+             [](Dialog& d) { return d.ShowModelSpecification(); }),
+      Button("DescriptiveStat", "Statistiques &descriptives", rows::kBaseTab, 50431, 4,
+             [](Dialog& d) { return d.ShowStatistics(); }),
+      Button(
+          "CrossVPlot", "Erreur de &validation croisée", rows::kBaseTab, 50432, 4,
+          [](Dialog&) { return false; }, never),
+      rows::IncludeInputs(),
+      rows::IncludeOutputs(),
+      rows::IncludePredictions(),
+      rows::IncludeResiduals(),
+      rows::IncludeConfidence(),
+      rows::PrintPredictions(),
+      rows::Histograms(),
+      rows::SelectOutputForPlotting(),
+      rows::SelectedItemX(),
+      rows::SelectedItemsY(),
+      rows::SelectedItemZ(),
+      rows::PlotHistogramsOfX(),
+      rows::Plot2DGraphOfXAndY(),
+      rows::Plot3DGraphOfXYZ(),
+      rows::IncludeCaseNames(),
+  };
+  const auto add = [&table](const std::vector<Control>& own) {
+    table.insert(table.end(), own.begin(), own.end());
+  };
+  add(PriorRows());
+  add({rows::CustomPredictions(), rows::PrintCustomPredictions()});
+  add(PosteriorRows());
+  add({rows::CodeGenerator(), rows::CodeGeneratorCLang(), rows::CodeGeneratorQVB(),
+       rows::CodeGeneratorPMML()});
+  // Outside the automation interface.
+  add({Button(
+           "Priors.Select", "Sé&lectionner", kPriorTab, 0, 0,
+           [](Dialog& d) { return d.EnterCustomPriors(); }, hasCustomPriors),
+       Note("Priors.List", kPriorTab, [](const Dialog& d) { return d.PriorList(); }),
+       Button("Priors.DescriptiveStat", "Statistiques descripti&ves", kPriorTab, 0, 0,
+              [](Dialog& d) { return d.ShowStatistics(); }),
+       Button("Priors.PrintPredictions", "P&révisions", kPriorTab, 0, 0,
+              [](Dialog& d) { return d.ShowPredictions(); }),
+       Note("Posterior.List", kPosteriorTab, [](const Dialog& d) { return d.FixedInputList(); })});
+  return table;
+}
+
+}  // namespace
+
+std::span<const Control> NaiveBayesResultsDialog::Table() {
+  static const std::vector<Control> table = MakeTable();
+  return table;
+}
+
+}  // namespace qrvml
