@@ -110,8 +110,7 @@ void KernelMatrix::AddColumns(std::span<const std::int32_t> listed, std::span<co
                               SolverPace& pace) {
   std::fill(sums + begin, sums + cases(), 0.0);
   const std::int32_t passes = (cases() - begin + kPassCases - 1) / kPassCases;
-  const int parts = std::min(team.threads(), int(std::max(passes, 1)));
-  HostArray<double> values(std::size_t(parts) * kDotQueries * kPassCases);
+  HostArray<double> values(std::size_t(team.threads()) * kDotQueries * kPassCases);
   for (std::size_t first = 0; first < listed.size(); first += kDotQueries) {
     const int count = int(std::min<std::size_t>(kDotQueries, listed.size() - first));
     Column columns[kDotQueries];
@@ -123,25 +122,22 @@ void KernelMatrix::AddColumns(std::span<const std::int32_t> listed, std::span<co
       cases_.CopyCase(columns[q].at, query);
     }
     std::atomic<bool> stop{false};
-    team.Run(parts, [&](int part) {
-      const std::int32_t last = std::int32_t(std::int64_t(passes) * (part + 1) / parts);
-      for (std::int32_t p = std::int32_t(std::int64_t(passes) * part / parts); p < last; ++p) {
-        if (stop.load(std::memory_order_relaxed)) return;
-        const std::int32_t from = begin + p * kPassCases;
-        const std::int32_t to = std::min(cases(), from + kPassCases);
-        Column mine[kDotQueries];
-        for (int q = 0; q < count; ++q) {
-          mine[q] = columns[q];
-          mine[q].values =
-              values.data() + (std::size_t(part) * kDotQueries + std::size_t(q)) * kPassCases;
-        }
-        const std::int64_t work = Fill(std::span(mine, std::size_t(count)), from, to, from);
-        for (int q = 0; q < count; ++q) {
-          const double factor = factors[first + std::size_t(q)];
-          for (std::int32_t t = from; t < to; ++t) sums[t] += factor * mine[q].values[t - from];
-        }
-        if (part == 0 && pace.Spend(work)) stop = true;
+    team.Run(passes, true, [&](std::int32_t pass, int thread) {
+      if (stop.load(std::memory_order_relaxed)) return;
+      const std::int32_t from = begin + pass * kPassCases;
+      const std::int32_t to = std::min(cases(), from + kPassCases);
+      Column mine[kDotQueries];
+      for (int q = 0; q < count; ++q) {
+        mine[q] = columns[q];
+        mine[q].values =
+            values.data() + (std::size_t(thread) * kDotQueries + std::size_t(q)) * kPassCases;
       }
+      const std::int64_t work = Fill(std::span(mine, std::size_t(count)), from, to, from);
+      for (int q = 0; q < count; ++q) {
+        const double factor = factors[first + std::size_t(q)];
+        for (std::int32_t t = from; t < to; ++t) sums[t] += factor * mine[q].values[t - from];
+      }
+      if (thread == 0 && pace.Spend(work)) stop = true;
     });
     if (stop) throw Cancelled();
     counts_.elementsComputed += std::int64_t(cases() - begin) * count;

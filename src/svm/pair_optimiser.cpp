@@ -14,13 +14,14 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr std::int64_t kSharedWork = 30000;  // multiplications of a pass worth a second thread
 constexpr std::int32_t kUpdateWork = 4;      // cost of a variable's update, in multiplications
 
-/// The earliest of the least and of the greatest values, `other` being of later variables.
+/// The earliest of the least and of the greatest values.
 void Merge(PairEnds& ends, const PairEnds& other) {
-  if (other.leastUp < ends.leastUp) {
+  if (other.leastUp < ends.leastUp || (other.leastUp == ends.leastUp && other.upAt < ends.upAt)) {
     ends.leastUp = other.leastUp;
     ends.upAt = other.upAt;
   }
-  if (other.mostDown > ends.mostDown) {
+  if (other.mostDown > ends.mostDown ||
+      (other.mostDown == ends.mostDown && other.downAt < ends.downAt)) {
     ends.mostDown = other.mostDown;
     ends.downAt = other.downAt;
   }
@@ -28,16 +29,7 @@ void Merge(PairEnds& ends, const PairEnds& other) {
 
 constexpr PairEnds kNoEnds = {kInfinity, -kInfinity, -1, -1};
 
-/// Passes [first, last) of part `part`.
-struct Share {
-  std::int32_t first;
-  std::int32_t last;
-};
-Share ShareOf(int part, int parts, std::int32_t count) {
-  const std::int32_t passes = (count + kPassCases - 1) / kPassCases;
-  return {std::int32_t(std::int64_t(passes) * part / parts),
-          std::int32_t(std::int64_t(passes) * (part + 1) / parts)};
-}
+std::int32_t PassesOf(std::int32_t count) { return (count + kPassCases - 1) / kPassCases; }
 
 }  // namespace
 
@@ -246,48 +238,44 @@ void PairOptimiser::Apply(const Step& step) {
   for (const KernelMatrix::Column& column : used) {
     work += std::int64_t(column.length - column.known) * kCaseLanes;
   }
-  const int parts = int(std::clamp<std::int64_t>(work / kSharedWork, 1, team_.threads()));
+  const bool shared = work >= 2 * kSharedWork;
   std::atomic<bool> stop{false};
-  const auto spend = [&](int part, std::int64_t passWork) {
-    if (part == 0 && pace_.Spend(passWork)) stop.store(true, std::memory_order_relaxed);
-    return stop.load(std::memory_order_relaxed);
+  for (PartEnds& found : found_) found = {{kNoEnds, kNoEnds}};
+  const auto take = [&](int thread, const PairEnds* found) {
+    for (int c = 0; c < ends(); ++c) Merge(found_[std::size_t(thread)].ends[c], found[c]);
   };
-  for (int part = 0; part < parts; ++part) found_[part] = {{kNoEnds, kNoEnds}};
 
-  team_.Run(parts, [&](int part) {
-    const Share share = ShareOf(part, parts, cases);
-    for (std::int32_t p = share.first; p < share.last; ++p) {
-      const std::int32_t begin = p * kPassCases;
-      const std::int32_t end = std::min(cases, begin + kPassCases);
-      std::int64_t done = matrix_.Fill(used, begin, end) + (end - begin) * kUpdateWork;
-      if (problem_.twoPerCase) {
-        kernel.combine(step.first.values, step.second.values, step.firstChange, step.secondChange,
-                       begin, end, change_.data());
-      } else {
-        PairEnds ends[2];
-        kernel.update(f_.data(), status_.data(), step.first.values, step.second.values,
-                      step.firstChange, step.secondChange, begin, end, problem_.nu, ends);
-        for (int c = 0; c < this->ends(); ++c) Merge(found_[part].ends[c], ends[c]);
-      }
-      if (spend(part, done)) return;
+  team_.Run(PassesOf(cases), shared, [&](std::int32_t pass, int thread) {
+    if (stop.load(std::memory_order_relaxed)) return;
+    const std::int32_t begin = pass * kPassCases;
+    const std::int32_t end = std::min(cases, begin + kPassCases);
+    const std::int64_t done = matrix_.Fill(used, begin, end) + (end - begin) * kUpdateWork;
+    if (problem_.twoPerCase) {
+      kernel.combine(step.first.values, step.second.values, step.firstChange, step.secondChange,
+                     begin, end, change_.data());
+    } else {
+      PairEnds found[2];
+      kernel.update(f_.data(), status_.data(), step.first.values, step.second.values,
+                    step.firstChange, step.secondChange, begin, end, problem_.nu, found);
+      take(thread, found);
     }
+    if (thread == 0 && pace_.Spend(done)) stop = true;
   });
   if (stop) throw Cancelled();
   for (const KernelMatrix::Column& column : used) matrix_.Complete(column);
 
   if (problem_.twoPerCase) {
-    team_.Run(parts, [&](int part) {
-      const Share share = ShareOf(part, parts, active_);
-      const std::int32_t begin = share.first * kPassCases;
-      const std::int32_t end = std::min(active_, share.last * kPassCases);
-      if (begin >= end) return;
-      kernel.updateListed(f_.data(), status_.data(), change_.data(), case_.data(), begin, end,
-                          problem_.nu, found_[part].ends);
+    team_.Run(PassesOf(active_), shared, [&](std::int32_t pass, int thread) {
+      const std::int32_t begin = pass * kPassCases;
+      PairEnds found[2];
+      kernel.updateListed(f_.data(), status_.data(), change_.data(), case_.data(), begin,
+                          std::min(active_, begin + kPassCases), problem_.nu, found);
+      take(thread, found);
     });
   }
   for (int c = 0; c < ends(); ++c) {
     ends_[c] = kNoEnds;
-    for (int part = 0; part < parts; ++part) Merge(ends_[c], found_[part].ends[c]);
+    for (const PartEnds& found : found_) Merge(ends_[c], found.ends[c]);
   }
 }
 

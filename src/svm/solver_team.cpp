@@ -38,29 +38,47 @@ SolverTeam::SolverTeam(int threads) {
 
 SolverTeam::~SolverTeam() {
   end_ = true;
-  round_.fetch_add(1, std::memory_order_release);
   for (std::thread& worker : workers_) worker.join();
 }
 
-void SolverTeam::Run(int parts, const std::function<void(int)>& part) {
-  if (parts > 1) {
-    part_ = &part;
-    parts_ = parts;
-    open_.store(int(workers_.size()), std::memory_order_relaxed);
-    round_.fetch_add(1, std::memory_order_release);
+void SolverTeam::Run(std::int32_t pieces, bool shared,
+                     const std::function<void(std::int32_t, int)>& work) {
+  if (!shared || pieces <= 1 || workers_.empty()) {
+    for (std::int32_t piece = 0; piece < pieces; ++piece) work(piece, 0);
+    return;
   }
-  part(0);
-  if (parts > 1) SpinUntil([this] { return open_.load(std::memory_order_acquire) == 0; });
+  work_ = &work;
+  done_.store(0, std::memory_order_relaxed);
+  ticket_.store(std::uint64_t(pieces) << 32, std::memory_order_release);
+  std::int32_t piece = 0;
+  while (Claim(&piece)) {
+    work(piece, 0);
+    done_.fetch_add(1, std::memory_order_release);
+  }
+  SpinUntil([&] { return done_.load(std::memory_order_acquire) == pieces; });
 }
 
-void SolverTeam::Work(int number) {
-  std::uint32_t seen = 0;
+// Whoever gets a piece that exists may use work_: the pass does not end before that piece. A late
+// thread may claim from the next pass, whose ticket tells its own number of pieces.
+bool SolverTeam::Claim(std::int32_t* piece) {
+  const std::uint64_t ticket = ticket_.fetch_add(1, std::memory_order_acq_rel);
+  *piece = std::int32_t(ticket & 0xFFFFFFFF);
+  return std::uint64_t(*piece) < ticket >> 32;
+}
+
+void SolverTeam::Work(int thread) {
+  const auto isOpen = [this] {
+    const std::uint64_t ticket = ticket_.load(std::memory_order_relaxed);
+    return (ticket & 0xFFFFFFFF) < ticket >> 32;
+  };
   for (;;) {
-    SpinUntil([&] { return round_.load(std::memory_order_acquire) != seen; });
-    ++seen;
+    SpinUntil([&] { return isOpen() || end_.load(std::memory_order_relaxed); });
     if (end_) return;
-    if (number < parts_) (*part_)(number);
-    open_.fetch_sub(1, std::memory_order_release);
+    std::int32_t piece = 0;
+    while (isOpen() && Claim(&piece)) {
+      (*work_)(piece, thread);
+      done_.fetch_add(1, std::memory_order_release);
+    }
   }
 }
 

@@ -30,6 +30,7 @@ constexpr double kInfinity = __builtin_inf();
 // The compiler's own vectors: operators act lane by lane, comparisons give words of all bits set.
 using Vector __attribute__((vector_size(kWidth * 8), may_alias)) = double;
 using Words __attribute__((vector_size(kWidth * 8), may_alias)) = long long;
+using Unsigned __attribute__((vector_size(kWidth * 8), may_alias)) = unsigned long long;
 using Bytes __attribute__((vector_size(kWidth))) = unsigned char;
 
 inline Vector Load(const double* p) { return *reinterpret_cast<const Vector*>(p); }
@@ -131,9 +132,8 @@ void Listed(const double* blocks, std::int32_t inputs, std::int32_t blockCount, 
 /// e^x = 2^k (1 + Part): |r| <= ln(2)/2, k ln(2) taken in two parts, the first with trailing zero
 /// bits so that k times it is exact (Cody and Waite, 1980).
 struct Reduced {
-  Vector part;     // e^r - 1
-  Words exponent;  // k in the bits of a double's exponent
-  Vector k;
+  Vector part;        // e^r - 1
+  Unsigned exponent;  // k in the bits of a double's exponent; sums with it wrap around
 };
 
 inline Reduced Reduce(Vector x) {
@@ -149,13 +149,13 @@ inline Reduced Reduce(Vector x) {
   Vector series = Spread(1.0 / 6227020800.0);
 #pragma GCC unroll 16
   for (const double term : kTerms) series = series * r + term;
-  return {r + r * r * series, Words(shifted) << 52, k};
+  return {r + r * r * series, Unsigned(shifted) << 52};
 }
 
 /// e^x below 1 ulp; 0 where it is below the smallest normal number (about 2.2e-308).
 inline Vector Exponential(Vector x) {
   const Reduced reduced = Reduce(x);
-  Vector y = Vector(Words(1.0 + reduced.part) + reduced.exponent);
+  Vector y = Vector(Unsigned(1.0 + reduced.part) + reduced.exponent);
   y = x > 709.782712893384 ? Spread(kInfinity) : y;
   y = x < -708.0 ? Spread(0.0) : y;
   return x <= kInfinity ? y : x;  // not a number stays
@@ -166,7 +166,7 @@ inline Vector Tangent(Vector x) {
   const Vector size = x < 0.0 ? -x : x;
   const Vector bounded = size < 22.0 ? size : Spread(22.0);
   const Reduced reduced = Reduce(bounded + bounded);
-  const Vector scale = Vector(Words(Spread(1.0)) + reduced.exponent);
+  const Vector scale = Vector(Unsigned(Spread(1.0)) + reduced.exponent);
   const Vector t = reduced.part * scale + (scale - 1.0);
   const Vector y = t / (t + 2.0);
   const Vector signedY = x < 0.0 ? -y : y;
