@@ -38,6 +38,10 @@ Show "The model as a C program, a script and a PMML document, compared with the 
   verify knn examples/fgl.csv --variables '|type|1-9|' --StandardizeDistances --UseWeightedAverage \
   --k-nearest-neighbors 5 --seed-for-random-sampling 7
 
+Show "Naive Bayes, with the confidence in each class" nb examples/iris.csv \
+  --variables '|Species|1-4|' --seed-for-random-sampling 7 \
+  --do 'DescriptiveStat,IncludeConfidence=1,PrintPredictions'
+
 Show "Two overlapping classes, categorical and continuous inputs" knn examples/cars93.csv \
   --variables '|Origin|Price MPG.city Horsepower RPM|Type DriveTrain' --StandardizeDistances \
   --k-nearest-neighbors 5 --seed-for-random-sampling 7

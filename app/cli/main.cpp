@@ -28,7 +28,7 @@ struct Command {
 constexpr Command kCommands[] = {
     {"data", "variables of a data file, and its first cases", true},
     {"knn", "K nearest neighbours: classification and regression", true},
-    {"nb", "naive Bayes", false},
+    {"nb", "naive Bayes", true},
     {"svm", "support vector machines", false},
     {"run", "replay a macro", true},
     {"score", "apply a generated text to a file", true},
