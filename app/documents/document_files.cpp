@@ -198,14 +198,17 @@ void DocumentFiles::Touch(std::size_t position) {
   if (place == touched_.end() || *place != position) touched_.insert(place, position);
 }
 
+bool DocumentFiles::MakeFolder(std::string& error) const {
+  std::error_code code;
+  fs::create_directories(folder_, code);
+  if (!code) return true;
+  error = "cannot make the folder " + folder_.string() + ": " + code.message();
+  return false;
+}
+
 bool DocumentFiles::Write(const Workbook& workbook, std::string& error) {
   if (touched_.empty()) return true;
-  std::error_code code;
-  std::filesystem::create_directories(folder_, code);
-  if (code) {
-    error = "cannot make the folder " + folder_.string() + ": " + code.message();
-    return false;
-  }
+  if (!MakeFolder(error)) return false;
   for (const std::size_t position : touched_) {
     if (!WriteDocument(workbook, position, error)) return false;
   }
@@ -239,6 +242,7 @@ bool DocumentFiles::WriteRun(const Workbook& workbook, std::string& error) const
   const bool asked = std::ranges::any_of(
       formats_, [](const DocumentFormat* format) { return format->write == nullptr; });
   if (!asked) return true;
+  if (!MakeFolder(error)) return false;
   return WriteFileWhole(
       folder_ / kRunFile,
       [&](const fs::path& file, std::string& reason) { return WriteXlsx(workbook, file, reason); },
@@ -248,6 +252,7 @@ bool DocumentFiles::WriteRun(const Workbook& workbook, std::string& error) const
 bool DocumentFiles::WriteExtra(std::string_view fileName,
                                const std::function<void(std::ostream&)>& write,
                                std::string& error) const {
+  if (!MakeFolder(error)) return false;
   return WriteFileWhole(
       folder_ / fileName,
       [&](const fs::path& file, std::string& reason) { return StreamInto(file, reason, write); },

@@ -53,11 +53,12 @@ class DocumentFiles {
   bool WriteRun(const Workbook& workbook, std::string& error) const;
   /// Tells that a document must be written (again).
   void Touch(std::size_t position);
-  /// Writes one more file, e.g. documents.json.
+  /// Writes one more file, e.g. documents.json; makes the folder where there are no documents.
   bool WriteExtra(std::string_view fileName, const std::function<void(std::ostream&)>& write,
                   std::string& error) const;
 
  private:
+  bool MakeFolder(std::string& error) const;
   bool WriteDocument(const Workbook& workbook, std::size_t position, std::string& error) const;
 
   std::filesystem::path folder_;
