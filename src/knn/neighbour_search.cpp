@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "data/processor_level.h"
 #include "knn/neighbour_search_group.h"
 #include "knn/neighbour_search_packed.h"
 
@@ -167,21 +168,6 @@ NeighbourSearch::NeighbourSearch() : level_(ProcessorLevel()) {}
 NeighbourSearch::~NeighbourSearch() = default;
 NeighbourSearch::NeighbourSearch(NeighbourSearch&&) noexcept = default;
 NeighbourSearch& NeighbourSearch::operator=(NeighbourSearch&&) noexcept = default;
-
-int NeighbourSearch::ProcessorLevel() {
-  // The features a level added last; no processor has them without the level's others.
-  const bool v3[] = {__builtin_cpu_supports("avx2") != 0, __builtin_cpu_supports("fma") != 0,
-                     __builtin_cpu_supports("bmi") != 0, __builtin_cpu_supports("bmi2") != 0};
-  const bool v4[] = {
-      __builtin_cpu_supports("avx512f") != 0, __builtin_cpu_supports("avx512bw") != 0,
-      __builtin_cpu_supports("avx512cd") != 0, __builtin_cpu_supports("avx512dq") != 0,
-      __builtin_cpu_supports("avx512vl") != 0};
-  const auto hasAll = [](const auto& features) {
-    return std::ranges::all_of(features, [](bool has) { return has; });
-  };
-  if (!hasAll(v3)) return 2;
-  return hasAll(v4) ? 4 : 3;
-}
 
 void NeighbourSearch::LimitLevel(int level) { level_ = std::min(level, ProcessorLevel()); }
 

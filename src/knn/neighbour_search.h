@@ -83,8 +83,6 @@ class NeighbourSearch {
             int threads, std::span<Neighbour> neighbours, std::span<std::int32_t> found,
             const std::function<bool()>& poll) const;
 
-  /// The newest x86-64 level (2, 3 or 4) the kernels may use on this processor.
-  static int ProcessorLevel();
   /// Lets the next Build use kernels of this level at most. The result does not depend on it.
   void LimitLevel(int level);
 

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "data/processor_level.h"
 #include "host/analysis_support.h"
 
 namespace qrvml {
@@ -141,7 +142,7 @@ std::string Difference(const Answer& expected, const Answer& actual) {
 void ExpectTheDefiningAnswer(const Problem& problem, const std::string& name) {
   for (const Metric metric : kMetrics) {
     const Answer expected = DefiningScan(problem, metric);
-    for (int level = 2; level <= NeighbourSearch::ProcessorLevel(); ++level) {
+    for (int level = 2; level <= ProcessorLevel(); ++level) {
       NeighbourSearch search;
       search.LimitLevel(level);
       ASSERT_TRUE(search.Build(problem.rows(), metric));

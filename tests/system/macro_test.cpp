@@ -68,22 +68,53 @@ class Macro : public ProgramTest {
     }
     return names;
   }
+
+  // Controls that all methods have alike: what is set, and what else with it.
+  static std::map<std::string, std::vector<std::string>> SharedSettings() {
+    return {
+        {"CasewiseDeletionOfMD", {"1"}},
+        {"MeanSubstitutionOfMD", {"1"}},
+        {"Variables", {"| y | 4-5 | g"}},
+        {"ResponseCodes", {"\"fin, \"\"doux\"\"\" \"Âpre\""}},
+        {"PredictorCodes", {"v u"}},
+        {"UseRandomSampling", {"1"}},
+        {"UseSubsetvariable", {"1", "--Sample.Variable", "s", "--Sample.Code", "7"}},
+        {"UseFirstNCases", {"1", "--NValue", "40"}},
+        {"SeedForRandomSampling", {"77"}},
+        {"NValue", {"31", "--UseFirstNCases"}},
+        {"Sample.Variable", {"s", "--Sample.Code", "98"}},
+        {"Sample.Code", {"7", "--Sample.Variable", "s"}},
+        {"Sample.Active", {"1", "--Sample.Variable", "s", "--Sample.Code", "7"}},
+    };
+  }
+  static std::map<std::string, std::string> SharedSteps() {
+    return {
+        {"TestSubset", "Overall=1,TestSubset=1,DescriptiveStat"},
+        {"Overall", "Overall=1,PrintPredictions"},
+        {"Summary", "Summary"},
+        {"Model", "Model"},
+        {"DescriptiveStat", "DescriptiveStat"},
+        {"IncludeInputs", "IncludeInputs=1,PrintPredictions"},
+        {"IncludeConfidence", "IncludeConfidence=1,PrintPredictions"},
+        {"PrintPredictions", "PrintPredictions"},
+        {"Histograms", "IncludeOutputs=1,Histograms"},
+        {"SelectedItemX", "SelectedItemX=2,PlotHistogramsOfX"},
+        {"SelectedItemsY", "SelectedItemX=1,SelectedItemsY=\"2 4\",Plot2DGraphOfXAndY"},
+        {"SelectedItemZ", "SelectedItemX=1,SelectedItemsY=2,SelectedItemZ=4,Plot3DGraphOfXYZ"},
+        {"PlotHistogramsOfX", "SelectedItemX=1,PlotHistogramsOfX"},
+        {"Plot2DGraphOfXAndY", "SelectedItemX=1,SelectedItemsY=2,Plot2DGraphOfXAndY"},
+        {"Plot3DGraphOfXYZ", "SelectedItemX=1,SelectedItemsY=2,SelectedItemZ=5,Plot3DGraphOfXYZ"},
+        {"IncludeCaseNames",
+         "IncludeCaseNames=1,SelectedItemX=1,SelectedItemsY=2,Plot2DGraphOfXAndY"},
+        {"PrintCustomPredictions", "CustomPredictions=\"3 4 v\",PrintCustomPredictions"},
+    };
+  }
 };
 
 TEST_F(Macro, EveryControlOfTheSpecificationDialogIsReplayed) {
   using Options = std::vector<std::string>;
-  const std::map<std::string, Options> settings = {
-      {"CasewiseDeletionOfMD", {"1"}},
-      {"MeanSubstitutionOfMD", {"1"}},
-      {"Variables", {"| y | 4-5 | g"}},
-      {"ResponseCodes", {"\"fin, \"\"doux\"\"\" \"Âpre\""}},
-      {"PredictorCodes", {"v u"}},
-      {"UseRandomSampling", {"1"}},
-      {"UseSubsetvariable", {"1", "--Sample.Variable", "s", "--Sample.Code", "7"}},
-      {"UseFirstNCases", {"1", "--NValue", "40"}},
+  std::map<std::string, Options> settings = {
       {"SizeOfPrototypeSample", {"61.803398874989"}},
-      {"SeedForRandomSampling", {"77"}},
-      {"NValue", {"31", "--UseFirstNCases"}},
       {"KNearestNeighbors", {"5"}},
       {"Euclidean", {"1"}},
       {"SquaredEuclidean", {"1"}},
@@ -98,10 +129,8 @@ TEST_F(Macro, EveryControlOfTheSpecificationDialogIsReplayed) {
       {"MaximumK", {"7", "--ApplyCrossV"}},
       {"DeltaK", {"2", "--ApplyCrossV"}},
       {"CodeForPrototypeSample", {"98", "--UseSubsetvariable", "--Sample.Variable", "s"}},
-      {"Sample.Variable", {"s", "--Sample.Code", "98"}},
-      {"Sample.Code", {"7", "--Sample.Variable", "s"}},
-      {"Sample.Active", {"1", "--Sample.Variable", "s", "--Sample.Code", "7"}},
   };
+  settings.merge(SharedSettings());
   std::set<std::string> walked = {"Sample", "SelectionConditions", "CaseWeights"};  // need a person
   const std::string data = Data();
   for (const auto& [name, options] : settings) {
@@ -118,35 +147,17 @@ TEST_F(Macro, EveryControlOfTheSpecificationDialogIsReplayed) {
 
 TEST_F(Macro, EveryControlOfTheResultsDialogIsReplayed) {
   const std::string target = (root() / "saved.csv").string();
-  const std::map<std::string, std::string> steps = {
+  std::map<std::string, std::string> steps = {
       {"TrainSubset", "IncludeInputs=1,TrainSubset=1,PrintPredictions"},
-      {"TestSubset", "Overall=1,TestSubset=1,DescriptiveStat"},
-      {"Overall", "Overall=1,PrintPredictions"},
       {"SavePredictionsAndResiduals",
        "IncludePredictions=1,ResultsSelection=*,ResultsVariables=\"a y\",ResultsSaveFileName=\"" +
            target + "\",SavePredictionsAndResiduals"},
-      {"Summary", "Summary"},
-      {"Model", "Model"},
-      {"DescriptiveStat", "DescriptiveStat"},
       {"CrossVPlot", "CrossVPlot"},
-      {"IncludeInputs", "IncludeInputs=1,PrintPredictions"},
       {"IncludeOutputs", "IncludeOutputs=0,IncludePredictions=1,PrintPredictions"},
       {"IncludePredictions", "IncludePredictions=1,PrintPredictions"},
       {"IncludeResiduals", "IncludeResiduals=1,PrintPredictions"},
-      {"IncludeConfidence", "IncludeConfidence=1,PrintPredictions"},
-      {"PrintPredictions", "PrintPredictions"},
-      {"Histograms", "IncludeOutputs=1,Histograms"},
       {"SelectOutputForPlotting", "SelectOutputForPlotting=2,SelectedItemX=1,PlotHistogramsOfX"},
-      {"SelectedItemX", "SelectedItemX=2,PlotHistogramsOfX"},
-      {"SelectedItemsY", "SelectedItemX=1,SelectedItemsY=\"2 4\",Plot2DGraphOfXAndY"},
-      {"SelectedItemZ", "SelectedItemX=1,SelectedItemsY=2,SelectedItemZ=4,Plot3DGraphOfXYZ"},
-      {"PlotHistogramsOfX", "SelectedItemX=1,PlotHistogramsOfX"},
-      {"Plot2DGraphOfXAndY", "SelectedItemX=1,SelectedItemsY=2,Plot2DGraphOfXAndY"},
-      {"Plot3DGraphOfXYZ", "SelectedItemX=1,SelectedItemsY=2,SelectedItemZ=5,Plot3DGraphOfXYZ"},
-      {"IncludeCaseNames",
-       "IncludeCaseNames=1,SelectedItemX=1,SelectedItemsY=2,Plot2DGraphOfXAndY"},
       {"CustomPredictions", "CustomPredictions=\"1.5 -2 u\",PrintCustomPredictions"},
-      {"PrintCustomPredictions", "CustomPredictions=\"3 4 v\",PrintCustomPredictions"},
       {"CodeGenerator", "ResultsSelection=2,CodeGenerator"},
       {"CodeGeneratorCLang", "CodeGeneratorCLang"},
       {"CodeGeneratorQVB", "CodeGeneratorQVB"},
@@ -159,6 +170,7 @@ TEST_F(Macro, EveryControlOfTheResultsDialogIsReplayed) {
       {"Options.StandardizeDistances", "Options.StandardizeDistances=1,DescriptiveStat"},
       {"Options.UseWeightedAverage", "Options.UseWeightedAverage=1,DescriptiveStat"},
   };
+  steps.merge(SharedSteps());
   std::set<std::string> walked;
   const std::string data = Data();
   for (const auto& [name, step] : steps) {
@@ -173,53 +185,22 @@ TEST_F(Macro, EveryControlOfTheResultsDialogIsReplayed) {
 
 TEST_F(Macro, EveryControlOfNaiveBayesIsReplayed) {
   using Options = std::vector<std::string>;
-  const std::map<std::string, Options> settings = {
-      {"CasewiseDeletionOfMD", {"1"}},
-      {"MeanSubstitutionOfMD", {"1"}},
-      {"UseMissingCasesIfPossible", {"1"}},
-      {"Variables", {"| y | 4-5 | g"}},
-      {"ResponseCodes", {"\"fin, \"\"doux\"\"\" \"Âpre\""}},
-      {"PredictorCodes", {"v u"}},
-      {"ApplySampling", {"0"}},
-      {"UseRandomSampling", {"1"}},
-      {"UseSubsetvariable", {"1", "--Sample.Variable", "s", "--Sample.Code", "7"}},
-      {"UseFirstNCases", {"1", "--NValue", "40"}},
-      {"SizeOfTrainingSample", {"61.803398874989"}},
-      {"SeedForRandomSampling", {"77"}},
-      {"NValue", {"31", "--UseFirstNCases"}},
-      {"Threshold", {"0.25"}},
+  std::map<std::string, Options> settings = {
+      {"UseMissingCasesIfPossible", {"1"}},          {"ApplySampling", {"0"}},
+      {"SizeOfTrainingSample", {"61.803398874989"}}, {"Threshold", {"0.25"}},
       {"InputDistributions", {"a | | b |"}},
-      {"Sample.Variable", {"s", "--Sample.Code", "98"}},
-      {"Sample.Code", {"7", "--Sample.Variable", "s"}},
-      {"Sample.Active", {"1", "--Sample.Variable", "s", "--Sample.Code", "7"}},
   };
+  settings.merge(SharedSettings());
   const std::string target = (root() / "saved.csv").string();
-  const std::map<std::string, std::string> steps = {
+  std::map<std::string, std::string> steps = {
       {"TrainSubset", "TrainSubset=1,PrintPredictions"},
-      {"TestSubset", "Overall=1,TestSubset=1,DescriptiveStat"},
-      {"Overall", "Overall=1,PrintPredictions"},
       {"SavePredictionsAndResiduals",
        "ResultsSelection=*,ResultsVariables=\"a y\",ResultsSaveFileName=\"" + target +
            "\",SavePredictionsAndResiduals,Summary"},
-      {"Summary", "Summary"},
-      {"Model", "Model"},
-      {"DescriptiveStat", "DescriptiveStat"},
-      {"IncludeInputs", "IncludeInputs=1,PrintPredictions"},
       {"IncludeOutputs", "IncludeOutputs=1,PrintPredictions"},
       {"IncludePredictions", "IncludePredictions=0,IncludeOutputs=1,PrintPredictions"},
       {"IncludeResiduals", "IncludeResiduals=0,PrintPredictions"},
-      {"IncludeConfidence", "IncludeConfidence=1,PrintPredictions"},
-      {"PrintPredictions", "PrintPredictions"},
-      {"Histograms", "IncludeOutputs=1,Histograms"},
       {"SelectOutputForPlotting", "SelectOutputForPlotting=1,SelectedItemX=1,PlotHistogramsOfX"},
-      {"SelectedItemX", "SelectedItemX=2,PlotHistogramsOfX"},
-      {"SelectedItemsY", "SelectedItemX=1,SelectedItemsY=\"2 4\",Plot2DGraphOfXAndY"},
-      {"SelectedItemZ", "SelectedItemX=1,SelectedItemsY=2,SelectedItemZ=4,Plot3DGraphOfXYZ"},
-      {"PlotHistogramsOfX", "SelectedItemX=1,PlotHistogramsOfX"},
-      {"Plot2DGraphOfXAndY", "SelectedItemX=1,SelectedItemsY=2,Plot2DGraphOfXAndY"},
-      {"Plot3DGraphOfXYZ", "SelectedItemX=1,SelectedItemsY=2,SelectedItemZ=5,Plot3DGraphOfXYZ"},
-      {"IncludeCaseNames",
-       "IncludeCaseNames=1,SelectedItemX=1,SelectedItemsY=2,Plot2DGraphOfXAndY"},
       {"SelectedOutputForPriorAssignment", "SelectedOutputForPriorAssignment=2,DescriptiveStat"},
       {"UseDefaultPrior", "UseEqualPrior=1,UseDefaultPrior=1,DescriptiveStat"},
       {"UseEqualPrior", "UseEqualPrior=1,DescriptiveStat"},
@@ -231,7 +212,6 @@ TEST_F(Macro, EveryControlOfNaiveBayesIsReplayed) {
       {"Priors.PrintPredictions", "UseEqualPrior=1,press:Priors.PrintPredictions"},
       {"Threshold", "Threshold=0.125,DescriptiveStat"},
       {"CustomPredictions", "CustomPredictions=\"1.5 2 u\",PrintCustomPredictions"},
-      {"PrintCustomPredictions", "CustomPredictions=\"3 4 v\",PrintCustomPredictions"},
       {"OutputForPosteriorPlot", "OutputForPosteriorPlot=2,PosteriorSpreadsheet"},
       {"InputForPosteriorPlot", "InputForPosteriorPlot=2,PosteriorSpreadsheet"},
       {"MinimumRange", "InputForPosteriorPlot=1,MinimumRange=2,PosteriorSpreadsheet"},
@@ -240,6 +220,7 @@ TEST_F(Macro, EveryControlOfNaiveBayesIsReplayed) {
       {"PosteriorSpreadsheet", "PosteriorSpreadsheet"},
       {"PosteriorPlot", "PosteriorPlot"},
   };
+  steps.merge(SharedSteps());
   const std::string data = Data();
   const Options base = {"nb", data, "--variables", "|y|a b|g", "--case-names", "id"};
   std::set<std::string> walked = {"Sample", "SelectionConditions", "CaseWeights"};  // need a person
