@@ -28,10 +28,13 @@ if(QRVML_COVERAGE)
   target_link_options(qrvml_rules INTERFACE --coverage)
 endif()
 
-# ccache saves rebuilds where it is installed; nothing depends on it.
+# ccache saves rebuilds where it is installed; nothing depends on it. Paths are compared as seen from
+# the source folder, so that another clone or work tree finds what this one compiled.
 find_program(QRVML_CCACHE ccache)
 if(QRVML_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  set(CMAKE_CXX_COMPILER_LAUNCHER "${QRVML_CCACHE}")
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+      "${CMAKE_COMMAND}" -E env "CCACHE_BASEDIR=${CMAKE_SOURCE_DIR}" CCACHE_NOHASHDIR=1
+      "${QRVML_CCACHE}")
 endif()
 
 # qrvml_sources(<variable> <folder>...): every .cpp below the folders; empty when there is none yet.

@@ -12,6 +12,12 @@ find_library(READSTAT_LIBRARY readstat REQUIRED)
 include(GoogleTest)
 
 set(test_root "${CMAKE_CURRENT_SOURCE_DIR}/tests")
+# The one file that knows where this build and its sources are.
+set(test_places "${test_root}/support/places.cpp")
+set_source_files_properties(
+  "${test_places}"
+  PROPERTIES COMPILE_DEFINITIONS
+             "QRVML_PROGRAM=\"${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/qrvml\";QRVML_EXAMPLES=\"${CMAKE_CURRENT_SOURCE_DIR}/examples\";QRVML_TEST_DATA=\"${test_root}/data\"")
 # A folder of tests/ that is named like a room of src/ tests the module; every other one tests the
 # application, where tests/apphost/ stands for app/host/.
 function(qrvml_folders variable parent)
@@ -38,6 +44,8 @@ function(qrvml_tests name)
   if(NOT sources)
     return()
   endif()
+  list(APPEND sources "${test_places}")
+  list(REMOVE_DUPLICATES sources)
   foreach(needed ${arg_NEEDS})
     if(NOT TARGET ${needed})
       return()
@@ -52,11 +60,6 @@ function(qrvml_tests name)
     # Instrumented tests spend their time in the code under test; compiling them costs more.
     target_compile_options(${name} PRIVATE -O0)
   endif()
-  target_compile_definitions(
-    ${name}
-    PRIVATE QRVML_PROGRAM="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/qrvml"
-            QRVML_EXAMPLES="${CMAKE_CURRENT_SOURCE_DIR}/examples"
-            QRVML_TEST_DATA="${test_root}/data")
   gtest_discover_tests(
     ${name}
     TEST_PREFIX "${arg_LABEL}/"

@@ -3,13 +3,12 @@
 
 #include "datafile/damaged_shelf.h"
 #include "datafile/format_files.h"
+#include "support/places.h"
 
 namespace qrvml {
 namespace {
 
-std::string OnShelf(const std::string& name) {
-  return std::string(QRVML_TEST_DATA) + "/damaged/" + name;
-}
+std::string OnShelf(const std::string& name) { return std::string(kTestData) + "/damaged/" + name; }
 
 TEST(DamagedFiles, AreRefusedWithTheReasonAndAWayOut) {
   for (const DamagedFile& file : kDamagedFiles) {

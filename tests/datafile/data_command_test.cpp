@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include "datafile/text_files.h"
+#include "support/places.h"
 
 namespace qrvml {
 namespace {
@@ -85,7 +86,7 @@ TEST(DataCommand, ControlCharactersOfTheFileDoNotReachTheTerminal) {
 
 TEST(DataCommand, ARefusalGoesToStandardErrorAlone) {
   DataCommandOptions options;
-  options.open.path = std::string(QRVML_TEST_DATA) + "/short_row.csv";
+  options.open.path = std::string(kTestData) + "/short_row.csv";
   const Output output = RunCommand(options);
   EXPECT_EQ(output.status, 1);
   EXPECT_EQ(output.out, "");

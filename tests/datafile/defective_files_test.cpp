@@ -4,6 +4,7 @@
 #include <set>
 
 #include "datafile/text_files.h"
+#include "support/places.h"
 
 namespace qrvml {
 namespace {
@@ -57,7 +58,7 @@ constexpr ReadFile kRead[] = {
     {"holds_missing_codes.csv", 3, "-9999 -99999 ."},
 };
 
-std::string Shelf(const std::string& name) { return std::string(QRVML_TEST_DATA) + "/" + name; }
+std::string Shelf(const std::string& name) { return std::string(kTestData) + "/" + name; }
 
 TEST(DefectiveFiles, AreRefusedWithPlaceAndReason) {
   for (const RefusedFile& file : kRefused) {
@@ -89,7 +90,7 @@ TEST(DefectiveFiles, EachFileOfTheShelfHasItsRow) {
   std::set<std::string> known, found;
   for (const RefusedFile& file : kRefused) known.insert(file.name);
   for (const ReadFile& file : kRead) known.insert(file.name);
-  for (const auto& entry : std::filesystem::directory_iterator(QRVML_TEST_DATA)) {
+  for (const auto& entry : std::filesystem::directory_iterator(kTestData)) {
     if (entry.path().extension() == ".csv") found.insert(entry.path().filename().string());
   }
   EXPECT_EQ(found, known);
@@ -97,7 +98,7 @@ TEST(DefectiveFiles, EachFileOfTheShelfHasItsRow) {
 
 TEST(DefectiveFiles, WhatIsNoReadableFileIsRefused) {
   EXPECT_NE(ReadPath("/nowhere/at all.csv").error.what.find("no such file"), std::string::npos);
-  EXPECT_NE(ReadPath(QRVML_TEST_DATA).error.what.find("folder"), std::string::npos);
+  EXPECT_NE(ReadPath(kTestData).error.what.find("folder"), std::string::npos);
   EXPECT_NE(ReadPath("/dev/null").error.what.find("regular file"), std::string::npos);
   EXPECT_EQ(ReadPath("/nowhere.csv").error.Text(),
             "/nowhere.csv: there is no such file. Check the name and the folder.");

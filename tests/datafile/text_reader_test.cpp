@@ -2,6 +2,7 @@
 #include <limits>
 
 #include "datafile/text_files.h"
+#include "support/places.h"
 
 namespace qrvml {
 namespace {
@@ -285,7 +286,7 @@ TEST(ExampleFiles, HaveTheirKnownSums) {
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(std::string(row.file) + " " + row.variable);
-    const Reading read = ReadPath(std::string(QRVML_EXAMPLES) + "/" + row.file);
+    const Reading read = ReadPath(std::string(kExamples) + "/" + row.file);
     ASSERT_TRUE(read.ok) << read.error.Text();
     const DataTable& table = read.table;
     EXPECT_EQ(table.NumberOfCases(), row.cases);

@@ -6,12 +6,13 @@
 #include <sstream>
 
 #include "knn/knn_analysis.h"
+#include "support/places.h"
 
 namespace qrvml::test {
 namespace {
 
 const std::filesystem::path kSamples =
-    std::filesystem::path(QRVML_TEST_DATA).parent_path() / "deploy" / "samples";
+    std::filesystem::path(kTestData).parent_path() / "deploy" / "samples";
 
 /// Compares a text with its sample. With QRVML_WRITE_SAMPLES in the environment the sample becomes
 /// the text, and the difference shows in review.

@@ -11,6 +11,7 @@
 #include <map>
 
 #include "datafile/damaged_shelf.h"
+#include "support/places.h"
 #include "system/program.h"
 
 namespace qrvml::testing {
@@ -81,7 +82,7 @@ class Faults : public ProgramTest {
 
   /// Runs the program after `prepare`, which runs in the child.
   Outcome RunAfter(const std::function<bool()>& prepare, std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), QRVML_PROGRAM);
+    arguments.insert(arguments.begin(), kProgram);
     std::vector<char*> words;
     for (std::string& argument : arguments) words.push_back(argument.data());
     words.push_back(nullptr);
@@ -91,7 +92,7 @@ class Faults : public ProgramTest {
     dup2(open("/dev/null", O_RDONLY), 0);
     dup2(open((root() / "stdout").c_str(), flags, 0600), 1);
     dup2(open((root() / "stderr").c_str(), flags, 0600), 2);
-    if (prepare()) execv(QRVML_PROGRAM, words.data());
+    if (prepare()) execv(kProgram, words.data());
     _exit(99);
   }
   void ExpectRefused(const Outcome& outcome, const std::string& file, const std::string& reason) {
@@ -114,7 +115,7 @@ class DamagedData : public Faults {
 
 TEST_F(DamagedData, OfTheShelfEndsTheRunWithItsReasonAndWithoutOutput) {
   for (const DamagedFile& file : kDamagedFiles) {
-    const std::string path = std::string(QRVML_TEST_DATA) + "/damaged/" + file.name;
+    const std::string path = std::string(kTestData) + "/damaged/" + file.name;
     ExpectRefused(Analyse(path), "qrvml: " + path, file.what);
     EXPECT_TRUE(Everything(Target()).empty()) << file.name;
   }

@@ -17,6 +17,8 @@
 #include <string>
 #include <vector>
 
+#include "support/places.h"
+
 extern char** environ;
 
 namespace qrvml::testing {
@@ -50,7 +52,7 @@ class ProgramTest : public ::testing::Test {
   const fs::path& root() const { return root_; }
   fs::path Out() const { return root_ / "out"; }
   static std::string Example(const std::string& name) {
-    return (fs::path(QRVML_EXAMPLES) / name).string();
+    return (fs::path(kExamples) / name).string();
   }
   std::string Write(const std::string& name, const std::string& content) const {
     std::ofstream(root_ / name, std::ios::binary) << content;
@@ -58,7 +60,7 @@ class ProgramTest : public ::testing::Test {
   }
 
   /// Starts the program; standard output and error go to files of the folder.
-  pid_t Start(std::vector<std::string> arguments, const fs::path& program = QRVML_PROGRAM) {
+  pid_t Start(std::vector<std::string> arguments, const fs::path& program = kProgram) {
     arguments.insert(arguments.begin(), program.string());
     std::vector<char*> words;
     for (std::string& argument : arguments) words.push_back(argument.data());

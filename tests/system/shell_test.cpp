@@ -4,6 +4,7 @@
 #include <map>
 #include <thread>
 
+#include "support/places.h"
 #include "system/program.h"
 
 namespace qrvml {
@@ -242,7 +243,7 @@ TEST_F(Shell, UnlikelyVariablesAreWarnedOf) {
 }
 
 TEST_F(Shell, WithoutItsModuleTheProgramSaysWhatIsMissing) {
-  const fs::path program = QRVML_PROGRAM;
+  const fs::path program = kProgram;
   fs::copy_file(program, root() / "qrvml");
   fs::create_symlink(fs::canonical(program.parent_path() / "libduckdb.so"),
                      root() / "libduckdb.so");
