@@ -111,6 +111,9 @@ class SVMEngine final : public TrainingRowSink {
   void SearchGrid(bool silent);
   /// Mean squared error, or percentage of correct entries. Throws as above.
   double CrossValidateSvm(bool silent);
+  /// Texts and polls of a cross-validation whose result is known.
+  void PassFolds(bool silent);
+  void ShowFold(bool silent, std::int32_t fold) const;
 
   void TakeTrainingInputs(const SVMNode* entry);
   bool ReadTestCase(std::int32_t caseNumber);

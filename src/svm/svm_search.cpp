@@ -19,6 +19,14 @@ std::int32_t GridPoints(double minimum, double maximum, double delta) {
   return points >= 1.0 ? static_cast<std::int32_t>(std::min(points, 2147483647.0)) : 0;
 }
 
+/// Which values of the grid a solver type reads, by SVMType.
+struct GridUse {
+  bool C;
+  bool epsilon;
+};
+constexpr GridUse kGridUses[] = {
+    {true, false}, {false, false}, {false, false}, {true, true}, {true, false}};
+
 }  // namespace
 
 void SVMEngine::SearchSvmParameters(bool silent) {
@@ -74,11 +82,19 @@ void SVMEngine::SearchGrid(bool silent) {
   if (!silent) ShowStatus(kCrossValidationBegins);
   const std::int32_t pointsC = GridPoints(minimumC, maximumC, deltaC);
   const std::int32_t pointsEpsilon = GridPoints(minimumEpsilon, maximumEpsilon, deltaEpsilon);
+  const GridUse use = kGridUses[parameters.svmType];
+  double result = 0;
   for (std::int32_t a = 0; a < pointsC; ++a) {
     for (std::int32_t b = 0; b < pointsEpsilon; ++b) {
       parameters.C = a * deltaC + minimumC;
       parameters.epsilon = b * deltaEpsilon + minimumEpsilon;
-      const double result = CrossValidateSvm(silent);
+      // A value that the type does not read trains the models of the point before once more.
+      const bool known = (a > 0 || b > 0) && (b > 0 ? !use.epsilon : !use.C && !use.epsilon);
+      if (known) {
+        PassFolds(silent);
+      } else {
+        result = CrossValidateSvm(silent);
+      }
       const bool better = IsClassification() ? result > bestAccuracy : result < bestError;
       if (!better) continue;
       (IsClassification() ? bestAccuracy : bestError) = result;
@@ -90,6 +106,18 @@ void SVMEngine::SearchGrid(bool silent) {
   parameters.epsilon = chosenEpsilon;
 }
 
+void SVMEngine::PassFolds(bool silent) {
+  for (std::int32_t f = 0; f < folds; ++f) {
+    ShowFold(silent, f);
+    if (Host().progress->pcancel() != 0) throw Cancelled();
+  }
+}
+
+void SVMEngine::ShowFold(bool silent, std::int32_t fold) const {
+  if (silent) return;
+  ShowStatus(std::string(kCrossValidationSet) + " " + std::to_string(fold + 1));
+}
+
 double SVMEngine::CrossValidateSvm(bool silent) {
   const auto l = static_cast<std::int64_t>(lists_.size());
   HostArray<SVMNodeList> inputs{lists_.size()};
@@ -97,9 +125,7 @@ double SVMEngine::CrossValidateSvm(bool silent) {
   double errors = 0;
   std::int64_t correct = 0;
   for (std::int32_t f = 0; f < folds; ++f) {
-    if (!silent) {
-      ShowStatus(std::string(kCrossValidationSet) + " " + std::to_string(f + 1));
-    }
+    ShowFold(silent, f);
     const auto begin = static_cast<std::size_t>(f * l / folds);
     const auto end = static_cast<std::size_t>((std::int64_t(f) + 1) * l / folds);
     std::size_t kept = 0;

@@ -360,6 +360,45 @@ TEST(SvmSearch, ChoosesTheBestPointOfTheGridAndRestoresTheProblem) {
   }
 }
 
+TEST(SvmSearch, PointsThatDifferInAnUnusedValueShareTheirTrainings) {
+  struct Case {
+    const char* lists;
+    std::int32_t type;
+    int trained;  // of the three by four points
+  };
+  constexpr Case kCases[] = {{"| k | x z | g", kCClassification, 3},
+                             {"| k | x z | g", kNuClassification, 1},
+                             {"y | | x z | g", kEpsilonRegression, 12},
+                             {"y | | x z | g", kNuRegression, 3}};
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.type);
+    SvmAnalysis analysis(RandomTable(79, 40), c.lists, 0);
+    analysis.data().scaleOutputs = true;
+    ASSERT_TRUE(analysis.Load());
+    SVMEngine& engine = analysis.engine;
+    engine.parameters.svmType = c.type;
+    engine.parameters.nu = 0.3;
+    engine.applyCrossValidation = true;
+    engine.crossValidationSeed = 5;
+    engine.folds = 4;
+    engine.maximumC = 4;
+    ScriptedHost random;
+    const PlainSearch expected = SearchPlainly(analysis, [&] { return random.rnd_(5); });
+    int trainings = 0;
+    engine.solver.print = [&](std::string_view text) {
+      trainings += text.starts_with("obj = ") ? 1 : 0;
+    };
+    ASSERT_TRUE(engine.TrainSvm(false));
+    EXPECT_EQ(trainings, c.trained * 4 + 1);
+    EXPECT_EQ(engine.parameters.C, expected.C);
+    EXPECT_EQ(engine.parameters.epsilon, expected.epsilon);
+    EXPECT_EQ(engine.IsClassification() ? engine.bestAccuracy : engine.bestError, expected.best);
+    const std::vector<std::string>& texts = analysis.display.texts;
+    EXPECT_EQ(std::count(texts.begin(), texts.end(), std::string("Ensemble validation croisée 4")),
+              12);
+  }
+}
+
 TEST(SvmSearch, WithoutAGridPointTheSettingsStay) {
   SvmAnalysis analysis(RandomTable(76, 30), "y | | x z |", 0);
   ASSERT_TRUE(analysis.Load());
