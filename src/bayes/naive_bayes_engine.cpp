@@ -196,7 +196,7 @@ void NaiveBayesEngine::ComputePosterior(std::span<const double> inputs,
   PrepareModel();
   AllocateOutputs();
   if (single_ == nullptr) single_ = std::make_unique<WorkerTeam>(1);
-  model_.Classify(inputs.data(), 1, *single_, block_);
+  model_.Classify(inputs.data(), 1, true, *single_, block_);
   numericFault_ = block_.numericFault;
   TakeOutputs(0, observed);
 }
@@ -228,7 +228,7 @@ void NaiveBayesEngine::PredictCases(Subset subset,
   CaseBlocks cases(data_, subset, model_.RowsTogether());
   while (cases.Next()) {
     if (Host().progress->pcancel() != 0) throw Cancelled();
-    model_.Classify(cases.predictors(), cases.rows(), team, block_);
+    model_.Classify(cases.predictors(), cases.rows(), true, team, block_);
     numericFault_ = numericFault_ || block_.numericFault;
     for (std::size_t row = 0; row < cases.rows(); ++row) {
       const LoadedCase loaded{cases.caseNumbers()[row],
@@ -310,7 +310,7 @@ void NaiveBayesEngine::CountCases(Subset subset) {
   CaseBlocks cases(data_, subset, model_.RowsTogether());
   while (cases.Next()) {
     if (Host().progress->pcancel() != 0) throw Cancelled();
-    model_.Classify(cases.predictors(), cases.rows(), team, block_);
+    model_.Classify(cases.predictors(), cases.rows(), false, team, block_);
     numericFault_ = numericFault_ || block_.numericFault;
     for (std::size_t row = 0; row < cases.rows(); ++row) {
       const std::int32_t number = cases.caseNumbers()[row];

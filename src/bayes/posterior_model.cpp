@@ -164,10 +164,10 @@ bool PosteriorModel::Term(std::size_t classRow, std::size_t k, double x, double&
   return true;
 }
 
-void PosteriorModel::Classify(const double* rows, std::size_t count, WorkerTeam& team,
-                              ClassifiedBlock& block) {
+void PosteriorModel::Classify(const double* rows, std::size_t count, bool keepsPosteriors,
+                              WorkerTeam& team, ClassifiedBlock& block) {
   const std::size_t classRows = firstRow_.back(), dependents = firstRow_.size() - 1;
-  block.posteriors.Resize(count * classRows);
+  block.posteriors.Resize(keepsPosteriors ? count * classRows : 0);
   block.predictedClass.Resize(count * dependents);
   const std::size_t tiles = (count + kCaseLanes - 1) / kCaseLanes;
   const std::size_t parts = std::min(team.size(), tiles);
@@ -176,7 +176,9 @@ void PosteriorModel::Classify(const double* rows, std::size_t count, WorkerTeam&
     Scratch& scratch = scratch_[part];
     scratch.lanes.Resize(inputs_ * kCaseLanes);
     scratch.sums.Resize(classRows * kCaseLanes);
+    scratch.products.Resize(classRows * kCaseLanes);
     scratch.categories.Resize(lookups_.size() * kCaseLanes);
+    if (count % kCaseLanes != 0) scratch.rows.Resize(inputs_ * kCaseLanes);
   }
   for (Scratch& scratch : scratch_) scratch.numericFault = false;
   team.Run([&](std::size_t part) {
@@ -184,7 +186,7 @@ void PosteriorModel::Classify(const double* rows, std::size_t count, WorkerTeam&
     for (std::size_t tile = tiles * part / parts; tile < tiles * (part + 1) / parts; ++tile) {
       const std::size_t first = tile * kCaseLanes;
       ClassifyTile(rows + first * inputs_, std::min(kCaseLanes, count - first),
-                   block.posteriors.data() + first * classRows,
+                   keepsPosteriors ? block.posteriors.data() + first * classRows : nullptr,
                    block.predictedClass.data() + first * dependents, scratch_[part]);
     }
   });
@@ -194,7 +196,14 @@ void PosteriorModel::Classify(const double* rows, std::size_t count, WorkerTeam&
 void PosteriorModel::ClassifyTile(const double* rows, std::size_t count, double* posteriors,
                                   std::int32_t* predicted, Scratch& scratch) const {
   alignas(64) double noPrediction[kCaseLanes];
-  Kernel().transpose(rows, count, inputs_, scratch.lanes.data());
+  if (count < kCaseLanes) {
+    // The lanes that are left over repeat the last row.
+    for (std::size_t lane = 0; lane < kCaseLanes; ++lane)
+      std::copy_n(rows + std::min(lane, count - 1) * inputs_, inputs_,
+                  scratch.rows.data() + lane * inputs_);
+    rows = scratch.rows.data();
+  }
+  Kernel().transpose(rows, inputs_, scratch.lanes.data());
   Kernel().markMissing(inputs_, scratch.lanes.data(), missing_.data(), noPrediction);
   FindCategories(scratch, noPrediction);
   for (std::size_t row = 0; row < firstRow_.back(); ++row) AddTerms(row, scratch);
@@ -246,64 +255,59 @@ void PosteriorModel::Conclude(std::size_t d, std::size_t count, const double* no
                               double* posteriors, std::int32_t* predicted, Scratch& scratch) const {
   const std::size_t first = firstRow_[d], last = firstRow_[d + 1];
   const std::size_t classRows = firstRow_.back(), dependents = firstRow_.size() - 1;
-  alignas(64) double products[kCaseLanes];
-  alignas(64) double total[kCaseLanes] = {};
-  bool slow[kCaseLanes];
+  double* products = scratch.products.data() + first * kCaseLanes;
+  alignas(64) double slow[kCaseLanes], total[kCaseLanes], largest[kCaseLanes], bad[kCaseLanes];
   for (std::size_t row = first; row < last; ++row) {
     const double* sums = scratch.sums.data() + row * kCaseLanes;
-    const bool anySlow = Kernel().exponential(sums, priors_[row], products, slow);
+    double* own = products + (row - first) * kCaseLanes;
+    const bool anySlow = Kernel().exponential(sums, priors_[row], own, slow);
     for (std::size_t lane = 0; lane < kCaseLanes && anySlow; ++lane) {
-      if (slow[lane]) products[lane] = PortableExp(sums[lane]) * priors_[row];
+      if (slow[lane] != 0) own[lane] = PortableExp(sums[lane]) * priors_[row];
     }
-    for (std::size_t lane = 0; lane < kCaseLanes; ++lane) total[lane] += products[lane];
-    for (std::size_t lane = 0; lane < count; ++lane)
-      posteriors[lane * classRows + row] = products[lane];
+  }
+  const bool anyBad = Kernel().conclude(last - first, products, total, largest, bad);
+  for (std::size_t lane = 0; lane < count && anyBad; ++lane) {
+    if (bad[lane] == 0 || noPrediction[lane] != 0) continue;
+    scratch.numericFault = scratch.numericFault || std::isnan(total[lane]);
+    largest[lane] = RankByLogarithm(d, lane, scratch.sums.data(), products);
   }
   for (std::size_t lane = 0; lane < count; ++lane) {
+    const bool isPredicted = noPrediction[lane] == 0;
+    predicted[lane * dependents + d] = isPredicted ? static_cast<std::int32_t>(largest[lane]) : -1;
+    if (posteriors == nullptr) continue;
     double* own = posteriors + lane * classRows;
-    std::int32_t& chosen = predicted[lane * dependents + d];
-    chosen = -1;
-    if (noPrediction[lane] != 0) {
-      std::fill(own + first, own + last, kMissingOutput);
-      continue;
-    }
-    if (IsPositiveNumber(total[lane])) {
-      for (std::size_t row = first; row < last; ++row) own[row] /= total[lane];
-    } else {
-      scratch.numericFault = scratch.numericFault || std::isnan(total[lane]);
-      RankByLogarithm(d, lane, scratch.sums.data(), own);
-    }
-    double largest = 0;
-    for (std::size_t row = first; row < last; ++row) {
-      if (!IsGreater(own[row], largest)) continue;
-      largest = own[row];
-      chosen = static_cast<std::int32_t>(row - first);
-    }
+    for (std::size_t row = first; row < last; ++row)
+      own[row] = isPredicted ? products[(row - first) * kCaseLanes + lane] : kMissingOutput;
   }
 }
 
-void PosteriorModel::RankByLogarithm(std::size_t d, std::size_t lane, const double* sums,
-                                     double* posteriors) const {
-  const std::size_t first = firstRow_[d], last = firstRow_[d + 1];
-  const auto logarithm = [&](std::size_t row) {
-    const double value = sums[row * kCaseLanes + lane] + logPriors_[row];
+double PosteriorModel::RankByLogarithm(std::size_t d, std::size_t lane, const double* sums,
+                                       double* shares) const {
+  const std::size_t first = firstRow_[d], classes = firstRow_[d + 1] - first;
+  const auto logarithm = [&](std::size_t c) {
+    const double value = sums[(first + c) * kCaseLanes + lane] + logPriors_[first + c];
     return std::isnan(value) ? -kInfinity : value;
   };
   double maximum = -kInfinity;
-  for (std::size_t row = first; row < last; ++row) maximum = std::max(maximum, logarithm(row));
+  for (std::size_t c = 0; c < classes; ++c) maximum = std::max(maximum, logarithm(c));
   const auto fill = [&](auto value) {
     double total = 0;
-    for (std::size_t row = first; row < last; ++row) total += posteriors[row] = value(row);
-    for (std::size_t row = first; row < last && total != 0; ++row) posteriors[row] /= total;
+    for (std::size_t c = 0; c < classes; ++c) total += shares[c * kCaseLanes + lane] = value(c);
+    for (std::size_t c = 0; c < classes && total != 0; ++c) shares[c * kCaseLanes + lane] /= total;
     return total != 0;
   };
   const bool ranked = maximum == -kInfinity
-                          ? fill([&](std::size_t row) { return priors_[row]; })
-                          : fill([&](std::size_t row) {
-                              const double value = logarithm(row);
+                          ? fill([&](std::size_t c) { return priors_[first + c]; })
+                          : fill([&](std::size_t c) {
+                              const double value = logarithm(c);
                               return value == maximum ? 1.0 : PortableExp(value - maximum);
                             });
   if (!ranked) fill([](std::size_t) { return 1.0; });
+  std::size_t chosen = 0;
+  for (std::size_t c = 1; c < classes; ++c) {
+    if (IsGreater(shares[c * kCaseLanes + lane], shares[chosen * kCaseLanes + lane])) chosen = c;
+  }
+  return static_cast<double>(chosen);
 }
 
 }  // namespace qrvml

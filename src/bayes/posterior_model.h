@@ -18,7 +18,8 @@ namespace qrvml {
 
 /// What was found for a block of cases. Class rows as in ClassStatistics.
 struct ClassifiedBlock {
-  HostArray<double> posteriors;            // per case and class row; -9999: no prediction
+  HostArray<double>
+      posteriors;  // per case and class row, -9999: no prediction; empty where not wanted
   HostArray<std::int32_t> predictedClass;  // per case and dependent; -1: no prediction
   bool numericFault = false;               // a likelihood was not a number
 };
@@ -41,7 +42,8 @@ class PosteriorModel {
   /// likelihood times prior instead, one that is no number last, and the posteriors are
   /// exp(logarithm - maximum), normalised. A case that no class can have takes the priors. The
   /// first class with the largest posterior is predicted.
-  void Classify(const double* rows, std::size_t count, WorkerTeam& team, ClassifiedBlock& block);
+  void Classify(const double* rows, std::size_t count, bool keepsPosteriors, WorkerTeam& team,
+                ClassifiedBlock& block);
 
   /// Cases whose classification takes some milliseconds.
   std::size_t RowsTogether() const { return rowsTogether_; }
@@ -61,7 +63,9 @@ class PosteriorModel {
   /// What one thread works with.
   struct Scratch {
     HostArray<double> lanes;             // per input and lane
+    HostArray<double> rows;              // the last rows, where they are no whole block
     HostArray<double> sums;              // per class row and lane
+    HostArray<double> products;          // the same: likelihood times prior, then posterior
     HostArray<std::int32_t> categories;  // per categorical input and lane
     bool numericFault = false;
   };
@@ -77,8 +81,8 @@ class PosteriorModel {
   void AddTerms(std::size_t row, Scratch& scratch) const;
   void Conclude(std::size_t d, std::size_t count, const double* noPrediction, double* posteriors,
                 std::int32_t* predicted, Scratch& scratch) const;
-  void RankByLogarithm(std::size_t d, std::size_t lane, const double* sums,
-                       double* posteriors) const;
+  /// Fills the shares of a lane. Returns the class that is ranked first.
+  double RankByLogarithm(std::size_t d, std::size_t lane, const double* sums, double* shares) const;
 
   std::size_t inputs_ = 0, continuous_ = 0;
   std::vector<std::size_t> firstRow_;     // per dependent, and one behind the last

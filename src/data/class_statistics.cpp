@@ -57,7 +57,9 @@ void ClassStatistics::AddCases(const ClassifiedRows& rows, WorkerTeam& team) {
     if (part >= parts) return;
     const std::size_t first = groups * part / parts * kInputsTogether;
     const std::size_t last = groups * (part + 1) / parts * kInputsTogether;
-    AddMoments(rows, first, std::min(last, inputs_));
+    Kernel().add({rows.count, inputs_, dependents(), rows.inputs, caseClasses_.data(), rows.weights,
+                  missing_.data()},
+                 first, std::min(last, inputs_), {weight_.data(), mean_.data(), squares_.data()});
   });
   AddPairs(rows);
 }
@@ -65,39 +67,12 @@ void ClassStatistics::AddCases(const ClassifiedRows& rows, WorkerTeam& team) {
 void ClassStatistics::FindClasses(const ClassifiedRows& rows) {
   const std::size_t m = dependents();
   caseClasses_.Resize(rows.count * m);
-  caseMisses_.Resize(rows.count);
-  const double* codes = missing_.data();
-  const auto countMissing = Kernel().countMissing;
+  const double* codes = missing_.data() + inputs_;
   for (std::size_t i = 0; i < rows.count; ++i) {
-    caseMisses_[i] = countMissing(inputs_, rows.inputs + i * inputs_, codes) != 0 ? 1 : 0;
     for (std::size_t d = 0; d < m; ++d) {
       const double value = rows.dependents[i * m + d];
-      const int c = value == codes[inputs_ + d] ? -1 : dependentLookups_[d].ClassOf(value);
+      const int c = value == codes[d] ? -1 : dependentLookups_[d].ClassOf(value);
       caseClasses_[i * m + d] = c < 0 ? -1 : static_cast<std::int32_t>(firstRow_[d]) + c;
-    }
-  }
-}
-
-void ClassStatistics::AddMoments(const ClassifiedRows& rows, std::size_t first, std::size_t last) {
-  const std::size_t m = dependents();
-  const auto add = Kernel().add;
-  for (std::size_t i = 0; i < rows.count; ++i) {
-    const double* values = rows.inputs + i * inputs_;
-    const double w = rows.weights == nullptr ? 1.0 : rows.weights[i];
-    for (std::size_t d = 0; d < m; ++d) {
-      const std::int32_t row = caseClasses_[i * m + d];
-      if (row < 0) continue;
-      const std::size_t at = static_cast<std::size_t>(row) * inputs_;
-      const auto sumsFrom = [&](std::size_t k) {
-        return MomentSums{weight_.data() + at + k, mean_.data() + at + k, squares_.data() + at + k};
-      };
-      if (caseMisses_[i] == 0) {
-        add(last - first, values + first, w, sumsFrom(first));
-        continue;
-      }
-      for (std::size_t k = first; k < last; ++k) {
-        if (values[k] != missing_[k]) add(1, values + k, w, sumsFrom(k));
-      }
     }
   }
 }
@@ -128,7 +103,6 @@ void ClassStatistics::Finish() {
     for (double& squares : squares_.subspan(row * inputs_, inputs_)) squares /= divisor;
   }
   caseClasses_.Release();
-  caseMisses_.Release();
 }
 
 void ClassStatistics::ReplaceZeroPairCounts(std::int32_t count) {

@@ -77,9 +77,8 @@ class ClassStatistics {
   std::size_t PairIndex(std::size_t row, std::size_t m, std::size_t v) const {
     return row * firstPair_.back() + firstPair_[m] + v;
   }
-  /// The class row of each dependent of each case, -1: none; and which cases miss an input.
+  /// The class row of each dependent of each case, -1: none.
   void FindClasses(const ClassifiedRows& rows);
-  void AddMoments(const ClassifiedRows& rows, std::size_t first, std::size_t last);
   void AddPairs(const ClassifiedRows& rows);
 
   std::size_t inputs_ = 0;
@@ -91,7 +90,6 @@ class ClassStatistics {
   HostArray<double> weight_, mean_, squares_;  // per class row and input
   HostArray<std::int32_t> pairs_;              // per class row, category of each categorical input
   HostArray<std::int32_t> caseClasses_;        // scratch: per case and dependent
-  HostArray<std::uint8_t> caseMisses_;         // scratch: per case
 };
 
 }  // namespace qrvml

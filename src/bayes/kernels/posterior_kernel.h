@@ -1,5 +1,6 @@
 // The inner loops of posteriors, compiled for three processor levels. One lane per case: each
-// case's own sum keeps the order of the inputs, so every level gives the same bits.
+// case's own sum keeps the order of the inputs, so every level gives the same bits. All arrays of
+// lanes are aligned to 64 bytes.
 #pragma once
 
 #include <cstddef>
@@ -16,18 +17,24 @@ struct NormalTerms {
 };
 
 struct PosteriorKernel {
-  /// Lays rows out input by input: lanes[k * kCaseLanes + row] for rows < count; the other lanes
-  /// repeat the last row.
-  void (*transpose)(const double* rows, std::size_t count, std::size_t inputs, double* lanes);
+  /// Lays kCaseLanes rows out input by input: lanes[k * kCaseLanes + row].
+  void (*transpose)(const double* rows, std::size_t inputs, double* lanes);
   /// marks[lane] is set to 1 where an input equals its missing-data code, else to 0.
   void (*markMissing)(std::size_t inputs, const double* lanes, const double* codes, double* marks);
   /// sums[lane] += the term of each input in turn.
   void (*addNormal)(std::size_t inputs, const double* lanes, NormalTerms terms, double* sums);
   /// sums[lane] += terms[lane].
   void (*add)(const double* terms, double* sums);
-  /// products[lane] = e^exponent factor; `slow`: lanes whose e^x is no normal number are left to
-  /// the caller. Returns whether there are any.
-  bool (*exponential)(const double* exponents, double factor, double* products, bool* slow);
+  /// products[lane] = e^exponent factor, in the bits of PortableExp; slow[lane] = 1 where
+  /// e^exponent may be no normal number and is left to the caller, else 0. Returns whether there
+  /// are any.
+  bool (*exponential)(const double* exponents, double factor, double* products, double* slow);
+  /// Products, class by class, become shares of their sum; largest[lane] = the first class with the
+  /// largest share above 0, -1: none. bad[lane] = 1, and its shares are worth nothing, where the
+  /// sum is 0, infinite or not a number, else 0; sums[lane]: the sum. Returns whether any lane is
+  /// bad.
+  bool (*conclude)(std::size_t classes, double* products, double* sums, double* largest,
+                   double* bad);
 };
 
 extern const PosteriorKernel kPosteriorKernelV2;

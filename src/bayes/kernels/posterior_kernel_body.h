@@ -1,5 +1,8 @@
 // The source of the kernel, included once by the file of each processor level. Everything here has
 // internal linkage: code compiled for a newer processor must not be shared by the linker.
+//
+// Written in the compiler's vectors, whose operators work lane by lane; a comparison gives all bits
+// or none.
 #pragma once
 
 #include "bayes/kernels/posterior_kernel.h"
@@ -8,75 +11,155 @@ namespace {
 
 using qrvml::kCaseLanes;
 
-void Transpose(const double* rows, std::size_t count, std::size_t inputs, double* lanes) {
-  for (std::size_t lane = 0; lane < kCaseLanes; ++lane) {
-    const double* row = rows + (lane < count ? lane : count - 1) * inputs;
-    for (std::size_t k = 0; k < inputs; ++k) lanes[k * kCaseLanes + lane] = row[k];
+#if defined(__AVX512F__)
+constexpr std::size_t kBytes = 64;
+#elif defined(__AVX2__)
+constexpr std::size_t kBytes = 32;
+#else
+constexpr std::size_t kBytes = 16;
+#endif
+using Vector = double __attribute__((vector_size(kBytes), may_alias));
+using Words = long long __attribute__((vector_size(kBytes), may_alias));
+constexpr std::size_t kWidth = kBytes / sizeof(double);
+constexpr std::size_t kTogether = 4;  // vectors whose sums stay in registers
+constexpr std::size_t kSteps = kCaseLanes / (kWidth * kTogether);
+
+inline Vector Load(const double* lanes) { return *reinterpret_cast<const Vector*>(lanes); }
+inline void Store(double* lanes, Vector value) { *reinterpret_cast<Vector*>(lanes) = value; }
+inline Vector Spread(double x) { return Vector{} + x; }
+
+// Small squares are turned in registers: 4 x 4 where a vector of that length is one register.
+#if defined(__AVX2__)
+using Row = double __attribute__((vector_size(32), aligned(8), may_alias));
+using Order = long long __attribute__((vector_size(32)));
+constexpr std::size_t kSquare = 4;
+inline void TurnSquare(const double* rows, std::size_t stride, double* lanes) {
+  using Whole = double __attribute__((vector_size(32)));
+  const Whole a = *reinterpret_cast<const Row*>(rows);
+  const Whole b = *reinterpret_cast<const Row*>(rows + stride);
+  const Whole c = *reinterpret_cast<const Row*>(rows + 2 * stride);
+  const Whole d = *reinterpret_cast<const Row*>(rows + 3 * stride);
+  const Order even{0, 4, 2, 6}, odd{1, 5, 3, 7}, low{0, 1, 4, 5}, high{2, 3, 6, 7};
+  const Whole ab0 = __builtin_shuffle(a, b, even), ab1 = __builtin_shuffle(a, b, odd);
+  const Whole cd0 = __builtin_shuffle(c, d, even), cd1 = __builtin_shuffle(c, d, odd);
+  *reinterpret_cast<Row*>(lanes) = __builtin_shuffle(ab0, cd0, low);
+  *reinterpret_cast<Row*>(lanes + kCaseLanes) = __builtin_shuffle(ab1, cd1, low);
+  *reinterpret_cast<Row*>(lanes + 2 * kCaseLanes) = __builtin_shuffle(ab0, cd0, high);
+  *reinterpret_cast<Row*>(lanes + 3 * kCaseLanes) = __builtin_shuffle(ab1, cd1, high);
+}
+#else
+constexpr std::size_t kSquare = 2;
+inline void TurnSquare(const double* rows, std::size_t stride, double* lanes) {
+  lanes[0] = rows[0];
+  lanes[1] = rows[stride];
+  lanes[kCaseLanes] = rows[1];
+  lanes[kCaseLanes + 1] = rows[stride + 1];
+}
+#endif
+
+void Transpose(const double* rows, std::size_t inputs, double* lanes) {
+  const std::size_t whole = inputs / kSquare * kSquare;
+  for (std::size_t lane = 0; lane < kCaseLanes; lane += kSquare) {
+    const double* row = rows + lane * inputs;
+    for (std::size_t k = 0; k < whole; k += kSquare)
+      TurnSquare(row + k, inputs, lanes + k * kCaseLanes + lane);
+    for (std::size_t k = whole; k < inputs; ++k) {
+      for (std::size_t i = 0; i < kSquare; ++i)
+        lanes[k * kCaseLanes + lane + i] = row[i * inputs + k];
+    }
   }
 }
 
 void MarkMissing(std::size_t inputs, const double* lanes, const double* codes, double* marks) {
-  double marked[kCaseLanes] = {};
-  for (std::size_t k = 0; k < inputs; ++k) {
-    const double* values = lanes + k * kCaseLanes;
-    const double code = codes[k];
-    for (std::size_t lane = 0; lane < kCaseLanes; ++lane)
-      marked[lane] = values[lane] == code ? 1.0 : marked[lane];
+  for (std::size_t step = 0; step < kSteps; ++step) {
+    const std::size_t from = step * kTogether * kWidth;
+    Words marked[kTogether] = {};
+    for (std::size_t k = 0; k < inputs; ++k) {
+      const Vector code = Spread(codes[k]);
+      for (std::size_t v = 0; v < kTogether; ++v)
+        marked[v] |= Load(lanes + k * kCaseLanes + from + v * kWidth) == code;
+    }
+    for (std::size_t v = 0; v < kTogether; ++v)
+      Store(marks + from + v * kWidth, marked[v] ? Spread(1.0) : Spread(0.0));
   }
-  for (std::size_t lane = 0; lane < kCaseLanes; ++lane) marks[lane] = marked[lane];
 }
 
 void AddNormal(std::size_t inputs, const double* lanes, qrvml::NormalTerms terms, double* sums) {
-  double total[kCaseLanes];
-  for (std::size_t lane = 0; lane < kCaseLanes; ++lane) total[lane] = sums[lane];
-  for (std::size_t k = 0; k < inputs; ++k) {
-    const double* values = lanes + k * kCaseLanes;
-    const double height = terms.height[k], mean = terms.mean[k], rate = terms.rate[k];
-    for (std::size_t lane = 0; lane < kCaseLanes; ++lane) {
-      const double difference = values[lane] - mean;
-      total[lane] += height - difference * difference * rate;
+  for (std::size_t step = 0; step < kSteps; ++step) {
+    const std::size_t from = step * kTogether * kWidth;
+    Vector total[kTogether];
+    for (std::size_t v = 0; v < kTogether; ++v) total[v] = Load(sums + from + v * kWidth);
+    for (std::size_t k = 0; k < inputs; ++k) {
+      const Vector height = Spread(terms.height[k]), mean = Spread(terms.mean[k]);
+      const Vector rate = Spread(terms.rate[k]);
+      for (std::size_t v = 0; v < kTogether; ++v) {
+        const Vector difference = Load(lanes + k * kCaseLanes + from + v * kWidth) - mean;
+        total[v] += height - difference * difference * rate;
+      }
     }
+    for (std::size_t v = 0; v < kTogether; ++v) Store(sums + from + v * kWidth, total[v]);
   }
-  for (std::size_t lane = 0; lane < kCaseLanes; ++lane) sums[lane] = total[lane];
 }
 
 void Add(const double* terms, double* sums) {
-  for (std::size_t lane = 0; lane < kCaseLanes; ++lane) sums[lane] += terms[lane];
+  for (std::size_t lane = 0; lane < kCaseLanes; lane += kWidth)
+    Store(sums + lane, Load(sums + lane) + Load(terms + lane));
+}
+
+bool AnyLane(const double* marks) {
+  double any = 0;
+  for (std::size_t lane = 0; lane < kCaseLanes; ++lane) any = marks[lane] > any ? marks[lane] : any;
+  return any != 0;
 }
 
 /// The operations of PortableExp one for one where its result is a normal number.
-bool Exponential(const double* exponents, double factor, double* products, bool* slow) {
-  constexpr double kSmallest = -700, kLargest = 700;
-  bool anySlow = false;
-  for (std::size_t lane = 0; lane < kCaseLanes; ++lane) {
-    slow[lane] = !(exponents[lane] > kSmallest && exponents[lane] < kLargest);
-    anySlow = anySlow || slow[lane];
-  }
-  for (std::size_t lane = 0; lane < kCaseLanes; ++lane) {
-    const double x = slow[lane] ? 0.0 : exponents[lane];
-    const double k = __builtin_floor(x * 1.4426950408889634 + 0.5);
-    const double r = (x - k * 0.693147180369123816490) - k * 1.90821492927058770002e-10;
-    double series = 1.0 / 87178291200.0;
-    series = series * r + 1.0 / 6227020800.0;
-    series = series * r + 1.0 / 479001600.0;
-    series = series * r + 1.0 / 39916800.0;
-    series = series * r + 1.0 / 3628800.0;
-    series = series * r + 1.0 / 362880.0;
-    series = series * r + 1.0 / 40320.0;
-    series = series * r + 1.0 / 5040.0;
-    series = series * r + 1.0 / 720.0;
-    series = series * r + 1.0 / 120.0;
-    series = series * r + 1.0 / 24.0;
-    series = series * r + 1.0 / 6.0;
-    series = series * r + 1.0 / 2.0;
+bool Exponential(const double* exponents, double factor, double* products, double* slow) {
+  constexpr double kSmallest = -700, kLargest = 700, kShift = 6755399441055744.0;  // 1.5 2^52
+  constexpr double kFactorials[] = {6227020800.0, 479001600.0, 39916800.0, 3628800.0,
+                                    362880.0,     40320.0,     5040.0,     720.0,
+                                    120.0,        24.0,        6.0,        2.0};
+  for (std::size_t lane = 0; lane < kCaseLanes; lane += kWidth) {
+    const Vector exponent = Load(exponents + lane);
+    const Words isFast = (exponent > kSmallest) & (exponent < kLargest);
+    const Vector x = isFast ? exponent : Spread(0.0);
+    Store(slow + lane, isFast ? Spread(0.0) : Spread(1.0));
+    // The integer part of x log2(e) + 0.5: the nearest integer, less 1 where that is above.
+    const Vector scaled = x * 1.4426950408889634 + 0.5;
+    const Vector nearest = (scaled + kShift) - kShift;
+    const Vector k = nearest - (nearest > scaled ? Spread(1.0) : Spread(0.0));
+    const Vector r = (x - k * 0.693147180369123816490) - k * 1.90821492927058770002e-10;
+    Vector series = Spread(1.0 / 87178291200.0);
+    for (const double factorial : kFactorials) series = series * r + 1.0 / factorial;
     // 2^k: k + 1023 stands in the low bits of k + 1023 + 1.5 2^52.
-    const double shifted = k + (1023.0 + 6755399441055744.0);
-    const auto bits = __builtin_bit_cast(unsigned long long, shifted) << 52;
-    products[lane] = (1.0 + (r + r * r * series)) * __builtin_bit_cast(double, bits) * factor;
+    const Vector shifted = k + (1023.0 + kShift);
+    const Words bits = reinterpret_cast<const Words&>(shifted) << 52;
+    const Vector power = reinterpret_cast<const Vector&>(bits);
+    Store(products + lane, (1.0 + (r + r * r * series)) * power * factor);
   }
-  return anySlow;
+  return AnyLane(slow);
 }
 
-constexpr qrvml::PosteriorKernel kKernel{Transpose, MarkMissing, AddNormal, Add, Exponential};
+bool Conclude(std::size_t classes, double* products, double* sums, double* largest, double* bad) {
+  for (std::size_t lane = 0; lane < kCaseLanes; lane += kWidth) {
+    Vector sum = Spread(0.0);
+    for (std::size_t c = 0; c < classes; ++c) sum += Load(products + c * kCaseLanes + lane);
+    Store(sums + lane, sum);
+    const Words isGood = (sum > 0.0) & (sum <= __DBL_MAX__);
+    Store(bad + lane, isGood ? Spread(0.0) : Spread(1.0));
+    Vector best = Spread(0.0), chosen = Spread(-1.0);
+    for (std::size_t c = 0; c < classes; ++c) {
+      const Vector share = Load(products + c * kCaseLanes + lane) / sum;
+      Store(products + c * kCaseLanes + lane, share);
+      const Words isGreater = share > best;
+      best = isGreater ? share : best;
+      chosen = isGreater ? Spread(static_cast<double>(c)) : chosen;
+    }
+    Store(largest + lane, chosen);
+  }
+  return AnyLane(bad);
+}
+
+constexpr qrvml::PosteriorKernel kKernel{Transpose, MarkMissing, AddNormal,
+                                         Add,       Exponential, Conclude};
 
 }  // namespace

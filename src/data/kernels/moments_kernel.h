@@ -3,22 +3,31 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 namespace qrvml {
 
-/// The moments of one class, input by input.
+/// Rows of cases and the class rows that they belong to.
+struct MomentCases {
+  std::size_t count = 0, inputs = 0, dependents = 0;
+  const double* rows = nullptr;           // count x inputs
+  const std::int32_t* classes = nullptr;  // count x dependents: class row, -1: none
+  const std::int32_t* weights = nullptr;  // per row; null: all 1
+  const double* missing = nullptr;        // missing-data code per input
+};
+
+/// The moments, class row by class row and input by input.
 struct MomentSums {
-  double* __restrict weight;   // weighted cases so far
-  double* __restrict mean;     // of them
-  double* __restrict squares;  // weighted sum of squared deviations from it
+  double* weight;   // weighted cases so far
+  double* mean;     // of them
+  double* squares;  // weighted sum of squared deviations from it
 };
 
 struct MomentsKernel {
-  /// Takes in a case of weight w without missing values: for each input x
+  /// Takes in the inputs first to last - 1 of all cases in order. For each class row of a case of
+  /// weight w, and each input x that is not missing:
   ///   weight += w, d = x - mean, mean += w d / weight, squares += w d (x - mean).
-  void (*add)(std::size_t inputs, const double* values, double w, MomentSums sums);
-  /// How many of the values equal their missing-data codes.
-  int (*countMissing)(std::size_t inputs, const double* values, const double* codes);
+  void (*add)(const MomentCases& cases, std::size_t first, std::size_t last, MomentSums sums);
 };
 
 extern const MomentsKernel kMomentsKernelV2;
