@@ -34,7 +34,7 @@ find_program(QRVML_CCACHE ccache)
 if(QRVML_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER
       "${CMAKE_COMMAND}" -E env "CCACHE_BASEDIR=${CMAKE_SOURCE_DIR}" CCACHE_NOHASHDIR=1
-      "${QRVML_CCACHE}")
+      CCACHE_SLOPPINESS=pch_defines,time_macros "${QRVML_CCACHE}")
 endif()
 
 # qrvml_sources(<variable> <folder>...): every .cpp below the folders; empty when there is none yet.
