@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "bayes/naive_bayes_case_source.h"
+#include "bayes/naive_bayes_deployment.h"
 #include "bayes/naive_bayes_texts.h"
 #include "data/shared_input.h"
 #include "data/value_text.h"
@@ -232,8 +233,15 @@ std::string NaiveBayesResultsDialog::FixedInputList() const {
   return names + '\n' + values;
 }
 
-bool NaiveBayesResultsDialog::MakeCode(CodeKind, std::size_t, std::string_view, std::string&) {
-  return RefuseText("Naive Bayes deployment code: not available in this version.");
+bool NaiveBayesResultsDialog::MakeCode(CodeKind kind, std::size_t dependent,
+                                       std::string_view charset, std::string& text) {
+  const DeployedVariables variables = DescribeVariables(*analysis().services().file, data());
+  NaiveBayesCode code(variables, data(), engine_);
+  if (kind == CodeKind::pmml) {
+    text = MakePmmlDocument(variables, code, dependent, charset);
+    return !text.empty();
+  }
+  return MakeProgram(kind == CodeKind::c ? Dialect::c : Dialect::qvb, variables, code, text);
 }
 
 }  // namespace qrvml

@@ -10,7 +10,7 @@ constexpr std::string_view kHeader =
     R"(// ================================================================================
 //  ${name} module deployment code
 
-${data}//  C11 or C++; as C: cc -std=c11 -include stdbool.h -ffp-contract=off -O2 FILE -lm
+${data}//  ${languages}: cc -std=c11 -include stdbool.h -ffp-contract=off -O2 FILE -lm
 //  ${}
 //  Number of variables included in the analysis = ${variables}
 //  Number of dependents (output) variables = ${dependents}
@@ -135,6 +135,7 @@ std::string MakeCProgram(const DeployedVariables& variables, MethodCode& method)
   const std::string_view name = method.wording().name;
   return MakeText([&](CodeWriter& out) {
     out.Fill(kHeader, {{"name", name},
+                       {"languages", method.wording().languages},
                        {"data", data},
                        {"variables", dependents + inputs},
                        {"dependents", dependents},

@@ -10,6 +10,7 @@
 #include "data/reading_rules.h"
 #include "deploy/code_writer.h"
 #include "deploy/deployed_variables.h"
+#include "deploy/dialect.h"
 
 namespace qrvml {
 
@@ -22,6 +23,7 @@ struct MethodWording {
   std::string_view qvbColumns;     // comment lines about the output's columns
   std::string_view qvbIndex;       // of the output array, as its last two lines write it
   std::string_view harnessInputs;  // the harness's array
+  std::string_view languages;      // in which the C text compiles, for its banner
 };
 
 inline constexpr std::string_view kColumnComments =
@@ -30,10 +32,11 @@ inline constexpr std::string_view kColumnComments =
 
 constexpr MethodWording kMethodWordings[] = {
     {"SVM", "Support Vector Machine", "'", "ReDim DataOut(Lower To Upper)", kColumnComments, "I",
-     "input"},
+     "input", "C11 or C++; as C"},
     {"Naive Bayes", "Naive Bayes", "'", "ReDim DataOut(Lower To Upper)", kColumnComments, "I",
-     "inputs"},
-    {"KNN", "KNN", "' Zephyr variables", "ReDim DataOut( Lower To Upper )", "", "i", "inputs"},
+     "inputs", "C11, no C++"},
+    {"KNN", "KNN", "' Zephyr variables", "ReDim DataOut( Lower To Upper )", "", "i", "inputs",
+     "C11 or C++; as C"},
 };
 
 constexpr const MethodWording& WordingOf(Method method) {
@@ -86,6 +89,9 @@ inline constexpr std::string_view kCSeparator =
 std::string MakeCProgram(const DeployedVariables& variables, MethodCode& method);
 /// The script of a workflow node.
 std::string MakeQvbScript(const DeployedVariables& variables, MethodCode& method);
+/// The one or the other. False: a code is beyond the languages' integers, which is told.
+bool MakeProgram(Dialect dialect, const DeployedVariables& variables, MethodCode& method,
+                 std::string& text);
 /// The document of one dependent. `charset`: the name of the character set in which it will be
 /// kept; empty, when that is not known, gives an empty text.
 std::string MakePmmlDocument(const DeployedVariables& variables, MethodCode& method,

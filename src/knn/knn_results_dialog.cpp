@@ -183,10 +183,7 @@ bool KNNResultsDialog::MakeCode(CodeKind kind, std::size_t dependent, std::strin
     text = MakePmmlDocument(variables, code, dependent, charset);
     return !text.empty();
   }
-  if (const DeployedVariable* beyond = FindCodeBeyondInteger(variables))
-    return RefuseText(BeyondIntegerText(*beyond));
-  text = kind == CodeKind::c ? MakeCProgram(variables, code) : MakeQvbScript(variables, code);
-  return true;
+  return MakeProgram(kind == CodeKind::c ? Dialect::c : Dialect::qvb, variables, code, text);
 }
 
 }  // namespace qrvml
