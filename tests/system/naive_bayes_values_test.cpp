@@ -35,11 +35,26 @@ TEST_F(NaiveBayes, ConfidencesOnTheIrisesAreThoseOfNormalDensities) {
   }
 }
 
-TEST_F(NaiveBayes, DeploymentIsRefusedAndSaysSo) {
-  const Outcome outcome =
-      Run({"nb", Example("iris.csv"), "--variables", "|Species|1-4|", "--do", "CodeGeneratorPMML"});
-  EXPECT_EQ(outcome.code, 1);
-  EXPECT_NE(outcome.err.find("not available in this version"), std::string::npos) << outcome.err;
+// The predicted classes per species are those of R's densities, as above.
+TEST_F(NaiveBayes, TheGeneratedProgramClassifiesTheIrisesAsNormalDensitiesDo) {
+  const std::string folder = Out().string();
+  const Outcome made = Run({"nb", Example("iris.csv"), "--variables", "|Species|1-4|",
+                            "--ApplySampling=0", "--do", "CodeGeneratorCLang", "--out", folder});
+  ASSERT_EQ(made.code, 0) << made.err;
+  const Outcome scored =
+      Run({"score", "--c", folder + "/001-naive-bayes-c-c-deployment-code.c", Example("iris.csv")});
+  ASSERT_EQ(scored.code, 0) << scored.err;
+  const auto count = [&](const char* predicted, const char* observed) {
+    const std::string cells = std::string(",") + predicted + "," + observed + ",";
+    int cases = 0;
+    for (std::size_t at = 0; (at = scored.out.find(cells, at)) != std::string::npos; ++at) ++cases;
+    return cases;
+  };
+  EXPECT_EQ(count("setosa", "setosa"), 50);
+  EXPECT_EQ(count("versicolor", "versicolor"), 47);
+  EXPECT_EQ(count("virginica", "versicolor"), 3);
+  EXPECT_EQ(count("versicolor", "virginica"), 3);
+  EXPECT_EQ(count("virginica", "virginica"), 47);
 }
 
 }  // namespace
