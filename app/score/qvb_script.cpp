@@ -25,9 +25,10 @@ struct Unreadable {
 using Settings = std::map<std::string, int, std::less<>>;
 
 Settings ReadSettings(std::string_view text) {
-  constexpr std::string_view kNames[] = {
-      "NoContInputs", "NoCatInputs",   "NoContOutputs",   "NoCatOutputs",   "InputIndex",
-      "OutputIndex",  "InputNominals", "NoInputNominals", "OutputNominals", "NoOutputNominals"};
+  constexpr std::string_view kNames[] = {"NoContInputs",   "NoCatInputs",     "NoContOutputs",
+                                         "NoCatOutputs",   "NoOutputs",       "InputIndex",
+                                         "OutputIndex",    "InputNominals",   "NoInputNominals",
+                                         "OutputNominals", "NoOutputNominals"};
   Settings settings;
   while (!text.empty()) {
     const std::size_t end = std::min(text.find('\n'), text.size());
@@ -54,15 +55,31 @@ int Setting(const Settings& settings, const std::string& name, int least, int mo
   return found->second;
 }
 
+constexpr int kMostFields = 1000000;
+
+/// The settings of a script that has only categorical dependents and names the first one alone, in
+/// the words of the others.
+Settings SayAllDependents(Settings settings) {
+  const auto only = settings.find("OutputIndex");
+  if (only == settings.end()) return settings;
+  const int dependents = Setting(settings, "NoOutputs", 1, kMostFields);
+  if (dependents > 1)
+    throw Unreadable{"it has " + std::to_string(dependents) +
+                     " dependents and says only which variable the first one is"};
+  settings.insert_or_assign("NoContOutputs", 0);
+  settings.insert_or_assign("NoCatOutputs", dependents);
+  settings.insert_or_assign("OutputIndex(1)", only->second);
+  return settings;
+}
+
 /// Fields that the script calls by `kind`: "Input" or "Output".
 std::vector<DeployedField> ReadFields(const Settings& settings, const std::string& kind,
                                       const DataFile& file) {
-  constexpr int kMost = 1000000;
   const auto get = [&](const std::string& name, int least, int most) {
     return Setting(settings, name, least, most);
   };
-  const int continuous = get("NoCont" + kind + 's', 0, kMost);
-  const int categorical = get("NoCat" + kind + 's', 0, kMost);
+  const int continuous = get("NoCont" + kind + 's', 0, kMostFields);
+  const int categorical = get("NoCat" + kind + 's', 0, kMostFields);
   std::vector<DeployedField> fields;
   for (int i = 1; i <= continuous + categorical; ++i) {
     const int variable =
@@ -72,7 +89,7 @@ std::vector<DeployedField> ReadFields(const Settings& settings, const std::strin
     field.isCategorical = i > continuous;
     if (!field.isCategorical) continue;
     const std::string place = std::to_string(i - continuous);
-    const int categories = get("No" + kind + "Nominals(" + place + ')', 1, kMost);
+    const int categories = get("No" + kind + "Nominals(" + place + ')', 1, kMostFields);
     for (int c = 1; c <= categories; ++c) {
       const double code = get(kind + "Nominals(" + place + ", " + std::to_string(c) + ')',
                               std::numeric_limits<int>::min(), std::numeric_limits<int>::max());
@@ -128,7 +145,7 @@ std::unique_ptr<QvbScript> QvbScript::Read(std::string name, std::string text, c
                                            const ScriptLimits& limits, std::string& error) {
   std::unique_ptr<QvbScript> script(new QvbScript(std::move(name), std::move(text), limits));
   try {
-    const Settings settings = ReadSettings(script->text_);
+    const Settings settings = SayAllDependents(ReadSettings(script->text_));
     script->inputs = ReadFields(settings, "Input", file);
     script->dependents = ReadFields(settings, "Output", file);
   } catch (const Unreadable& unreadable) {

@@ -72,6 +72,12 @@ double NaiveBayesCode::Frequency(std::size_t d, std::size_t c, std::size_t m, st
   return IsEqual(cases, 0.0) ? 0.0 : data_.classStatistics().pairCount(d, c, m, v) / cases;
 }
 
+double NaiveBayesCode::Variance(std::size_t d, std::size_t c, std::size_t k) const {
+  return engine_.DistributionOf(k) == Distribution::normal
+             ? NormalVariance(data_, d, c, k)
+             : data_.classStatistics().condStd(d, c, k);
+}
+
 void NaiveBayesCode::PutTables(CodeWriter& out, const PutElement& put) const {
   const ClassStatistics& statistics = data_.classStatistics();
   ForEachClass([&](std::size_t d, std::size_t c) {
@@ -80,8 +86,7 @@ void NaiveBayesCode::PutTables(CodeWriter& out, const PutElement& put) const {
   });
   out.Put("\n");
   ForEachClass([&](std::size_t d, std::size_t c) {
-    for (std::size_t k = 0; k < continuous(); ++k)
-      put("CondStd", {d, c, k}, statistics.condStd(d, c, k));
+    for (std::size_t k = 0; k < continuous(); ++k) put("CondStd", {d, c, k}, Variance(d, c, k));
   });
   out.Put("\n");
   ForEachClass([&](std::size_t d, std::size_t c) {

@@ -152,55 +152,12 @@ constexpr std::string_view kPredict = R"(Private Function Predict()
 			End If
 		Next j
 		Predictions(i) = OutputNominals(i, Best)
-
-		If Outputs(i)<>MissingCode Then
-			If Outputs(i) = Predictions(i) Then
-				Residuals(i) = 0
-			Else
-				Residuals(i) = 1
-			End If
-		Else
-			Residuals(i) = MissingCode
-		End If
-	Next i
-End Function
 )";
-
-/// "name(1, 2)", with the given text between the indices, which count from 1.
-void PutPlace(CodeWriter& out, std::string_view name, std::initializer_list<std::size_t> indices,
-              std::string_view between = ", ") {
-  out.Put(name);
-  std::string_view before = "(";
-  for (const std::size_t index : indices) {
-    out.Put(before);
-    out.PutInteger(static_cast<std::int64_t>(index + 1));
-    before = between;
-  }
-  out.Put(")=");
-}
 
 void PutCount(CodeWriter& out, std::string_view name, std::size_t value) {
   out.Put(name);
   out.Put("=");
   out.PutInteger(static_cast<std::int64_t>(value));
-  out.Put("\n");
-}
-
-/// The numbers of categories and their codes.
-void PutNominals(CodeWriter& out, std::string_view counts, std::string_view codes,
-                 std::span<const DeployedVariable> variables) {
-  for (std::size_t i = 0; i < variables.size(); ++i) {
-    PutPlace(out, counts, {i});
-    out.PutInteger(static_cast<std::int64_t>(variables[i].texts.size()));
-    out.Put("\n");
-  }
-  for (std::size_t i = 0; i < variables.size(); ++i) {
-    for (std::size_t v = 0; v < variables[i].texts.size(); ++v) {
-      PutPlace(out, codes, {i, v});
-      out.PutInteger(variables[i].texts[v].code);
-      out.Put("\n");
-    }
-  }
   out.Put("\n");
 }
 
@@ -222,30 +179,30 @@ void NaiveBayesCode::QvbInitialisation(CodeWriter& out) {
   PutCount(out, "NoInputs", inputs.size());
   out.Put("\n");
   for (std::size_t k = 0; k < inputs.size(); ++k) {
-    PutPlace(out, "InputIndex", {k});
+    PutQvbPlace(out, "InputIndex", {k});
     out.PutInteger(inputs[k].number);
     out.Put("\n");
   }
-  PutNominals(out, "NoInputNominals", "InputNominals", std::span(inputs).subspan(continuous()));
+  PutQvbNominals(out, "NoInputNominals", "InputNominals", std::span(inputs).subspan(continuous()));
   PutCount(out, "NoOutputs", dependents());
   PutCount(out, "OutputIndex", static_cast<std::size_t>(variables_.dependents[0].number));
-  PutNominals(out, "NoOutputNominals", "OutputNominals", variables_.dependents);
+  PutQvbNominals(out, "NoOutputNominals", "OutputNominals", variables_.dependents);
   out.Put("Threshold=" + GeneralText(engine_.threshold) + "\n\n");
   for (std::size_t k = 0; k < inputs.size(); ++k) {
-    PutPlace(out, "DistType", {k});
+    PutQvbPlace(out, "DistType", {k});
     out.PutInteger(static_cast<std::int64_t>(engine_.DistributionOf(k)));
     out.Put("\n");
   }
   out.Put("\n");
   ForEachClass([&](std::size_t d, std::size_t c) {
-    PutPlace(out, "Priors", {d, c}, ",");
+    PutQvbPlace(out, "Priors", {d, c}, ",");
     out.PutGeneral(engine_.priors[d][c]);
     out.Put("\n");
   });
   out.Put("\n");
   PutTables(out,
             [&](std::string_view name, std::initializer_list<std::size_t> indices, double value) {
-              PutPlace(out, name, indices);
+              PutQvbPlace(out, name, indices);
               out.PutGeneral(value);
               out.Put("\n");
             });
@@ -263,6 +220,7 @@ void NaiveBayesCode::QvbCase(CodeWriter& out) {
 void NaiveBayesCode::QvbFunctions(CodeWriter& out) {
   out.Put(kDensities);
   out.Fill(kPredict, {{"m", dependents()}, {"classes", MostClasses()}});
+  out.Put(kQvbMisclassified);
 }
 
 }  // namespace qrvml

@@ -24,6 +24,16 @@ bool IsPositiveNumber(double x) { return x > 0 && std::isfinite(x); }
 
 }  // namespace
 
+double NormalVariance(const AnalysisDataSet& data, std::size_t d, std::size_t c, std::size_t k) {
+  const double variance = data.classStatistics().condStd(d, c, k);
+  if (std::isfinite(1.0 / (2.0 * variance))) return variance;
+  constexpr double kShareOfRange = 1e-9;
+  const CaseStatistics& training = data.statistics(Subset::training);
+  const double range = training.Maximum(k) - training.Minimum(k);
+  const double standIn = range * range * kShareOfRange;
+  return IsPositiveNumber(standIn) ? standIn : 1.0;
+}
+
 void PosteriorModel::Release() { *this = {}; }
 
 void PosteriorModel::Build(const AnalysisDataSet& data, std::span<const Distribution> distributions,
@@ -49,19 +59,12 @@ void PosteriorModel::Build(const AnalysisDataSet& data, std::span<const Distribu
   mean_.Assign(rows * continuous_, 0.0);
   rate_.Assign(rows * continuous_, 0.0);
   rule_.Assign(rows * continuous_, Rule::normal);
-  const CaseStatistics& training = data.statistics(Subset::training);
   for (std::size_t k = 0; k < continuous_; ++k) {
-    // The variance of a class whose values are all equal: small beside the input's range, so that
-    // its class wins where the value fits and loses elsewhere.
-    constexpr double kShareOfRange = 1e-9;
-    const double range = training.Maximum(k) - training.Minimum(k);
-    const double standIn =
-        IsPositiveNumber(range * range * kShareOfRange) ? range * range * kShareOfRange : 1.0;
     for (std::size_t d = 0; d < statistics.dependents(); ++d) {
       for (std::size_t c = 0; c < statistics.classes(d); ++c)
         SetTerm(statistics.ClassRow(d, c) * continuous_ + k, distributions[k],
                 statistics.condMean(d, c, k), statistics.condStd(d, c, k),
-                statistics.condWeight(d, c, k), standIn);
+                statistics.condWeight(d, c, k), NormalVariance(data, d, c, k));
     }
   }
   BuildFrequencies(data, threshold);
@@ -69,7 +72,7 @@ void PosteriorModel::Build(const AnalysisDataSet& data, std::span<const Distribu
 }
 
 void PosteriorModel::SetTerm(std::size_t at, Distribution distribution, double mean,
-                             double variance, double weight, double standIn) {
+                             double variance, double weight, double normalVariance) {
   const DistributionParameters parameters = ParametersOf(mean, variance, distribution);
   const bool hasShape = IsPositiveNumber(parameters.scale) && IsPositiveNumber(parameters.shape);
   if (IsEqual(weight, 0.0)) {
@@ -83,10 +86,9 @@ void PosteriorModel::SetTerm(std::size_t at, Distribution distribution, double m
     rate_[at] = parameters.shape;
   } else {
     // Normal, or a class whose values are too close together for another distribution's parameters.
-    const double used = std::isfinite(1.0 / (2.0 * variance)) ? variance : standIn;
-    height_[at] = LogNormalHeight(used);
+    height_[at] = LogNormalHeight(normalVariance);
     mean_[at] = mean;
-    rate_[at] = 1.0 / (2.0 * used);
+    rate_[at] = 1.0 / (2.0 * normalVariance);
   }
 }
 

@@ -24,6 +24,11 @@ struct ClassifiedBlock {
   bool numericFault = false;               // a likelihood was not a number
 };
 
+/// The variance in the normal term of input k for class c of dependent d: the class's own, or,
+/// where all its values are equal, one that is small beside the input's range, so that the class
+/// wins where a value fits and loses elsewhere.
+double NormalVariance(const AnalysisDataSet& data, std::size_t d, std::size_t c, std::size_t k);
+
 class PosteriorModel {
  public:
   /// `distributions` per input, `priors` per class row. Throws MemoryRefused.
@@ -71,7 +76,7 @@ class PosteriorModel {
   };
 
   void SetTerm(std::size_t at, Distribution distribution, double mean, double variance,
-               double weight, double standIn);
+               double weight, double normalVariance);
   double TermOf(std::size_t at, double x) const;
   void BuildFrequencies(const AnalysisDataSet& data, double threshold);
   void BuildRuns(std::span<const Distribution> distributions);

@@ -110,6 +110,26 @@ void PutCList(CodeWriter& out, std::string_view head, std::span<const double> va
 /// places after `offset` (empty: from the first) they take.
 void PutQvbReading(CodeWriter& out, std::string_view array, std::string_view offset,
                    std::string_view count, std::string_view role);
+/// "name(1, 2)=", the indices counted from 0, with the given text between them.
+void PutQvbPlace(CodeWriter& out, std::string_view name, std::initializer_list<std::size_t> indices,
+                 std::string_view between = ", ");
+/// The numbers of classes of categorical variables, then their codes, in text order.
+void PutQvbNominals(CodeWriter& out, std::string_view counts, std::string_view codes,
+                    std::span<const DeployedVariable> categorical);
+/// Of a categorical dependent i: 0 right, 1 wrong, the missing-data code where none is observed.
+inline constexpr std::string_view kQvbMisclassified = R"(
+		If Outputs(i)<>MissingCode Then
+			If Outputs(i) = Predictions(i) Then
+				Residuals(i) = 0
+			Else
+				Residuals(i) = 1
+			End If
+		Else
+			Residuals(i) = MissingCode
+		End If
+	Next i
+End Function
+)";
 
 /// The category elements of a PMML field, each at that indentation and followed by `end`.
 void PutCategories(CodeWriter& out, const DeployedVariable& variable, std::string_view indentation,

@@ -108,6 +108,36 @@ void PutQvbReading(CodeWriter& out, std::string_view array, std::string_view off
             {"end", LoopEnd(kQvb, "k")}});
 }
 
+void PutQvbPlace(CodeWriter& out, std::string_view name, std::initializer_list<std::size_t> indices,
+                 std::string_view between) {
+  out.Put(name);
+  std::string_view before = "(";
+  for (const std::size_t index : indices) {
+    out.Put(before);
+    out.PutInteger(static_cast<std::int64_t>(index + 1));
+    before = between;
+  }
+  out.Put(")=");
+}
+
+void PutQvbNominals(CodeWriter& out, std::string_view counts, std::string_view codes,
+                    std::span<const DeployedVariable> categorical) {
+  for (std::size_t i = 0; i < categorical.size(); ++i) {
+    PutQvbPlace(out, counts, {i});
+    out.PutInteger(static_cast<std::int64_t>(categorical[i].texts.size()));
+    out.Put("\n");
+  }
+  out.Put("\n");
+  for (std::size_t i = 0; i < categorical.size(); ++i) {
+    for (std::size_t j = 0; j < categorical[i].texts.size(); ++j) {
+      PutQvbPlace(out, codes, {i, j});
+      out.PutInteger(categorical[i].texts[j].code);
+      out.Put("\n");
+    }
+  }
+  out.Put("\n");
+}
+
 std::string MakeQvbScript(const DeployedVariables& variables, MethodCode& method) {
   const std::string data = variables.fileName.empty()
                                ? std::string()

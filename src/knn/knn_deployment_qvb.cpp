@@ -234,58 +234,16 @@ constexpr std::string_view kPredictFunction = R"(Private Function Predict()
 				Confidence(i, j) = Confidence(i, j)/Norm
 			Next j
 		End If
-
-		If Outputs(i)<>MissingCode Then
-			If Outputs(i) = Predictions(i) Then
-				Residuals(i) = 0
-			Else
-				Residuals(i) = 1
-			End If
-		Else
-			Residuals(i) = MissingCode
-		End If
-	Next i
-End Function
 )";
 
-/// "name(i)=" and what `put(i)` writes, for i = 1 .. count.
+/// "name(i)=" and what `put(i)` writes.
 template <class Put>
 void PutAssignments(CodeWriter& out, std::string_view name, std::size_t count, Put put) {
-  for (std::size_t i = 1; i <= count; ++i) {
-    out.Put(name);
-    out.Put("(");
-    out.PutInteger(static_cast<std::int64_t>(i));
-    out.Put(")=");
-    put(i - 1);
+  for (std::size_t i = 0; i < count; ++i) {
+    PutQvbPlace(out, name, {i});
+    put(i);
     out.Put("\n");
   }
-}
-
-/// "name(i, j)=" begun.
-void PutElement(CodeWriter& out, std::string_view name, std::size_t i, std::size_t j) {
-  out.Put(name);
-  out.Put("(");
-  out.PutInteger(static_cast<std::int64_t>(i));
-  out.Put(", ");
-  out.PutInteger(static_cast<std::int64_t>(j));
-  out.Put(")=");
-}
-
-/// The numbers of classes of the categorical variables, then their codes, in text order.
-void PutClasses(CodeWriter& out, std::string_view counts, std::string_view codes,
-                std::span<const DeployedVariable> categorical) {
-  PutAssignments(out, counts, categorical.size(), [&](std::size_t i) {
-    out.PutInteger(static_cast<std::int64_t>(categorical[i].texts.size()));
-  });
-  out.Put("\n");
-  for (std::size_t i = 0; i < categorical.size(); ++i) {
-    for (std::size_t j = 0; j < categorical[i].texts.size(); ++j) {
-      PutElement(out, codes, i + 1, j + 1);
-      out.PutInteger(categorical[i].texts[j].code);
-      out.Put("\n");
-    }
-  }
-  out.Put("\n");
 }
 
 void PutNumbers(CodeWriter& out, std::string_view name,
@@ -315,8 +273,8 @@ void KnnCode::QvbInitialisation(CodeWriter& out) {
                           {"ni", inputs.size()}});
   PutNumbers(out, "InputIndex", inputs);
   out.Put("\n");
-  PutClasses(out, "NoInputNominals", "InputNominals",
-             std::span(inputs).subspan(variables_.ContinuousInputs()));
+  PutQvbNominals(out, "NoInputNominals", "InputNominals",
+                 std::span(inputs).subspan(variables_.ContinuousInputs()));
   const auto putScaling = [&](std::string_view name, std::span<const double> values) {
     PutAssignments(out, name, values.size(), [&](std::size_t i) { out.PutGeneral(values[i]); });
     out.Put("\n");
@@ -326,8 +284,8 @@ void KnnCode::QvbInitialisation(CodeWriter& out) {
   out.Fill(kOutputCounts,
            {{"mc", variables_.ContinuousDependents()}, {"mk", variables_.CategoricalDependents()}});
   PutNumbers(out, "OutputIndex", dependents);
-  PutClasses(out, "NoOutputNominals", "OutputNominals",
-             std::span(dependents).subspan(variables_.ContinuousDependents()));
+  PutQvbNominals(out, "NoOutputNominals", "OutputNominals",
+                 std::span(dependents).subspan(variables_.ContinuousDependents()));
   out.Fill(kSettings, {{"weighted", engine_.weighted ? "True" : "False"},
                        {"metric", static_cast<int>(engine_.metric)},
                        {"prototypes", prototypes()},
@@ -336,7 +294,7 @@ void KnnCode::QvbInitialisation(CodeWriter& out) {
                           const std::vector<DeployedVariable>& variables,
                           std::span<const double> values) {
     for (std::size_t k = 0; k < values.size(); ++k) {
-      PutElement(out, name, row, k + 1);
+      PutQvbPlace(out, name, {row - 1, k});
       PutValue(out, variables[k], values[k]);
       out.Put("\n");
     }
@@ -365,6 +323,7 @@ void KnnCode::QvbFunctions(CodeWriter& out) {
   out.Fill(kDistanceFunctions, {{"metric", kMetricBlock}});
   out.Put(kSearchFunction);
   out.Put(kPredictFunction);
+  out.Put(kQvbMisclassified);
 }
 
 }  // namespace qrvml

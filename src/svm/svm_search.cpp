@@ -88,8 +88,8 @@ void SVMEngine::SearchGrid(bool silent) {
     for (std::int32_t b = 0; b < pointsEpsilon; ++b) {
       parameters.C = a * deltaC + minimumC;
       parameters.epsilon = b * deltaEpsilon + minimumEpsilon;
-      // A value that the type does not read trains the models of the point before once more.
-      const bool known = (a > 0 || b > 0) && (b > 0 ? !use.epsilon : !use.C && !use.epsilon);
+      // A value that the type does not read would train the models of the point before again.
+      const bool known = !use.epsilon && (b > 0 || (a > 0 && !use.C));
       if (known) {
         PassFolds(silent);
       } else {

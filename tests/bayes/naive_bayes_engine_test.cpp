@@ -137,7 +137,6 @@ TEST(ClassMoments, KeepTheirDigitsWhereTheSpreadIsSmallBesideTheValues) {
   EXPECT_NEAR(std::sqrt(bayes.learned().condStd(0, 0, 0)), 0.1, 1e-9);
 }
 
-/// Exact: weights 1, 2, 3 of 2, 4, 9 have mean 37/6 and sum of squares 331/6... over weight 6 - 1.
 TEST(ClassMoments, CountAWeightAsThatManyCases) {
   NaiveBayesAnalysis bayes(TableFile("x c=A,B *weight", {"2 A 1", "5 B 1.4", "4 A 2.5", "9 A 1.5",
                                                          "7 B 0.6", "100 A 0.4"}),

@@ -35,26 +35,56 @@ TEST_F(NaiveBayes, ConfidencesOnTheIrisesAreThoseOfNormalDensities) {
   }
 }
 
+struct GeneratedText {
+  const char* request;
+  const char* kind;
+  const char* file;
+};
+constexpr GeneratedText kTexts[] = {
+    {"CodeGeneratorCLang", "--c", "001-naive-bayes-c-c-deployment-code.c"},
+    {"CodeGeneratorQVB", "--qvb", "001-quorvantis-naive-bayes-qvb-deployment-code.qvb"}};
+
+class NaiveBayesTexts : public ProgramTest {
+ protected:
+  /// What `score` prints of the text made from a file and applied to it.
+  std::string Scored(const GeneratedText& text, const std::string& data, const char* variables) {
+    const std::string folder = (Out() / text.request).string();
+    const Outcome made = Run({"nb", data, "--variables", variables, "--ApplySampling=0", "--do",
+                              text.request, "--out", folder});
+    EXPECT_EQ(made.code, 0) << made.err;
+    const Outcome scored = Run({"score", text.kind, folder + "/" + text.file, data});
+    EXPECT_EQ(scored.code, 0) << scored.err;
+    return scored.out;
+  }
+  static int Count(const std::string& lines, const std::string& part) {
+    int count = 0;
+    for (std::size_t at = 0; (at = lines.find(part, at)) != lines.npos; ++at) ++count;
+    return count;
+  }
+};
+
 // The predicted classes per species are those of R's densities, as above.
-TEST_F(NaiveBayes, TheGeneratedProgramClassifiesTheIrisesAsNormalDensitiesDo) {
-  const std::string folder = Out().string();
-  const Outcome made = Run({"nb", Example("iris.csv"), "--variables", "|Species|1-4|",
-                            "--ApplySampling=0", "--do", "CodeGeneratorCLang", "--out", folder});
-  ASSERT_EQ(made.code, 0) << made.err;
-  const Outcome scored =
-      Run({"score", "--c", folder + "/001-naive-bayes-c-c-deployment-code.c", Example("iris.csv")});
-  ASSERT_EQ(scored.code, 0) << scored.err;
-  const auto count = [&](const char* predicted, const char* observed) {
-    const std::string cells = std::string(",") + predicted + "," + observed + ",";
-    int cases = 0;
-    for (std::size_t at = 0; (at = scored.out.find(cells, at)) != std::string::npos; ++at) ++cases;
-    return cases;
-  };
-  EXPECT_EQ(count("setosa", "setosa"), 50);
-  EXPECT_EQ(count("versicolor", "versicolor"), 47);
-  EXPECT_EQ(count("virginica", "versicolor"), 3);
-  EXPECT_EQ(count("versicolor", "virginica"), 3);
-  EXPECT_EQ(count("virginica", "virginica"), 47);
+TEST_F(NaiveBayesTexts, ClassifyTheIrisesAsNormalDensitiesDo) {
+  for (const GeneratedText& text : kTexts) {
+    SCOPED_TRACE(text.kind);
+    const std::string lines = Scored(text, Example("iris.csv"), "|Species|1-4|");
+    EXPECT_EQ(Count(lines, ",setosa,setosa,"), 50);
+    EXPECT_EQ(Count(lines, ",versicolor,versicolor,"), 47);
+    EXPECT_EQ(Count(lines, ",virginica,versicolor,"), 3);
+    EXPECT_EQ(Count(lines, ",versicolor,virginica,"), 3);
+    EXPECT_EQ(Count(lines, ",virginica,virginica,"), 47);
+  }
+}
+
+// All of class a have x = 5; of the others none has.
+TEST_F(NaiveBayesTexts, RecogniseAClassOfEqualValuesByThem) {
+  const std::string data = Write("equal.csv", "c,x\na,5\nb,1\na,5\nb,9\na,5\nb,2\nb,7\nb,4\n");
+  for (const GeneratedText& text : kTexts) {
+    SCOPED_TRACE(text.kind);
+    const std::string lines = Scored(text, data, "|c|x|");
+    EXPECT_EQ(Count(lines, ",a,a,0"), 3);
+    EXPECT_EQ(Count(lines, ",b,b,0"), 5);
+  }
 }
 
 }  // namespace

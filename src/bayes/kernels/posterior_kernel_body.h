@@ -31,7 +31,6 @@ inline Vector Spread(double x) { return Vector{} + x; }
 // Small squares are turned in registers: 4 x 4 where a vector of that length is one register.
 #if defined(__AVX2__)
 using Row = double __attribute__((vector_size(32), aligned(8), may_alias));
-using Order = long long __attribute__((vector_size(32)));
 constexpr std::size_t kSquare = 4;
 inline void TurnSquare(const double* rows, std::size_t stride, double* lanes) {
   using Whole = double __attribute__((vector_size(32)));
@@ -39,13 +38,14 @@ inline void TurnSquare(const double* rows, std::size_t stride, double* lanes) {
   const Whole b = *reinterpret_cast<const Row*>(rows + stride);
   const Whole c = *reinterpret_cast<const Row*>(rows + 2 * stride);
   const Whole d = *reinterpret_cast<const Row*>(rows + 3 * stride);
-  const Order even{0, 4, 2, 6}, odd{1, 5, 3, 7}, low{0, 1, 4, 5}, high{2, 3, 6, 7};
-  const Whole ab0 = __builtin_shuffle(a, b, even), ab1 = __builtin_shuffle(a, b, odd);
-  const Whole cd0 = __builtin_shuffle(c, d, even), cd1 = __builtin_shuffle(c, d, odd);
-  *reinterpret_cast<Row*>(lanes) = __builtin_shuffle(ab0, cd0, low);
-  *reinterpret_cast<Row*>(lanes + kCaseLanes) = __builtin_shuffle(ab1, cd1, low);
-  *reinterpret_cast<Row*>(lanes + 2 * kCaseLanes) = __builtin_shuffle(ab0, cd0, high);
-  *reinterpret_cast<Row*>(lanes + 3 * kCaseLanes) = __builtin_shuffle(ab1, cd1, high);
+  const Whole ab0 = __builtin_shufflevector(a, b, 0, 4, 2, 6);
+  const Whole ab1 = __builtin_shufflevector(a, b, 1, 5, 3, 7);
+  const Whole cd0 = __builtin_shufflevector(c, d, 0, 4, 2, 6);
+  const Whole cd1 = __builtin_shufflevector(c, d, 1, 5, 3, 7);
+  *reinterpret_cast<Row*>(lanes) = __builtin_shufflevector(ab0, cd0, 0, 1, 4, 5);
+  *reinterpret_cast<Row*>(lanes + kCaseLanes) = __builtin_shufflevector(ab1, cd1, 0, 1, 4, 5);
+  *reinterpret_cast<Row*>(lanes + 2 * kCaseLanes) = __builtin_shufflevector(ab0, cd0, 2, 3, 6, 7);
+  *reinterpret_cast<Row*>(lanes + 3 * kCaseLanes) = __builtin_shufflevector(ab1, cd1, 2, 3, 6, 7);
 }
 #else
 constexpr std::size_t kSquare = 2;

@@ -1,0 +1,153 @@
+// The inner loops on every processor level give the same bits. That these are the right ones is
+// what the tests of the engine show, on the level that this machine picks.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <vector>
+
+#include "bayes/kernels/posterior_kernel.h"
+#include "data/kernels/moments_kernel.h"
+#include "data/processor_level.h"
+#include "host/memory.h"
+#include "host/numerics.h"
+
+namespace qrvml::test {
+namespace {
+
+/// Values from a fixed stream (splitmix64), some of them huge, tiny, negative or missing.
+class Values {
+ public:
+  double Next() {
+    const std::uint64_t draw = Draw();
+    const double unit = double(draw >> 11) * 0x1p-53 - 0.5;
+    if (draw % 11 == 0) return kCode;
+    if (draw % 13 == 0) return unit * 1e200;
+    if (draw % 17 == 0) return unit * 1e-200;
+    return unit * 20;
+  }
+  std::uint64_t Draw() {
+    state_ += 0x9E3779B97F4A7C15;
+    std::uint64_t z = state_;
+    z = (z ^ z >> 30) * 0xBF58476D1CE4E5B9;
+    z = (z ^ z >> 27) * 0x94D049BB133111EB;
+    return z ^ z >> 31;
+  }
+  static constexpr double kCode = -9999;
+
+ private:
+  std::uint64_t state_ = 71;
+};
+
+HostArray<double> Filled(std::size_t count, Values& values) {
+  HostArray<double> array(count);
+  for (double& value : array) value = values.Next();
+  return array;
+}
+
+/// No number is like any other: the sign of such a one differs between instructions.
+void Note(std::vector<std::uint64_t>& bits, const HostArray<double>& array) {
+  for (const double value : array)
+    bits.push_back(std::isnan(value) ? 1 : std::bit_cast<std::uint64_t>(value));
+}
+
+std::vector<std::uint64_t> PosteriorBits(const PosteriorKernel& kernel, std::size_t inputs) {
+  Values values;
+  std::vector<std::uint64_t> bits;
+  const HostArray<double> rows = Filled(kCaseLanes * inputs, values);
+  HostArray<double> lanes(kCaseLanes * inputs), marks(kCaseLanes), sums(kCaseLanes, 0.0);
+  const HostArray<double> codes(inputs, Values::kCode);
+  kernel.transpose(rows.data(), inputs, lanes.data());
+  Note(bits, lanes);
+  kernel.markMissing(inputs, lanes.data(), codes.data(), marks.data());
+  Note(bits, marks);
+  const HostArray<double> height = Filled(inputs, values), mean = Filled(inputs, values),
+                          rate = Filled(inputs, values);
+  kernel.addNormal(inputs, lanes.data(), {height.data(), mean.data(), rate.data()}, sums.data());
+  Note(bits, sums);
+  kernel.add(marks.data(), sums.data());
+  Note(bits, sums);
+  return bits;
+}
+
+std::vector<std::uint64_t> ShareBits(const PosteriorKernel& kernel, std::size_t classes) {
+  Values values;
+  std::vector<std::uint64_t> bits;
+  HostArray<double> products(classes * kCaseLanes), slow(kCaseLanes), sums(kCaseLanes),
+      largest(kCaseLanes), bad(kCaseLanes);
+  for (std::size_t c = 0; c < classes; ++c) {
+    HostArray<double> exponents = Filled(kCaseLanes, values);
+    for (double& exponent : exponents) exponent *= 40;  // within the range and beyond it
+    bits.push_back(
+        kernel.exponential(exponents.data(), 0.3, products.data() + c * kCaseLanes, slow.data()));
+    Note(bits, slow);
+    for (std::size_t lane = 0; lane < kCaseLanes; ++lane) {
+      double& product = products[c * kCaseLanes + lane];
+      if (slow[lane] != 0) {
+        product = PortableExp(exponents[lane]) * 0.3;
+      } else {
+        EXPECT_EQ(std::bit_cast<std::uint64_t>(product),
+                  std::bit_cast<std::uint64_t>(PortableExp(exponents[lane]) * 0.3))
+            << exponents[lane];
+      }
+    }
+  }
+  products[3] = std::numeric_limits<double>::infinity();
+  products[5] = std::numeric_limits<double>::quiet_NaN();
+  for (std::size_t c = 0; c < classes; ++c) products[c * kCaseLanes + 7] = 0;
+  for (std::size_t c = 0; c < classes; ++c) products[c * kCaseLanes + 9] = 0.25;  // all equal
+  EXPECT_TRUE(kernel.conclude(classes, products.data(), sums.data(), largest.data(), bad.data()));
+  EXPECT_EQ(bad[3], 1);
+  EXPECT_EQ(bad[5], 1);
+  EXPECT_EQ(bad[7], 1);
+  EXPECT_EQ(bad[9], 0);
+  EXPECT_EQ(largest[9], 0) << "of equal shares the first";
+  Note(bits, products);
+  Note(bits, sums);
+  Note(bits, largest);
+  Note(bits, bad);
+  return bits;
+}
+
+std::vector<std::uint64_t> MomentBits(const MomentsKernel& kernel, std::size_t inputs) {
+  constexpr std::size_t kCases = 200, kDependents = 2, kClassRows = 5;
+  Values values;
+  const HostArray<double> rows = Filled(kCases * inputs, values);
+  const std::vector<double> missing(inputs, Values::kCode);
+  std::vector<std::int32_t> classes, weights;
+  for (std::size_t i = 0; i < kCases; ++i) {
+    classes.push_back(std::int32_t(values.Draw() % 4) - 1);  // rows 0 to 2, or none
+    classes.push_back(std::int32_t(values.Draw() % 2) + 3);
+    weights.push_back(std::int32_t(values.Draw() % 3) + 1);
+  }
+  HostArray<double> weight(kClassRows * inputs, 0.0), mean(kClassRows * inputs, 0.0),
+      squares(kClassRows * inputs, 0.0);
+  kernel.add(
+      {kCases, inputs, kDependents, rows.data(), classes.data(), weights.data(), missing.data()}, 0,
+      inputs, {weight.data(), mean.data(), squares.data()});
+  std::vector<std::uint64_t> bits;
+  Note(bits, weight);
+  Note(bits, mean);
+  Note(bits, squares);
+  return bits;
+}
+
+TEST(BayesKernels, GiveTheSameBitsOnEveryLevel) {
+  const PosteriorKernel* posterior[] = {&kPosteriorKernelV2, &kPosteriorKernelV3,
+                                        &kPosteriorKernelV4};
+  const MomentsKernel* moments[] = {&kMomentsKernelV2, &kMomentsKernelV3, &kMomentsKernelV4};
+  for (int level = 2; level <= ProcessorLevel(); ++level) {
+    for (const std::size_t size : {1, 2, 3, 4, 7, 8, 16, 33}) {
+      SCOPED_TRACE("level " + std::to_string(level) + ", size " + std::to_string(size));
+      EXPECT_EQ(PosteriorBits(*posterior[level - 2], size), PosteriorBits(*posterior[0], size));
+      EXPECT_EQ(ShareBits(*posterior[level - 2], size), ShareBits(*posterior[0], size));
+      EXPECT_EQ(MomentBits(*moments[level - 2], size), MomentBits(*moments[0], size));
+    }
+  }
+}
+
+}  // namespace
+}  // namespace qrvml::test
