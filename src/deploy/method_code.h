@@ -111,8 +111,19 @@ void PutCList(CodeWriter& out, std::string_view head, std::span<const double> va
 void PutQvbReading(CodeWriter& out, std::string_view array, std::string_view offset,
                    std::string_view count, std::string_view role);
 /// "name(1, 2)=", the indices counted from 0, with the given text between them.
-void PutQvbPlace(CodeWriter& out, std::string_view name, std::initializer_list<std::size_t> indices,
-                 std::string_view between = ", ");
+// Inline: scripts hold millions of them.
+inline void PutQvbPlace(CodeWriter& out, std::string_view name,
+                        std::initializer_list<std::size_t> indices,
+                        std::string_view between = ", ") {
+  out.Put(name);
+  out.Put("(");
+  for (const std::size_t* index = indices.begin(); index != indices.end(); ++index) {
+    if (index != indices.begin()) out.Put(between);
+    out.PutInteger(static_cast<std::int64_t>(*index + 1));
+  }
+  out.Put(")=");
+}
+
 /// The numbers of classes of categorical variables, then their codes, in text order.
 void PutQvbNominals(CodeWriter& out, std::string_view counts, std::string_view codes,
                     std::span<const DeployedVariable> categorical);

@@ -108,18 +108,6 @@ void PutQvbReading(CodeWriter& out, std::string_view array, std::string_view off
             {"end", LoopEnd(kQvb, "k")}});
 }
 
-void PutQvbPlace(CodeWriter& out, std::string_view name, std::initializer_list<std::size_t> indices,
-                 std::string_view between) {
-  out.Put(name);
-  std::string_view before = "(";
-  for (const std::size_t index : indices) {
-    out.Put(before);
-    out.PutInteger(static_cast<std::int64_t>(index + 1));
-    before = between;
-  }
-  out.Put(")=");
-}
-
 void PutQvbNominals(CodeWriter& out, std::string_view counts, std::string_view codes,
                     std::span<const DeployedVariable> categorical) {
   for (std::size_t i = 0; i < categorical.size(); ++i) {
