@@ -36,7 +36,11 @@ and its residual into column k + 1, where the next dependent's prediction takes 
 is read as the prediction of dependent k; residuals are computed from the data.
 
 A script names its variables by their numbers and its categories by their codes: they are those of
-the data file, which must have the variables in the order of the file that the model was trained on.)";
+the data file, which must have the variables in the order of the file that the model was trained on.
+
+A PMML document of naive Bayes holds counts and moments, no priors: it is applied with each class's
+share of the training cases, and with the densities of all its distributions. Its C program and script leave
+the gamma and Poisson densities to their user: such an input counts for nothing there.)";
 
 constexpr std::size_t kLargestText = std::size_t{1} << 30;
 

@@ -1,70 +1,23 @@
 #include "score/pmml_document.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstring>
-#include <limits>
+#include <new>
 #include <pugixml.hpp>
 #include <utility>
 
-#include "host/numerics.h"
-#include "score/neighbour_model.h"
+#include "score/pmml_nodes.h"
 
 namespace qrvml {
 namespace {
 
-/// What ends reading; caught in ReadPmmlDocument.
-struct Unreadable {
-  std::string what;
+using namespace pmml;
+
+struct ModelElement {
+  const char* name;
+  ReadModel* read;
 };
-
-[[noreturn]] void Refuse(std::string what) { throw Unreadable{std::move(what)}; }
-
-/// "<DataField name="x">", for messages.
-std::string Shown(const pugi::xml_node& node) {
-  const std::string name = node.attribute("name").value();
-  return '<' + std::string(node.name()) + (name.empty() ? "" : " name=\"" + name + '"') + '>';
-}
-
-std::string Text(const pugi::xml_node& node, const char* attribute) {
-  const pugi::xml_attribute found = node.attribute(attribute);
-  if (!found) Refuse(Shown(node) + " has no attribute " + attribute);
-  return found.value();
-}
-
-double Number(const pugi::xml_node& node, const char* attribute) {
-  const std::string text = Text(node, attribute);
-  double number = 0;
-  if (!TextToDouble(text, number))
-    Refuse(Shown(node) + ": " + attribute + "=\"" + text + "\" is no number");
-  return number;
-}
-
-std::size_t Count(const pugi::xml_node& node, const char* attribute) {
-  const double number = Number(node, attribute);
-  if (number != std::floor(number) || number < 0 || number > std::numeric_limits<int>::max())
-    Refuse(Shown(node) + ": " + attribute + "=\"" + node.attribute(attribute).value() +
-           "\" is no count");
-  return static_cast<std::size_t>(number);
-}
-
-/// The position of an attribute's text among those that it may have.
-int Choice(const pugi::xml_node& node, const char* attribute,
-           std::initializer_list<std::string_view> choices) {
-  const std::string text = Text(node, attribute);
-  const auto* const found = std::ranges::find(choices, std::string_view(text));
-  if (found == choices.end())
-    Refuse(Shown(node) + ": " + attribute + "=\"" + text + "\" is not known");
-  return static_cast<int>(found - choices.begin());
-}
-
-pugi::xml_node Child(const pugi::xml_node& node, const char* name) {
-  const pugi::xml_node found = node.child(name);
-  if (!found)
-    Refuse((node.type() == pugi::node_document ? "the document" : Shown(node)) + " has no <" +
-           name + '>');
-  return found;
-}
+constexpr ModelElement kModelElements[] = {{"KNearestNeighborModel", ReadNeighbourModel},
+                                           {"NaiveBayesModel", ReadNaiveBayesModel}};
 
 std::vector<DeployedField> ReadDictionary(const pugi::xml_node& dictionary) {
   std::vector<DeployedField> fields;
@@ -78,67 +31,6 @@ std::vector<DeployedField> ReadDictionary(const pugi::xml_node& dictionary) {
   if (fields.size() != Count(dictionary, "numberOfFields"))
     Refuse("<DataDictionary> has another number of fields than it says");
   return fields;
-}
-
-const DeployedField& FindField(const std::vector<DeployedField>& fields, const std::string& name) {
-  const auto found = std::ranges::find(fields, name, &DeployedField::name);
-  if (found == fields.end()) Refuse("the data dictionary has no field \"" + name + '"');
-  return *found;
-}
-
-void ReadSchema(const pugi::xml_node& schema, const std::vector<DeployedField>& fields,
-                NeighbourModel& model) {
-  for (const pugi::xml_node& node : schema.children("KNNField")) {
-    const DeployedField& field = FindField(fields, Text(node, "name"));
-    if (std::strcmp(node.attribute("usageType").value(), "predicted") == 0) {
-      model.dependents.push_back(field);
-      continue;
-    }
-    model.inputs.push_back(field);
-    model.shift.push_back(Number(node, "shift"));
-    model.scale.push_back(Number(node, "scale"));
-  }
-  if (model.dependents.size() != 1 || model.inputs.empty())
-    Refuse("<KNNSchema> needs one predicted field and at least one other");
-}
-
-void ReadExamples(const pugi::xml_node& examples, NeighbourModel& model) {
-  std::size_t number = 0;
-  for (const pugi::xml_node& example : examples.children("Example")) {
-    ++number;
-    const auto instances = example.children("AttributeInstance");
-    auto instance = instances.begin();
-    const auto read = [&](const DeployedField& field) {
-      if (instance == instances.end() || Text(*instance, "name") != field.name)
-        Refuse("example " + std::to_string(number) + " has no value of \"" + field.name +
-               "\" in its place");
-      return Number(*instance++, "value");
-    };
-    model.exampleValues.push_back(read(model.dependents[0]));
-    for (const DeployedField& input : model.inputs) model.exampleInputs.push_back(read(input));
-    if (instance != instances.end())
-      Refuse("example " + std::to_string(number) + " has more values than there are fields");
-  }
-  if (number != Count(examples, "noOfExamples"))
-    Refuse("<KNearestNeighborExamples> has another number of examples than it says");
-}
-
-std::unique_ptr<DeployedModel> ReadNeighbours(const pugi::xml_node& node,
-                                              const std::vector<DeployedField>& fields) {
-  auto model = std::make_unique<NeighbourModel>();
-  const bool classifies = Choice(node, "knn_type", {"Regression", "Calssification"}) == 1;
-  model->neighbours = Count(node, "noOfNearestNeighbors");
-  model->metric = Choice(node, "metric", {"euclidean", "euclideansqd", "cityblock", "chebychev"});
-  model->weighted = Choice(node, "weighted", {"no", "yes"}) == 1;
-  ReadSchema(Child(node, "KNNSchema"), fields, *model);
-  const DeployedField& dependent = model->dependents[0];
-  if (dependent.isCategorical != classifies || (classifies && dependent.categories.empty()))
-    Refuse("the predicted field \"" + dependent.name + "\" does not fit the model's type");
-  ReadExamples(Child(node, "KNearestNeighborExamples"), *model);
-  if (model->neighbours < 1 || model->neighbours > model->exampleValues.size())
-    Refuse(std::to_string(model->neighbours) + " neighbours cannot be found among " +
-           std::to_string(model->exampleValues.size()) + " examples");
-  return model;
 }
 
 /// The tree takes memory by its tags and attributes, which a real model has few of for its size.
@@ -178,9 +70,12 @@ std::unique_ptr<DeployedModel> Read(std::string_view text) {
   }
   const pugi::xml_node pmml = Child(document, "PMML");
   const auto fields = ReadDictionary(Child(pmml, "DataDictionary"));
-  if (const pugi::xml_node neighbours = pmml.child("KNearestNeighborModel"))
-    return ReadNeighbours(neighbours, fields);
-  Refuse("it holds no model that is known here (KNearestNeighborModel)");
+  std::string known;
+  for (const ModelElement& element : kModelElements) {
+    if (const pugi::xml_node model = pmml.child(element.name)) return element.read(model, fields);
+    known += (known.empty() ? "" : ", ") + std::string(element.name);
+  }
+  Refuse("it holds no model that is known here (" + known + ')');
 }
 
 }  // namespace

@@ -9,9 +9,9 @@
 
 namespace qrvml {
 
-/// Reads a document with a model element that this version knows: KNearestNeighborModel. Memory is
-/// at most a small multiple of the text's; document types, and with them entities, are refused.
-/// Null: `error` says why, a clause.
+/// Reads a document with a model element that this version knows: KNearestNeighborModel,
+/// NaiveBayesModel. Memory is at most a small multiple of the text's; document types, and with them
+/// entities, are refused. Null: `error` says why, a clause.
 std::unique_ptr<DeployedModel> ReadPmmlDocument(std::string_view text, std::string& error);
 
 }  // namespace qrvml

@@ -1,53 +1,14 @@
 // Estimation and classification against the plain formulas: every missing-data rule, weights,
 // distributions, stored and streamed cases, any number of threads.
 #include "bayes/naive_bayes_analysis.h"
+#include "bayes/random_cases.h"
 
 namespace qrvml::test {
 namespace {
 
-struct Shape {
-  const char* name;
-  int continuous, categorical, dependents;
-  std::vector<int> distributions;
-};
-const std::vector<Shape>& Shapes() {
-  static const std::vector<Shape> shapes = {
-      {"one normal input", 1, 0, 1, {}},
-      {"many normal inputs", 19, 0, 1, {}},
-      {"only categorical inputs", 0, 3, 2, {}},
-      {"every distribution", 9, 2, 2, {0, 1, 2, 3, 0, 0, 3, 1, 2}},
-  };
-  return shapes;
-}
-
-/// Positive values; every third input holds small counts.
-PlainCases RandomCases(const Shape& shape, int count, int training, bool weighted, bool gaps,
-                       std::int32_t seed) {
-  ScriptedHost random;
-  const auto below = [&](int n) { return int(random.rnd_(seed) * n); };
-  PlainCases cases{shape.continuous, shape.categorical, shape.dependents, {}, {}, training, {}};
-  for (int i = 0; i < count; ++i) {
-    auto& row = cases.rows.emplace_back();
-    const int kind = i < 4 ? i : below(4);
-    for (int k = 0; k < shape.continuous; ++k) {
-      const bool isCount = !shape.distributions.empty() && shape.distributions[k] == 3;
-      row.push_back(isCount ? below(5 + 3 * kind) : 1 + kind * 0.3 + below(1000) * 0.004);
-    }
-    for (int m = 0; m < shape.categorical; ++m) row.push_back(i < 3 ? i + 1 : 1 + below(3));
-    for (int d = 0; d < shape.dependents; ++d) row.push_back(d == 0 ? kind + 1 : 1 + i % 2);
-    if (gaps && i >= 4 && below(3) == 0) row[below(int(row.size()))] = kGap;
-    if (weighted) cases.weights.push_back(i < 4 ? 1 + i % 2 : below(4));
-  }
-  // Text order is another than the order of the codes, and two codes share a text.
-  cases.labels.resize(shape.categorical + shape.dependents);
-  cases.labels[0] = {{1, "oui"}, {2, "non"}};
-  cases.labels[shape.categorical] = {{1, "Homme"}, {2, "Femme"}, {4, "Homme"}};
-  return cases;
-}
-
 TEST(NaiveBayes, LearnsAndClassifiesAsTheFormulasSayHoweverTheCasesAreReached) {
   int seed = 0;
-  for (const Shape& shape : Shapes()) {
+  for (const BayesShape& shape : BayesShapes()) {
     for (const int rule : {0, 1, 2}) {
       for (const bool weighted : {false, true}) {
         for (const int training : {0, 70}) {
@@ -93,11 +54,11 @@ TEST(NaiveBayes, LearnsAndClassifiesAsTheFormulasSayHoweverTheCasesAreReached) {
 }
 
 TEST(NaiveBayes, GivesTheSameBitsForAnyNumberOfThreadsStoredOrStreamed) {
-  const PlainCases cases = RandomCases(Shapes()[3], 300, 200, true, true, 99);
+  const PlainCases cases = RandomCases(BayesShapes()[3], 300, 200, true, true, 99);
   std::vector<double> first;
   for (const int threads : {1, 2, 5}) {
     for (const bool stored : {true, false}) {
-      NaiveBayesAnalysis bayes(cases, {2, Shapes()[3].distributions}, stored);
+      NaiveBayesAnalysis bayes(cases, {2, BayesShapes()[3].distributions}, stored);
       bayes.host.workerThreads = threads;
       bayes.Train();
       std::vector<double> all, alone;

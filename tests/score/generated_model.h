@@ -13,11 +13,12 @@
 namespace qrvml::test {
 
 /// The texts that an action makes; one per dependent for PMML.
-inline std::vector<std::string> GeneratedTexts(KnnAnalysis& knn, std::string_view action) {
-  EXPECT_TRUE(knn.Press(action).Succeeded()) << action;
+inline std::vector<std::string> GeneratedTexts(AnalysisSession& session, std::string_view action) {
+  EXPECT_TRUE(session.Press(action).Succeeded()) << action;
   std::vector<std::string> texts;
-  for (TextDocument& document : knn.host.textDocuments) texts.push_back(std::move(document.text));
-  knn.host.textDocuments.clear();
+  for (TextDocument& document : session.host.textDocuments)
+    texts.push_back(std::move(document.text));
+  session.host.textDocuments.clear();
   return texts;
 }
 
@@ -43,6 +44,13 @@ inline Row InputsOf(const PlainTable& table, int test) {
 /// Equal but for the last bits of an exponential.
 inline bool IsClose(double expected, double actual) {
   return std::fabs(expected - actual) <= 1e-13 * std::fabs(expected) + 1e-300;
+}
+
+/// The text with the first occurrence of a part, which it has, replaced.
+inline std::string Replaced(std::string text, std::string_view old, std::string_view by) {
+  const std::size_t at = text.find(old);
+  EXPECT_NE(at, std::string::npos) << old;
+  return at == std::string::npos ? text : text.replace(at, old.size(), by);
 }
 
 }  // namespace qrvml::test

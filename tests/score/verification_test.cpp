@@ -124,15 +124,6 @@ struct Change {
   const char* fault;
 };
 
-/// The text with the first occurrence of `from` replaced.
-std::string Tampered(const std::string& text, const std::string& from, const std::string& to) {
-  std::string changed = text;
-  const std::size_t place = changed.find(from);
-  EXPECT_NE(place, text.npos) << from;
-  if (place != text.npos) changed.replace(place, from.size(), to);
-  return changed;
-}
-
 TEST(Verification, ATextThatWasTamperedWithFails) {
   using enum CodeDialect;
   const Change changes[] = {
@@ -161,7 +152,7 @@ TEST(Verification, ATextThatWasTamperedWithFails) {
     ASSERT_TRUE(
         CheckText(change.dialect, text, *trained.Open(change.dialect, text), trained.engine, 0)
             .Passed());
-    const std::string changed = Tampered(text, change.from, change.to);
+    const std::string changed = Replaced(text, change.from, change.to);
     const auto model = trained.Open(change.dialect, changed);
     ASSERT_NE(model, nullptr);
     const TextCheck check = CheckText(change.dialect, changed, *model, trained.engine, 0);
@@ -193,7 +184,7 @@ TEST(Verification, ACProgramThatWasTamperedWithFails) {
   fields.inputs = header.inputs;
   for (const auto& [from, to] : changes) {
     PrintedModel printed;
-    const std::string changed = Tampered(text, from, to);
+    const std::string changed = Replaced(text, from, to);
     ASSERT_TRUE(PrintedModel::Read(CodeDialect::c, changed, printed, error)) << error;
     TextCheck check;
     CheckPrinted(CodeDialect::c, printed, trained.engine, fields, 0, check);
@@ -212,7 +203,7 @@ TEST(Verification, PredictionsOfAnotherModelAreDifferent) {
     const std::string name(line, std::string_view(line).find('=') + 2);
     const std::size_t place = text.find(name), end = text.find('\n', place);
     const auto model =
-        trained.Open(CodeDialect::qvb, Tampered(text, text.substr(place, end + 1 - place), line));
+        trained.Open(CodeDialect::qvb, Replaced(text, text.substr(place, end + 1 - place), line));
     ASSERT_EQ(model->PredictBatch(trained.engine.caseInputs, predictions, error),
               trained.engine.cases.size())
         << error;

@@ -38,21 +38,24 @@ TEST_F(NaiveBayes, ConfidencesOnTheIrisesAreThoseOfNormalDensities) {
 struct GeneratedText {
   const char* request;
   const char* kind;
-  const char* file;
+  const char* ending;
 };
-constexpr GeneratedText kTexts[] = {
-    {"CodeGeneratorCLang", "--c", "001-naive-bayes-c-c-deployment-code.c"},
-    {"CodeGeneratorQVB", "--qvb", "001-quorvantis-naive-bayes-qvb-deployment-code.qvb"}};
+constexpr GeneratedText kTexts[] = {{"CodeGeneratorCLang", "--c", ".c"},
+                                    {"CodeGeneratorQVB", "--qvb", ".qvb"},
+                                    {"CodeGeneratorPMML", "--pmml", ".pmml"}};
 
 class NaiveBayesTexts : public ProgramTest {
  protected:
   /// What `score` prints of the text made from a file and applied to it.
   std::string Scored(const GeneratedText& text, const std::string& data, const char* variables) {
-    const std::string folder = (Out() / text.request).string();
+    const auto folder = Out() / text.request;
     const Outcome made = Run({"nb", data, "--variables", variables, "--ApplySampling=0", "--do",
-                              text.request, "--out", folder});
+                              text.request, "--out", folder.string()});
     EXPECT_EQ(made.code, 0) << made.err;
-    const Outcome scored = Run({"score", text.kind, folder + "/" + text.file, data});
+    std::string path;
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
+      if (entry.path().extension() == text.ending) path = entry.path().string();
+    const Outcome scored = Run({"score", text.kind, path, data});
     EXPECT_EQ(scored.code, 0) << scored.err;
     return scored.out;
   }
