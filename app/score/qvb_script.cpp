@@ -57,18 +57,31 @@ int Setting(const Settings& settings, const std::string& name, int least, int mo
 
 constexpr int kMostFields = 1000000;
 
-/// The settings of a script that has only categorical dependents and names the first one alone, in
-/// the words of the others.
+/// The settings of a script that names its first dependent alone, in the words of the others. Naive
+/// Bayes counts categorical dependents; a support vector machine has one, whose classes are a list.
 Settings SayAllDependents(Settings settings) {
   const auto only = settings.find("OutputIndex");
   if (only == settings.end()) return settings;
-  const int dependents = Setting(settings, "NoOutputs", 1, kMostFields);
-  if (dependents > 1)
-    throw Unreadable{"it has " + std::to_string(dependents) +
+  const bool countsAll = settings.contains("NoOutputs");
+  const auto count = [&](const char* name) { return Setting(settings, name, 0, kMostFields); };
+  const int categorical = count(countsAll ? "NoOutputs" : "NoCatOutputs");
+  const int continuous = countsAll ? 0 : count("NoContOutputs");
+  if (categorical + continuous != 1)
+    throw Unreadable{"it has " + std::to_string(categorical + continuous) +
                      " dependents and says only which variable the first one is"};
-  settings.insert_or_assign("NoContOutputs", 0);
-  settings.insert_or_assign("NoCatOutputs", dependents);
   settings.insert_or_assign("OutputIndex(1)", only->second);
+  settings.insert_or_assign("NoContOutputs", continuous);
+  settings.insert_or_assign("NoCatOutputs", categorical);
+  if (countsAll || categorical == 0) return settings;
+  const int classes = Setting(settings, "NoOutputNominals", 1, kMostFields);
+  settings.insert_or_assign("NoOutputNominals(1)", classes);
+  for (int c = 1; c <= classes; ++c) {
+    const std::string place = std::to_string(c) + ')';
+    settings.insert_or_assign(
+        "OutputNominals(1, " + place,
+        Setting(settings, "OutputNominals(" + place, std::numeric_limits<int>::min(),
+                std::numeric_limits<int>::max()));
+  }
   return settings;
 }
 

@@ -10,7 +10,7 @@ constexpr std::string_view kHeader =
     R"(// ================================================================================
 //  ${name} module deployment code
 
-${data}//  ${languages}: cc -std=c11 -include stdbool.h -ffp-contract=off -O2 FILE -lm
+${data}//  ${languages}: cc -std=c11 -include stdbool.h -ffp-contract=off -O2 FILE -lm${note}
 //  ${}
 //  Number of variables included in the analysis = ${variables}
 //  Number of dependents (output) variables = ${dependents}
@@ -136,6 +136,7 @@ std::string MakeCProgram(const DeployedVariables& variables, MethodCode& method)
   return MakeText([&](CodeWriter& out) {
     out.Fill(kHeader, {{"name", name},
                        {"languages", method.wording().languages},
+                       {"note", method.CNote()},
                        {"data", data},
                        {"variables", dependents + inputs},
                        {"dependents", dependents},

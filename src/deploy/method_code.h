@@ -55,6 +55,8 @@ class MethodCode {
   const MethodWording& wording() const { return wording_; }
 
   // --- C -----------------------------------------------------------------------------------------
+  /// What the header comment adds about this program, behind its line of languages.
+  virtual std::string_view CNote() const { return {}; }
   /// Defines and model arrays, after the include.
   virtual void CModel(CodeWriter& out) = 0;
   /// The functions, each begun with kCSeparator.
