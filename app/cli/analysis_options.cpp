@@ -26,9 +26,9 @@ Exit status: 0 done, 1 refused or failed, 2 wrong usage, 3 cancelled.)";
 struct GivenControl {
   ControlOption option;
   std::string value;
-  CLI::Option* parsed = nullptr;
+  LineOption parsed;
 
-  bool IsGiven() const { return parsed->count() > 0; }
+  bool IsGiven() const { return parsed.IsGiven(); }
 };
 
 /// Options that stand for several controls, or for one under another name.
@@ -60,12 +60,12 @@ std::string_view TypeName(ControlKind kind) {
 std::deque<GivenControl> AddControlOptions(CommandLine& line, std::span<const Control> controls) {
   std::deque<GivenControl> given;
   for (ControlOption& option : ControlOptions(controls)) {
-    GivenControl& control = given.emplace_back(GivenControl{std::move(option), {}, nullptr});
+    GivenControl& control = given.emplace_back(GivenControl{std::move(option), {}, {}});
     const ControlOption& added = control.option;
     control.parsed = line.Add("--" + added.name + ",--" + added.kebab, control.value, added.help,
-                              Takes(added.kind));
-    control.parsed->type_name(std::string(TypeName(added.kind)));
-    control.parsed->group("Controls");
+                              Takes(added.kind))
+                         .TypeName(std::string(TypeName(added.kind)))
+                         .Group("Controls");
   }
   return given;
 }
@@ -128,17 +128,17 @@ void AddRunOptions(CommandLine& line, RunOptions& options, std::string& formats)
   const std::string group = "Run";
   formats = "txt,json";
   line.Add("--out", options.out, "Folder for the documents (default: standard output)")
-      ->type_name("DIR")
-      ->group(group);
+      .TypeName("DIR")
+      .Group(group);
   line.Add("--format", formats,
            "Formats of the documents' files: txt, json, csv, xlsx, svg, png (default txt,json)")
-      ->group(group);
+      .Group(group);
   line.AddFlag("--overwrite", options.overwrite,
                "Let what is saved (ResultsSaveFileName, --record) replace existing files")
-      ->group(group);
+      .Group(group);
   line.Add("--threads", options.threads, "Threads (default: all cores)")
-      ->check(CLI::Range(1, 4096))
-      ->group(group);
+      .Range(1, 4096)
+      .Group(group);
 }
 
 ParseOutcome ParseAnalysisOptions(const AnalysisCommand& kind, std::span<const Control> controls,
@@ -153,24 +153,24 @@ ParseOutcome ParseAnalysisOptions(const AnalysisCommand& kind, std::span<const C
   std::string formats, interactive = "1";
   const std::string group = "Run";
   line.AddFlag("--sample-inactive", sample.inactive, "The sample identifier's choice Inactif")
-      ->group("Controls");
+      .Group("Controls");
   line.AddRepeatable("--do", steps,
                      "Steps in the results dialog (default " + std::string(kDefaultSteps) + ')')
-      ->type_name("STEP,...")
-      ->group(group);
+      .TypeName("STEP,...")
+      .Group(group);
   AddRunOptions(line, options.run, formats);
   line.Add("--record", options.run.record, "File for the macro that equals the run")
-      ->type_name("FILE")
-      ->group(group);
+      .TypeName("FILE")
+      .Group(group);
   line.Add("--interactive", interactive, "0 presses OK as a macro does, without progress",
            OptionWord::Takes::zeroOrOne)
-      ->check(CLI::IsMember({"0", "1"}))
-      ->group(group);
+      .OneOf({"0", "1"})
+      .Group(group);
   line.AddFlag("--dry-run", options.dryRun, "Set everything, press nothing, print the properties")
-      ->group(group);
+      .Group(group);
   line.AddFlag("--help-controls", options.helpControls,
                "List every control with its name, kind and range")
-      ->group(group);
+      .Group(group);
   line.Footer(kFooter);
 
   const ParseOutcome outcome = line.Parse(arguments, text);

@@ -56,10 +56,8 @@ int DataCommand(std::span<const std::string> arguments) {
   DataCommandOptions options;
   CommandLine line("Variables of a data file", "qrvml data");
   line.AddFileOptions(options.open);
-  line.Add("--head", options.head, "How many cases are listed after the variables")
-      ->check(CLI::NonNegativeNumber);
-  line.Add("--threads", options.open.threads, "Threads (default: all cores)")
-      ->check(CLI::Range(1, 4096));
+  line.Add("--head", options.head, "How many cases are listed after the variables").ZeroOrMore();
+  line.Add("--threads", options.open.threads, "Threads (default: all cores)").Range(1, 4096);
   std::string text;
   const ParseOutcome outcome = line.Parse(arguments, text);
   if (outcome == ParseOutcome::help) {

@@ -227,11 +227,11 @@ int RunScoreCommand(std::span<const std::string> arguments) {
            "time");
   line.Add("--time-limit", options.timeLimit,
            "Seconds that the compiler, and the program for a case, may take (default: 300)")
-      ->check(CLI::Range(0.001, 1e6));
+      .Range(0.001, 1e6);
   line.Add("--step-limit", options.stepLimit,
            "Ends a script after so many steps of its interpreter (default: no limit)");
   line.Add("--threads", options.open.threads, "Threads for reading (default: all cores)")
-      ->check(CLI::Range(1, 4096));
+      .Range(1, 4096);
   line.Footer(kFooter);
   std::string text;
   const ParseOutcome outcome = line.Parse(arguments, text);
