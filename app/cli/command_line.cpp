@@ -57,14 +57,14 @@ LineOption CommandLine::Add(const std::string& names, T& target, const std::stri
   return LineOption(app_->add_option(names, target, help)->expected(1));
 }
 
-#define QRVML_OPTION_TYPE(T)                                                       \
-  template LineOption CommandLine::Add(const std::string&, T&, const std::string&, \
-                                       OptionWord::Takes)
-QRVML_OPTION_TYPE(std::string);
-QRVML_OPTION_TYPE(int);
-QRVML_OPTION_TYPE(size_t);
-QRVML_OPTION_TYPE(double);
-#undef QRVML_OPTION_TYPE
+template LineOption CommandLine::Add(const std::string&, std::string&, const std::string&,
+                                     OptionWord::Takes);
+template LineOption CommandLine::Add(const std::string&, int&, const std::string&,
+                                     OptionWord::Takes);
+template LineOption CommandLine::Add(const std::string&, size_t&, const std::string&,
+                                     OptionWord::Takes);
+template LineOption CommandLine::Add(const std::string&, double&, const std::string&,
+                                     OptionWord::Takes);
 
 LineOption CommandLine::AddRepeatable(const std::string& names, std::vector<std::string>& target,
                                       const std::string& help) {
