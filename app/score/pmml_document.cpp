@@ -17,7 +17,8 @@ struct ModelElement {
   ReadModel* read;
 };
 constexpr ModelElement kModelElements[] = {{"KNearestNeighborModel", ReadNeighbourModel},
-                                           {"NaiveBayesModel", ReadNaiveBayesModel}};
+                                           {"NaiveBayesModel", ReadNaiveBayesModel},
+                                           {"SupportVectorMachineModel", ReadVectorMachineModel}};
 
 std::vector<DeployedField> ReadDictionary(const pugi::xml_node& dictionary) {
   std::vector<DeployedField> fields;

@@ -10,8 +10,8 @@
 namespace qrvml {
 
 /// Reads a document with a model element that this version knows: KNearestNeighborModel,
-/// NaiveBayesModel. Memory is at most a small multiple of the text's; document types, and with them
-/// entities, are refused. Null: `error` says why, a clause.
+/// NaiveBayesModel, SupportVectorMachineModel. Memory is at most a small multiple of the text's;
+/// document types, and with them entities, are refused. Null: `error` says why, a clause.
 std::unique_ptr<DeployedModel> ReadPmmlDocument(std::string_view text, std::string& error);
 
 }  // namespace qrvml

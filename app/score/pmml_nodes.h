@@ -59,5 +59,6 @@ using ReadModel = std::unique_ptr<DeployedModel>(const pugi::xml_node& node,
                                                  const std::vector<DeployedField>& fields);
 ReadModel ReadNeighbourModel;
 ReadModel ReadNaiveBayesModel;
+ReadModel ReadVectorMachineModel;
 
 }  // namespace qrvml::pmml

@@ -113,7 +113,8 @@ TEST(PmmlDocument, TellsWhatADocumentLacks) {
   std::string renamed = Replaced(document, "<KNearestNeighborModel ", "<TreeModel ");
   renamed = Replaced(renamed, "</KNearestNeighborModel>", "</TreeModel>");
   EXPECT_EQ(Refusal(renamed),
-            "it holds no model that is known here (KNearestNeighborModel, NaiveBayesModel)");
+            "it holds no model that is known here (KNearestNeighborModel, NaiveBayesModel, "
+            "SupportVectorMachineModel)");
 }
 
 TEST(PmmlDocument, IsNoneWhereItIsNoXml) {

@@ -9,6 +9,7 @@
 #include "host/numerics.h"
 #include "qvb/node_objects.h"
 #include "score/c_program.h"
+#include "score/pmml_document.h"
 #include "score/qvb_script.h"
 #include "svm/trained_svm.h"
 
@@ -151,6 +152,69 @@ TEST(SvmTexts, ScriptsOfAllModelsPredictWhatTheyPrint) {
     ASSERT_EQ(script->PredictBatch(expected.inputs, predictions, error), predictions.size())
         << error;
     expected.Compare(predictions, 0.01);
+  }
+}
+
+TEST(SvmTexts, PmmlDocumentsOfAllModelsPredictWhatTheyPrint) {
+  const auto printed = [](double value) {
+    return std::strtod(FixedText(value, 6).c_str(), nullptr);
+  };
+  const auto kinds = AllSvmKinds();
+  for (std::size_t m = 0; m < kinds.size(); ++m) {
+    SCOPED_TRACE(kinds[m].Name());
+    const auto trained = TrainedSvm::Of(kinds[m], 100 + m);
+    const ExpectedPredictions expected(*trained, printed);
+    std::string error;
+    const auto model = ReadPmmlDocument(trained->Pmml(), error);
+    ASSERT_NE(model, nullptr) << error;
+    std::vector<double> predictions(kSvmTests);
+    ASSERT_EQ(model->PredictBatch(expected.inputs, predictions, error), predictions.size());
+    expected.Compare(predictions, 0.01);
+  }
+}
+
+TEST(SvmTexts, APmmlDocumentThatDoesNotFitItselfIsRefused) {
+  const auto trained = TrainedSvm::Of({kSvmShapes[1], 0, 2}, 8);
+  const std::string text = trained->Pmml();
+  const struct {
+    const char *from, *to, *why;
+  } rows[] = {
+      {"\"C_SVC\"", "\"NU_SVR\"", "does not fit the model's type"},
+      {"type=\"rbf\"", "type=\"cubic\"", "is not known"},
+      {"gamma=", "gama=", "has no attribute gamma"},
+      {"<AttributeInstance name=\"x0\"", "<AttributeInstance name=\"x1\"", "no value of \"x0\""},
+      {"<AttributeInstance name=\"g0-p\"", "<AttributeInstance name=\"g0-s\"",
+       "no category of \"g1\""},
+      {"</VectorInstance>", "</VectorInstance><VectorInstance/>", "vector 2 has other values"},
+      {"<CoefficientInstance id=\"0\">", "<CoefficientInstance id=\"0\"><Value value=\"1\"/>",
+       "the coefficients of vector 0 "},
+      {"noOfSV=\"", "noOfSV=\"1", "or classes of another number"},
+      {"<ConstantDictionary>", "<ConstantDictionary><Value value=\"1\"/>", "each pair of classes"},
+  };
+  for (const auto& row : rows) {
+    std::string changed = text, error;
+    const std::size_t place = changed.find(row.from);
+    ASSERT_NE(place, changed.npos) << row.from;
+    changed.replace(place, std::string_view(row.from).size(), row.to);
+    EXPECT_EQ(ReadPmmlDocument(changed, error), nullptr) << row.from;
+    EXPECT_NE(error.find(row.why), error.npos) << row.from << ": " << error;
+  }
+}
+
+TEST(SvmTexts, CodesThatShareATextHaveColumnsOfOneName) {
+  TableFile file("y g", {"1 3", "2 5", "4 8", "1.5 3", "3 5", "5 8"});
+  file.variables[1].labels = {{3, "a"}, {5, "b"}, {8, "a"}};
+  TrainedSvm trained(file, "y | | | g", 0,
+                     [](SVMEngine& engine, AnalysisDataSet&) { engine.parameters.epsilon = 0.01; });
+  const std::string text = trained.Pmml();
+  std::string error;
+  const auto model = ReadPmmlDocument(text, error);
+  ASSERT_NE(model, nullptr) << error;
+  double predicted[2];  // of code 3, the first of its text, and 5
+  ASSERT_EQ(model->PredictBatch(std::vector<double>{3, 5}, predicted, error), 2u);
+  for (int number = 1; number <= 2; ++number) {
+    ASSERT_TRUE(trained.engine.PredictSvmCase(number, number - 1));
+    EXPECT_NEAR(predicted[number - 1], trained.engine.predicted, 1e-4);
   }
 }
 
