@@ -23,7 +23,7 @@ test_packages=(
   clang-tidy-16=clang-tidy-16
   binutils=readelf
 )
-# Only where DuckDB has yet to be fetched. A nodejs from elsewhere may bring its own npm and then
+# Only where DuckDB has yet to be fetched or the page to be built. A nodejs from elsewhere may bring its own npm and then
 # conflicts with Debian's: nodejs goes first, npm only if the command is still missing.
 fetch_packages=(nodejs=node ca-certificates=/etc/ssl/certs/ca-certificates.crt)
 
@@ -71,7 +71,7 @@ InstallPackages() { # <also npm: yes or no> <package>...
 # nothing is missing.
 SetUp() {
   local npm=no packages
-  if ! scripts/setup-duckdb --check; then
+  if ! scripts/setup-duckdb --check || ! scripts/build-web --current; then
     set -- "$@" "${fetch_packages[@]}"
     command -v npm >/dev/null || npm=yes
   fi
@@ -87,4 +87,5 @@ SetUp() {
     Stage "install packages" InstallPackages "$npm" "${packages[@]}" || exit 1
   fi
   scripts/setup-duckdb --check || Stage "fetch DuckDB" scripts/setup-duckdb || exit 1
+  scripts/build-web --current || Stage "build page" scripts/build-web || exit 1
 }

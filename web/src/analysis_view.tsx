@@ -1,0 +1,158 @@
+// One analysis: its dialog on the left, what it has produced on the right; above them whatever it
+// asks, and the progress of what it does.
+import { useEffect, useState } from 'preact/hooks';
+import { getText, post } from './api';
+import { DialogView } from './dialogs/dialog_view';
+import { TextView } from './documents/text_view';
+import { DocumentView } from './documents/document_view';
+import { OpenWindow } from './data/open_window';
+import { Requests } from './modals/requests';
+import type { Analysis } from './protocol';
+import { findFile, page, say, show } from './store';
+import { Modal } from './widgets/modal';
+import { word } from './words';
+
+export function AnalysisView({ analysis }: { analysis: Analysis }) {
+  const id = analysis.analysis;
+  const beside = page.beside[id] ?? analysis.documents.at(-1)?.document;
+  const shown = analysis.documents.find(d => d.document === beside);
+  return (
+    <div class="analysis">
+      <div class="dialog-place">
+        {analysis.dialog ? (
+          <DialogView
+            key={analysis.dialog.dialog}
+            analysis={id}
+            dialog={analysis.dialog}
+            busy={analysis.busy}
+            heading={<FileLine analysis={analysis} />}
+          />
+        ) : (
+          <div class="ended">
+            <h2>{word(analysis.state === 'failed' ? 'failed' : 'ended')}</h2>
+            <p>{analysis.reason}</p>
+          </div>
+        )}
+      </div>
+      <div class="beside">
+        {beside === 'macro' ? (
+          <MacroView analysis={analysis} />
+        ) : shown ? (
+          <DocumentView key={`${id}/${shown.document}`} analysis={id} info={shown} />
+        ) : (
+          <p class="empty">{word('noDocuments')}</p>
+        )}
+      </div>
+      <Requests analysis={analysis} />
+      {analysis.progress && analysis.requests.length === 0 && (
+        <ProgressWindow analysis={analysis} />
+      )}
+    </div>
+  );
+}
+
+function FileLine({ analysis }: { analysis: Analysis }) {
+  const file = findFile(analysis.file);
+  return (
+    <>
+      <span class="dim">{file?.name}</span>
+      <span class="spring" />
+      {analysis.canUndo && (
+        <button
+          type="button"
+          class="quiet"
+          disabled={analysis.busy}
+          onClick={() => void post(`analyses/${analysis.analysis}/undo`).catch(say)}
+        >
+          ↶ {word('undo')}
+        </button>
+      )}
+    </>
+  );
+}
+
+function ProgressWindow({ analysis }: { analysis: Analysis }) {
+  const { title, lines, pass, percent, training } = analysis.progress ?? {
+    title: '',
+    lines: [],
+    pass: '',
+    percent: null,
+    training: false,
+  };
+  const [stopping, setStopping] = useState(false);
+  const cancel = () => {
+    setStopping(true);
+    void post(`analyses/${analysis.analysis}/cancel`).catch(say);
+  };
+  return (
+    <Modal
+      title={title || word('running')}
+      class="progress"
+      onEscape={cancel}
+      buttons={
+        <button type="button" data-focus disabled={stopping} onClick={cancel}>
+          {word('cancel')}
+        </button>
+      }
+    >
+      <progress
+        max={100}
+        {...(percent === null ? {} : { value: percent })}
+        aria-label={title || word('running')}
+      />
+      <div class="progress-lines" aria-live="polite">
+        <p>{pass || lines[0] || ' '}</p>
+        {training && <p>{(pass ? lines[0] : lines[1]) || ' '}</p>}
+      </div>
+    </Modal>
+  );
+}
+
+/** The macro as it grows. */
+function MacroView({ analysis }: { analysis: Analysis }) {
+  const [text, setText] = useState('');
+  const [asking, setAsking] = useState(false);
+  const path = `analyses/${analysis.analysis}/macro`;
+  useEffect(() => {
+    let current = true;
+    getText(path).then(t => current && setText(t), say);
+    return () => void (current = false);
+  }, [path, analysis.macro.lines]);
+  const rerun = (file: number) => {
+    setAsking(false);
+    post<Analysis>(`analyses/${analysis.analysis}/rerun`, { file }).then(
+      a => show({ view: 'analysis', analysis: a.analysis }),
+      say,
+    );
+  };
+  return (
+    <div class="macro">
+      <div class="macro-bar">
+        <button type="button" disabled={text === ''} onClick={() => setAsking(true)}>
+          {word('runOn')}
+        </button>
+        {page.state?.files.map(file => (
+          <button
+            key={file.file}
+            type="button"
+            class="quiet"
+            disabled={text === ''}
+            onClick={() => rerun(file.file)}
+          >
+            ▷ {file.name}
+          </button>
+        ))}
+      </div>
+      {text === '' ? (
+        <p class="empty">{word('macroEmpty')}</p>
+      ) : (
+        <TextView
+          title={word('macro')}
+          text={text}
+          exports={[{ label: 'QVB', href: `/api/${path}` }]}
+        />
+      )}
+      {asking && <OpenWindow opened={file => rerun(file.file)} cancel={() => setAsking(false)} />}
+    </div>
+  );
+}

@@ -1,0 +1,376 @@
+// One control of a dialog as a person uses it, by its kind.
+import { useEffect, useId, useRef, useState } from 'preact/hooks';
+import type { Control } from '../protocol';
+import { page } from '../store';
+import { ListBox } from '../widgets/list_box';
+import { word } from '../words';
+import { type Label, parseLabel, plainText, translate } from './label';
+
+/** What a view of a dialog lets its controls do. */
+export interface Hands {
+  type(name: string, text: string): void;
+  set(name: string, value: number | string): void;
+  press(name: string): void;
+  ok(): void;
+}
+
+interface Props {
+  control: Control;
+  hands: Hands;
+}
+
+export function labelOf(raw: string): Label {
+  return parseLabel(translate(raw, page.language));
+}
+export function nameOf(control: Control): string {
+  return (
+    plainText(translate(control.label, page.language))
+      .replace(/ ?: *$/, '')
+      .trim() || control.name
+  );
+}
+
+export function Caption({ label }: { label: Label }) {
+  return (
+    <span>
+      {label.before}
+      {label.key && <u>{label.key}</u>}
+      {label.after}
+    </span>
+  );
+}
+
+const access = (label: Label) =>
+  label.key
+    ? {
+        'data-access': label.key.toLocaleLowerCase(),
+        'aria-keyshortcuts': `Alt+${label.key.toUpperCase()}`,
+      }
+    : {};
+
+export function Check({ control, hands }: Props) {
+  const label = labelOf(control.label);
+  return (
+    <label class="check">
+      <input
+        type={control.kind === 'radio' ? 'radio' : 'checkbox'}
+        name={control.kind === 'radio' ? `radio-${control.group}-${control.tab}` : undefined}
+        data-name={control.name}
+        checked={control.value === 1}
+        disabled={!control.enabled}
+        {...access(label)}
+        onChange={event => {
+          const on = event.currentTarget.checked;
+          // The server's answer decides what is shown.
+          event.currentTarget.checked = control.value === 1;
+          hands.set(control.name, on ? 1 : 0);
+        }}
+      />
+      <Caption label={label} />
+    </label>
+  );
+}
+
+/** Why the text of a numeric field would be refused; empty when it would not. */
+export function complaint(control: Control): string {
+  if (control.kind !== 'integer' && control.kind !== 'real') return '';
+  const text = String(control.value ?? '')
+    .trim()
+    .replace(',', '.');
+  const pattern =
+    control.kind === 'integer' ? /^[+-]?\d+$/ : /^[+-]?(\d+\.?\d*|\.\d+)(e[+-]?\d+)?$/i;
+  if (!pattern.test(text)) return word('unreadable');
+  const value = Number(text);
+  const { lowest, highest } = control;
+  if ((lowest !== null && value < lowest) || (highest !== null && value > highest))
+    return word('range', lowest ?? '', highest ?? '…');
+  return '';
+}
+
+/** An edit field: sends what is typed, and shows what the server holds unless that is older. */
+function useDraft(control: Control, hands: Hands) {
+  const held = String(control.value ?? '');
+  const [draft, setDraft] = useState(held);
+  const sent = useRef(held);
+  useEffect(() => {
+    if (held !== sent.current) {
+      sent.current = held;
+      setDraft(held);
+    }
+  }, [held]);
+  const change = (text: string) => {
+    setDraft(text);
+    sent.current = text;
+    hands.type(control.name, text);
+  };
+  return [draft, change] as const;
+}
+
+export function Field({ control, hands }: Props) {
+  const id = useId();
+  const label = labelOf(control.label);
+  const [draft, change] = useDraft(control, hands);
+  const numeric = control.kind !== 'text';
+  const wrong = control.enabled ? complaint({ ...control, value: draft }) : '';
+  const range =
+    control.lowest !== null || control.highest !== null
+      ? word('range', control.lowest ?? '', control.highest ?? '…')
+      : '';
+  return (
+    <div class={`field ${control.enabled ? '' : 'off'}`}>
+      <label for={id}>
+        <Caption label={label} />
+      </label>
+      <FieldInput
+        id={id}
+        control={control}
+        draft={draft}
+        change={change}
+        wrong={wrong}
+        title={wrong || range}
+        numeric={numeric}
+        shortcut={access(label)}
+      />
+    </div>
+  );
+}
+
+function FieldInput(props: {
+  id: string;
+  control: Control;
+  draft: string;
+  change: (text: string) => void;
+  wrong: string;
+  title: string;
+  numeric: boolean;
+  shortcut: object;
+}) {
+  const { control, numeric } = props;
+  // Arrow keys step a whole number.
+  const step = (by: number) => {
+    const value = Number(props.draft) + by;
+    if (control.kind !== 'integer' || !Number.isInteger(value)) return false;
+    if (by < 0 && control.lowest !== null && value < control.lowest) return true;
+    if (by > 0 && control.highest !== null && value > control.highest) return true;
+    props.change(String(value));
+    return true;
+  };
+  return (
+    <input
+      id={props.id}
+      type="text"
+      class={numeric ? 'number' : 'words'}
+      inputMode={numeric ? 'decimal' : undefined}
+      autocomplete="off"
+      spellcheck={false}
+      data-name={control.name}
+      value={props.draft}
+      title={props.title || undefined}
+      aria-invalid={props.wrong ? true : undefined}
+      disabled={!control.enabled}
+      {...props.shortcut}
+      onInput={event => props.change(event.currentTarget.value)}
+      onFocus={event => event.currentTarget.select()}
+      onKeyDown={event => {
+        const by = { ArrowUp: 1, ArrowDown: -1 }[event.key];
+        if (by && !event.altKey && step(by)) event.preventDefault();
+      }}
+    />
+  );
+}
+
+/** A field under a heading of a matrix: named by its row and column. */
+export function Cell({ control, hands, name }: Props & { name: string }) {
+  const id = useId();
+  const [draft, change] = useDraft(control, hands);
+  const wrong = control.enabled ? complaint({ ...control, value: draft }) : '';
+  return (
+    <FieldInput
+      id={id}
+      control={control}
+      draft={draft}
+      change={change}
+      wrong={wrong}
+      title={wrong}
+      numeric
+      shortcut={{ 'aria-label': name }}
+    />
+  );
+}
+
+/** A text that is chosen from a list which the dialog offers. */
+export function Drop({ control, hands }: Props) {
+  const id = useId();
+  const label = labelOf(control.label);
+  const offered = control.offered ?? control.choices ?? [];
+  const chosen = control.chosen?.[0] ?? (typeof control.value === 'number' ? control.value : -1);
+  return (
+    <div class={`field ${control.enabled ? '' : 'off'}`}>
+      <label for={id}>
+        <Caption label={label} />
+      </label>
+      <select
+        id={id}
+        data-name={control.name}
+        disabled={!control.enabled || offered.length === 0}
+        {...access(label)}
+        onChange={event => choose(control, hands, new Set([event.currentTarget.selectedIndex]))}
+      >
+        {offered.map((text, i) => (
+          <option key={i} selected={i === chosen}>
+            {text}
+          </option>
+        ))}
+      </select>
+    </div>
+  );
+}
+
+function choose(control: Control, hands: Hands, rows: Set<number>): void {
+  if (control.kind === 'choice') {
+    hands.set(control.name, [...rows][0] ?? 0);
+    return;
+  }
+  const numbers = [...rows].sort((a, b) => a - b).map(row => row + 1);
+  hands.set(control.name, numbers.length ? numbers.join(' ') : 'None');
+}
+
+/** The same as an open list; the axis of Y takes several. */
+export function OpenList({ control, hands, rows }: Props & { rows: number }) {
+  const id = useId();
+  const label = labelOf(control.label);
+  const kinds = control.kind === 'choice' ? kindTitles() : undefined;
+  const offered = kinds ?? control.offered ?? control.choices ?? [];
+  const chosen = new Set(
+    control.chosen ?? (typeof control.value === 'number' ? [control.value] : []),
+  );
+  const multiple = control.name === 'SelectedItemsY';
+  return (
+    <div class={`open-list ${control.enabled ? '' : 'off'}`} data-name={control.name}>
+      <span id={id} class="list-caption">
+        <Caption label={label} />
+      </span>
+      <ListBox
+        id={`list-${control.name}`}
+        labelledBy={id}
+        count={offered.length}
+        text={row => offered[row] ?? ''}
+        selected={chosen}
+        multiple={multiple}
+        disabled={!control.enabled}
+        rows={rows}
+        onSelect={picked => choose(control, hands, picked)}
+        onKey={event => {
+          // A single choice can be taken back.
+          if (event.key !== 'Delete' || control.kind === 'choice') return false;
+          choose(control, hands, new Set());
+          return true;
+        }}
+        onActivate={control.kind === 'choice' ? () => hands.ok() : undefined}
+      />
+      {control.kind === 'choice' && <p class="note">{control.text}</p>}
+    </div>
+  );
+}
+
+function kindTitles(): string[] | undefined {
+  const kinds = page.state?.kinds;
+  if (!kinds) return undefined;
+  const titles: string[] = [];
+  for (const kind of kinds) titles[kind.position] = translate(kind.title, page.language);
+  return titles;
+}
+
+export function Push({ control, hands, class: extra }: Props & { class?: string }) {
+  const label = labelOf(control.label);
+  return (
+    <button
+      type="button"
+      class={extra}
+      data-name={control.name}
+      disabled={!control.enabled}
+      {...access(label)}
+      onClick={() => hands.press(control.name)}
+    >
+      {control.role === 4 && <span class="icon sheet" aria-hidden="true" />}
+      {control.role === 6 && <span class="icon graph" aria-hidden="true" />}
+      <Caption label={label} />
+    </button>
+  );
+}
+
+/** A button that opens a choice, with what has been chosen beside it. */
+export function Pick({ control, hands }: Props) {
+  const chosen = String(control.value ?? '');
+  const id = useId();
+  return (
+    <div class={`pick ${control.enabled ? '' : 'off'}`}>
+      <Push control={control} hands={hands} />
+      <output id={id} title={chosen} aria-label={nameOf(control)}>
+        {chosen.split('|').every(part => part.trim() === '') ? '' : chosen}
+      </output>
+    </div>
+  );
+}
+
+/** Four lists that were chosen in one window, each on its line. */
+export function VariablesPick({ control, hands }: Props) {
+  const captions = [
+    'Dépend. continue(s) :',
+    'Dépend. catégorielle(s) :',
+    'Prédicteurs continus :',
+    'Prédicteurs catégoriels :',
+  ].map(caption => translate(caption, page.language).replace(/ ?:$/, ''));
+  const lists = String(control.value ?? '').split('|');
+  return (
+    <div class="variables-pick">
+      <Push control={control} hands={hands} class="primary-pick" />
+      <dl>
+        {captions.map((caption, i) => (
+          <div key={caption}>
+            <dt>{caption}</dt>
+            <dd title={lists[i]?.trim()}>{lists[i]?.trim() || <span class="dim">–</span>}</dd>
+          </div>
+        ))}
+      </dl>
+    </div>
+  );
+}
+
+/** A text that the dialog shows; as a list its lines are a small table, the first the headings. */
+export function Note({ control, rows }: { control: Control; rows?: number }) {
+  const text = String(control.value ?? '') || translate(control.label, page.language);
+  const lines = text.split('\n').filter(line => line !== '');
+  if (rows === undefined) return <p class={`note ${control.enabled ? '' : 'off'}`}>{text}</p>;
+  const table = lines.map(line => line.split('\t'));
+  return (
+    <div
+      class={`note-list ${control.enabled ? '' : 'off'}`}
+      style={{ height: `${rows * 22 + 2}px` }}
+      tabIndex={0}
+      role="region"
+      aria-label={control.name}
+    >
+      <table>
+        <thead>
+          <tr>
+            {table[0]?.map((cell, j) => (
+              <th key={j} scope="col">
+                {cell}
+              </th>
+            ))}
+          </tr>
+        </thead>
+        <tbody>
+          {table.slice(1).map((cells, i) => (
+            <tr key={i}>
+              {cells.map((cell, j) => (
+                <td key={j}>{cell}</td>
+              ))}
+            </tr>
+          ))}
+        </tbody>
+      </table>
+    </div>
+  );
+}

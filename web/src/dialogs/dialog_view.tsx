@@ -1,0 +1,412 @@
+// A dialog drawn from the module's table and its layout: tabs of one size, so that nothing moves
+// when another is shown; groups, lines, access keys; Enter is OK, Escape is Cancel; a refused field
+// gets the focus.
+import { useEffect, useLayoutEffect, useRef, useState } from 'preact/hooks';
+import type { ComponentChildren } from 'preact';
+import type { CallResult, Control, Dialog } from '../protocol';
+import { call, page } from '../store';
+import { isOwnEnter } from '../widgets/modal';
+import { word } from '../words';
+import { accessKeys } from './access_keys';
+import {
+  Caption,
+  Cell,
+  Check,
+  complaint,
+  Drop,
+  Field,
+  type Hands,
+  labelOf,
+  Note,
+  OpenList,
+  Pick,
+  Push,
+  VariablesPick,
+} from './controls';
+import { plainText, translate } from './label';
+import { type Layout, layouts, type Part } from './layouts';
+import { MenuButton } from '../widgets/menu_button';
+
+interface Props {
+  analysis: number;
+  dialog: Dialog;
+  busy: boolean;
+  modal?: boolean;
+  heading?: ComponentChildren;
+}
+
+const noLayout: Layout = { mainParts: [], tabs: {} };
+
+export function layoutOf(dialog: Dialog): Layout {
+  if (dialog.name) return layouts[dialog.name] ?? noLayout;
+  return dialog.controls.some(control => control.name === 'Inactive')
+    ? (layouts.SampleIdentifier as Layout)
+    : noLayout;
+}
+
+/** The names of the controls that parts show. */
+export function namesIn(parts: Part[]): string[] {
+  return parts.flatMap(part => {
+    if (typeof part === 'string') return [part];
+    if ('line' in part) return namesIn(part.line);
+    if ('columns' in part) return part.columns.flatMap(namesIn);
+    if ('group' in part) return namesIn(part.parts);
+    if ('under' in part) return [part.under, ...namesIn(part.parts)];
+    if ('matrix' in part) return part.rows.flatMap(row => row.cells);
+    if ('list' in part) return [part.list];
+    return 'buttons' in part ? part.buttons : [];
+  });
+}
+
+/** The parts of a tab (or, for '', those without one), with what the layout forgot at the end. */
+export function partsOf(dialog: Dialog, layout: Layout, tab: string): Part[] {
+  const parts = tab === '' ? layout.mainParts : (layout.tabs[tab] ?? []);
+  const placed = new Set([
+    ...namesIn(layout.mainParts),
+    ...Object.values(layout.tabs).flatMap(namesIn),
+    ...(layout.hidden ?? []),
+    ...(layout.menu ? [layout.menu.button, ...layout.menu.entries] : []),
+  ]);
+  const forgotten = dialog.controls
+    .filter(control => control.tab === tab && !placed.has(control.name))
+    .map(control => control.name);
+  return [...parts, ...forgotten];
+}
+
+/** The tab that shows a control; undefined: none does, or it stands outside the tabs. */
+function tabOf(dialog: Dialog, layout: Layout, name: string): string | undefined {
+  return dialog.tabs.find(tab => namesIn(partsOf(dialog, layout, tab)).includes(name));
+}
+
+export function DialogView({ analysis, dialog, busy, modal = false, heading }: Props) {
+  const layout = layoutOf(dialog);
+  const root = useRef<HTMLDivElement>(null);
+  // In the order of the layout; a tab that it does not know comes last.
+  const known = Object.keys(layout.tabs);
+  const tabs = [
+    ...known.filter(tab => dialog.tabs.includes(tab)),
+    ...dialog.tabs.filter(tab => !known.includes(tab)),
+  ].filter(tab =>
+    namesIn(partsOf(dialog, layout, tab)).some(
+      name => dialog.controls.find(control => control.name === name)?.visible,
+    ),
+  );
+  const [tab, setTab] = useState(tabs[0] ?? '');
+  const current = tabs.includes(tab) ? tab : (tabs[0] ?? '');
+  const [focus, setFocus] = useState<{ name: string } | null>(null);
+
+  const focusOn = (name: string) => {
+    const home = tabOf(dialog, layout, name);
+    if (home !== undefined) setTab(home);
+    setFocus({ name });
+  };
+  useEffect(() => {
+    const first = layout.focus ?? dialog.controls.find(control => control.enabled)?.name ?? '';
+    setTab(tabs[0] ?? '');
+    focusOn(first);
+  }, [dialog.dialog]);
+  useLayoutEffect(() => {
+    if (!focus) return;
+    const holder = root.current?.querySelector<HTMLElement>(`[data-name="${focus.name}"]`);
+    const element = holder?.querySelector<HTMLElement>('[role=listbox]') ?? holder;
+    element?.focus();
+    if (element instanceof HTMLInputElement && element.type === 'text') element.select();
+  }, [focus, current]);
+
+  const after = (result: CallResult) => {
+    if (result.ok) return;
+    const refused = result.control || firstWrong(dialog, layout, tabs);
+    if (refused) focusOn(refused);
+  };
+  const hands: Hands = {
+    type: (name, text) => void call(analysis, dialog.dialog, { do: 'type', name, text }),
+    set: (name, value) => void call(analysis, dialog.dialog, { do: 'set', name, value }),
+    press: name => void call(analysis, dialog.dialog, { do: 'press', name }).then(after),
+    ok: () => void call(analysis, dialog.dialog, { do: 'ok' }).then(after),
+  };
+  const cancel = () => void call(analysis, dialog.dialog, { do: 'cancel' });
+  const hasOK = dialog.level !== 'results';
+
+  const onKeyDown = (event: KeyboardEvent) => {
+    if (!root.current || event.defaultPrevented) return;
+    if (event.altKey && event.key.length === 1) {
+      const inTab = root.current.querySelector<HTMLElement>('.tab-panel:not([hidden])');
+      if (inTab && accessKeys(event, inTab)) return;
+      if (accessKeys(event, root.current)) return;
+      return;
+    }
+    if (event.ctrlKey && (event.key === 'PageDown' || event.key === 'PageUp')) {
+      const by = event.key === 'PageDown' ? 1 : tabs.length - 1;
+      setTab(tabs[(tabs.indexOf(current) + by) % tabs.length] ?? current);
+      event.preventDefault();
+    } else if (event.key === 'Escape') {
+      event.preventDefault();
+      cancel();
+    } else if (event.key === 'Enter' && hasOK && !event.isComposing && !isOwnEnter(event.target)) {
+      event.preventDefault();
+      hands.ok();
+    }
+  };
+
+  const main = partsOf(dialog, layout, '');
+  const draw = (parts: Part[], where: string) => (
+    <Parts parts={parts} dialog={dialog} hands={hands} where={where} />
+  );
+  const mainParts = main.length > 0 && <div class="main-parts">{draw(main, 'main')}</div>;
+  const menu = layout.menu && (
+    <MenuButton
+      button={dialog.controls.find(control => control.name === layout.menu?.button)}
+      entries={dialog.controls.filter(control => layout.menu?.entries.includes(control.name))}
+      hands={hands}
+    />
+  );
+  return (
+    <div
+      ref={root}
+      class={`dialog ${dialog.level}`}
+      role={modal ? undefined : 'form'}
+      aria-label={modal ? undefined : titleOf(dialog)}
+      aria-busy={busy}
+      data-dialog={dialog.name}
+      onKeyDown={onKeyDown}
+    >
+      {!modal && (
+        <header>
+          <h2>{titleOf(dialog)}</h2>
+          {heading}
+        </header>
+      )}
+      {layout.main === 'above' && mainParts}
+      {tabs.length > 0 && (
+        <>
+          <Tabs tabs={tabs} current={current} onSelect={setTab} />
+          <div class="tab-panels">
+            {tabs.map(name => (
+              <div
+                key={name}
+                id={`panel-${name}`}
+                class="tab-panel"
+                role="tabpanel"
+                aria-labelledby={`tab-${name}`}
+                hidden={name !== current}
+              >
+                {draw(partsOf(dialog, layout, name), name)}
+              </div>
+            ))}
+          </div>
+        </>
+      )}
+      {layout.main !== 'above' && mainParts}
+      <footer>
+        {menu}
+        <span class="spring" />
+        {hasOK && (
+          <button type="button" class="default" data-name="OK" disabled={busy} onClick={hands.ok}>
+            {word('ok')}
+          </button>
+        )}
+        <button type="button" data-name="Cancel" disabled={busy} onClick={cancel}>
+          {hasOK ? word('cancel') : word('back')}
+        </button>
+      </footer>
+    </div>
+  );
+}
+
+export function titleOf(dialog: Dialog): string {
+  return translate(dialog.title, page.language).trim();
+}
+
+/** The first field, in the order of the tabs, whose text would be refused. */
+function firstWrong(dialog: Dialog, layout: Layout, tabs: string[]): string {
+  for (const tab of [...tabs, ''])
+    for (const name of namesIn(partsOf(dialog, layout, tab))) {
+      const control = dialog.controls.find(c => c.name === name);
+      if (control?.enabled && control.visible && complaint(control)) return name;
+    }
+  return '';
+}
+
+function Tabs(props: { tabs: string[]; current: string; onSelect: (tab: string) => void }) {
+  const { tabs, current } = props;
+  const row = useRef<HTMLDivElement>(null);
+  const go = (tab: string | undefined) => {
+    if (tab === undefined) return;
+    props.onSelect(tab);
+    row.current?.querySelectorAll<HTMLElement>('[role=tab]')[tabs.indexOf(tab)]?.focus();
+  };
+  const onKeyDown = (event: KeyboardEvent) => {
+    const at = tabs.indexOf(current);
+    const to = {
+      ArrowRight: tabs[(at + 1) % tabs.length],
+      ArrowLeft: tabs[(at + tabs.length - 1) % tabs.length],
+      Home: tabs[0],
+      End: tabs[tabs.length - 1],
+    }[event.key];
+    if (to === undefined) return;
+    event.preventDefault();
+    go(to);
+  };
+  return (
+    <div ref={row} class="tabs" role="tablist" onKeyDown={onKeyDown}>
+      {tabs.map(tab => (
+        <button
+          key={tab}
+          id={`tab-${tab}`}
+          type="button"
+          role="tab"
+          aria-selected={tab === current}
+          aria-controls={`panel-${tab}`}
+          tabIndex={tab === current ? 0 : -1}
+          onClick={() => go(tab)}
+        >
+          {translate(tab, page.language)}
+        </button>
+      ))}
+    </div>
+  );
+}
+
+interface PartsProps {
+  parts: Part[];
+  dialog: Dialog;
+  hands: Hands;
+  where: string;
+}
+
+function Parts({ parts, dialog, hands, where }: PartsProps) {
+  return (
+    <>
+      {parts.map((part, i) => (
+        <OnePart
+          key={typeof part === 'string' ? part : i}
+          part={part}
+          dialog={dialog}
+          hands={hands}
+          where={where}
+        />
+      ))}
+    </>
+  );
+}
+
+function OnePart({ part, dialog, hands, where }: Omit<PartsProps, 'parts'> & { part: Part }) {
+  const find = (name: string): Control | undefined =>
+    dialog.controls.find(control => control.name === name && control.visible);
+  const inner = (parts: Part[]) => (
+    <Parts parts={parts} dialog={dialog} hands={hands} where={where} />
+  );
+  // A frame around controls that are all hidden is hidden, too.
+  if (typeof part !== 'string' && !('text' in part) && !namesIn([part]).some(find)) return null;
+
+  if (typeof part === 'string') {
+    const control = find(part);
+    return control ? <OneControl control={control} hands={hands} /> : null;
+  }
+  if ('line' in part) return <div class="line">{inner(part.line)}</div>;
+  if ('columns' in part)
+    return (
+      <div class="columns">
+        {part.columns.map((parts, i) => (
+          <div key={i}>{inner(parts)}</div>
+        ))}
+      </div>
+    );
+  if ('group' in part)
+    return (
+      <fieldset>
+        {part.group && <legend>{plainText(translate(part.group, page.language))}</legend>}
+        {inner(part.parts)}
+      </fieldset>
+    );
+  if ('under' in part)
+    return (
+      <div class="under">
+        {inner([part.under])}
+        <div>{inner(part.parts)}</div>
+      </div>
+    );
+  if ('text' in part) return <p class="caption">{translate(part.text, page.language)}</p>;
+  if ('buttons' in part)
+    return (
+      <div class="buttons">
+        {part.buttons
+          .map(find)
+          .map(control => control && <Push key={control.name} control={control} hands={hands} />)}
+      </div>
+    );
+  if ('list' in part) {
+    const control = find(part.list);
+    if (!control) return null;
+    return control.kind === 'note' ? (
+      <Note control={control} rows={part.rows ?? 6} />
+    ) : (
+      <OpenList control={control} hands={hands} rows={part.rows ?? 6} />
+    );
+  }
+  return (
+    <table class="matrix">
+      <thead>
+        <tr>
+          <td />
+          {part.matrix.map(heading => (
+            <th key={heading} scope="col">
+              {translate(heading, page.language)}
+            </th>
+          ))}
+        </tr>
+      </thead>
+      <tbody>
+        {part.rows.map(row => (
+          <tr key={row.label}>
+            <th scope="row">
+              <Caption label={labelOf(row.label)} />
+            </th>
+            {row.cells.map((name, i) => {
+              const control = find(name);
+              const heading = translate(part.matrix[i] ?? '', page.language);
+              return (
+                <td key={name}>
+                  {control && (
+                    <Cell
+                      control={control}
+                      hands={hands}
+                      name={`${plainText(translate(row.label, page.language))} ${heading}`}
+                    />
+                  )}
+                </td>
+              );
+            })}
+          </tr>
+        ))}
+      </tbody>
+    </table>
+  );
+}
+
+function OneControl({ control, hands }: { control: Control; hands: Hands }) {
+  switch (control.kind) {
+    case 'check':
+    case 'radio':
+      return <Check control={control} hands={hands} />;
+    case 'note':
+      return <Note control={control} />;
+    case 'pick':
+      return control.name === 'Variables' ? (
+        <VariablesPick control={control} hands={hands} />
+      ) : (
+        <Pick control={control} hands={hands} />
+      );
+    case 'button':
+    case 'action':
+      return <Push control={control} hands={hands} />;
+    case 'choice':
+      return <Drop control={control} hands={hands} />;
+    default:
+      return control.offered ? (
+        <Drop control={control} hands={hands} />
+      ) : (
+        <Field control={control} hands={hands} />
+      );
+  }
+}

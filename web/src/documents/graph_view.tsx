@@ -1,0 +1,93 @@
+// A graph that can be pointed at, zoomed and, in space, turned; exported as SVG and PNG.
+import { useEffect, useRef, useState } from 'preact/hooks';
+import type { Graph } from '../protocol';
+import { say } from '../store';
+import { word } from '../words';
+import { drawingOf } from './graph_traces';
+import { flatPlots, spacePlots } from './plotly';
+
+interface Props {
+  graph: Graph;
+  path: string;
+}
+
+const isDark = window.matchMedia('(prefers-color-scheme: dark)');
+
+export function GraphView({ graph, path }: Props) {
+  const place = useRef<HTMLDivElement>(null);
+  const [dark, setDark] = useState(isDark.matches);
+  const inSpace = graph.type === 'surface';
+
+  useEffect(() => {
+    const listen = () => setDark(isDark.matches);
+    isDark.addEventListener('change', listen);
+    return () => isDark.removeEventListener('change', listen);
+  }, []);
+  useEffect(() => {
+    const element = place.current;
+    if (!element) return;
+    let stop = () => {};
+    let gone = false;
+    (inSpace ? spacePlots() : flatPlots())
+      .then(async plotly => {
+        if (gone) return;
+        const colour = (name: string) => getComputedStyle(element).getPropertyValue(name).trim();
+        const { traces, layout } = drawingOf(graph, {
+          text: colour('--text'),
+          grid: colour('--line'),
+          background: colour('--panel'),
+          font: getComputedStyle(element).fontFamily,
+        });
+        await plotly.newPlot(element, traces, { ...layout, autosize: true }, config);
+        element.dataset.drawn = graph.type;
+        const observer = new ResizeObserver(() => {
+          if (element.clientWidth > 0) plotly.Plots.resize(element);
+        });
+        observer.observe(element);
+        stop = () => {
+          observer.disconnect();
+          plotly.purge(element);
+        };
+        if (gone) stop();
+      })
+      .catch(say);
+    return () => {
+      gone = true;
+      delete element.dataset.drawn;
+      stop();
+    };
+  }, [graph, dark]);
+
+  const points = graph.series.reduce((sum, series) => sum + series.x.length, 0);
+  const name = graph.title.replaceAll('\n', ' ');
+  return (
+    <section class="document graph" aria-label={name}>
+      <header>
+        <div class="document-title">
+          <h3>{name}</h3>
+        </div>
+        <div class="document-buttons">
+          {['svg', 'png'].map(format => (
+            <a key={format} class="button" href={`/api/${path}/export?format=${format}`} download>
+              {format.toUpperCase()}
+            </a>
+          ))}
+        </div>
+      </header>
+      <div
+        ref={place}
+        class="plot"
+        role="img"
+        aria-label={`${name}; ${graph.axes.map(a => a.title).join(', ')}${points ? `; ${points} ${word('points')}` : ''}`}
+      />
+    </section>
+  );
+}
+
+const config = {
+  displaylogo: false,
+  responsive: false,
+  scrollZoom: true,
+  doubleClick: 'reset+autosize',
+  modeBarButtonsToRemove: ['toImage', 'sendDataToCloud', 'lasso2d', 'select2d'],
+};

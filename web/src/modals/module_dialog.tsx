@@ -1,0 +1,18 @@
+// A modal dialog of the module: drawn from its table like every other.
+import { DialogView, titleOf } from '../dialogs/dialog_view';
+import type { RequestOf } from '../protocol';
+import { Modal } from '../widgets/modal';
+
+interface Props {
+  analysis: number;
+  request: RequestOf<'dialog'>;
+}
+
+export function ModuleDialog({ analysis, request }: Props) {
+  return (
+    <Modal title={titleOf(request.dialog)} class="module-dialog" buttons={null}>
+      {request.texts.length > 0 && <p class="hint">{request.texts.join('\n')}</p>}
+      <DialogView analysis={analysis} dialog={request.dialog} busy={false} modal />
+    </Modal>
+  );
+}

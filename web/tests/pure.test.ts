@@ -1,0 +1,177 @@
+// The page's own arithmetic and texts, against values worked out by hand.
+import assert from 'node:assert/strict';
+import { spawnSync } from 'node:child_process';
+import { test } from 'node:test';
+import { english } from '../src/dialogs/english';
+import { parseLabel, plainText } from '../src/dialogs/label';
+import { layouts, type Part } from '../src/dialogs/layouts';
+import { highlight, languageOf } from '../src/documents/highlight';
+import { fitSurface } from '../src/documents/surface';
+import { columnNumber, decimalsOf, shortNumber } from '../src/numbers';
+import { inTwoRoles, withAdded, withRemoved } from '../src/modals/variable_lists';
+import { asHtml, asText } from '../src/widgets/copy_table';
+
+test('a label underlines the letter behind its sign, and shows a doubled sign', () => {
+  const cases: [string, string, string][] = [
+    ['Va&leur de V :', 'l', 'Valeur de V :'],
+    ['Prévisions && résidus', '', 'Prévisions & résidus'],
+    ['A && &B', 'B', 'A & B'],
+    ['Traitement des V&M', 'M', 'Traitement des VM'],
+    ['no key', '', 'no key'],
+    ['ends with &', '', 'ends with &'],
+  ];
+  for (const [raw, key, text] of cases) {
+    assert.equal(parseLabel(raw).key, key, raw);
+    assert.equal(plainText(raw), text, raw);
+  }
+});
+
+function namesOf(parts: Part[]): string[] {
+  return parts.flatMap(part => {
+    if (typeof part === 'string') return [part];
+    const found: string[] = [];
+    for (const [key, value] of Object.entries(part)) {
+      if (key === 'under' || key === 'list') found.push(value as string);
+      if (key === 'parts' || key === 'line') found.push(...namesOf(value as Part[]));
+      if (key === 'columns') found.push(...(value as Part[][]).flatMap(namesOf));
+      if (key === 'buttons') found.push(...(value as string[]));
+      if (key === 'rows' && Array.isArray(value)) found.push(...value.flatMap(row => row.cells));
+    }
+    return found;
+  });
+}
+
+test('every control of the table has one place in the layout of its dialog', () => {
+  const program = process.env.QRVML ?? '../build/release/bin/qrvml';
+  for (const [method, kind] of [
+    ['knn', 'KNN'],
+    ['nb', 'NB'],
+    ['svm', 'SVM'],
+  ] as const) {
+    const run = spawnSync(program, [method, '--help-controls'], { encoding: 'utf8' });
+    if (run.stderr.includes('not available in this version')) continue;
+    const listed = run.stdout;
+    const [specification = '', results = ''] = listed.split('Results dialog');
+    for (const [text, name] of [
+      [specification, `MachineLearning${kind}`],
+      [results, `MachineLearningResults${kind}`],
+    ] as const) {
+      const rows = text
+        .split('\n')
+        .flatMap(line => /^ {2}([A-Z][\w.]+) {2,}/.exec(line)?.[1] ?? []);
+      const controls = rows.filter(row => row !== 'Name');
+      assert.ok(controls.length > 10, name);
+      const layout = layouts[name];
+      assert.ok(layout, name);
+      const placed = [
+        ...namesOf([...layout.mainParts, ...Object.values(layout.tabs).flat()]),
+        ...(layout.hidden ?? []),
+        ...(layout.menu ? [layout.menu.button, ...layout.menu.entries] : []),
+      ];
+      assert.deepEqual(
+        controls.filter(control => !placed.includes(control)),
+        [],
+        `without a place in ${name}`,
+      );
+      assert.deepEqual(
+        placed.filter((control, i) => placed.indexOf(control) !== i),
+        [],
+        `placed twice in ${name}`,
+      );
+    }
+  }
+});
+
+test('a translation keeps an access key where the label has one', () => {
+  const lost = Object.entries(english).filter(
+    ([french, text]) => parseLabel(french).key !== '' && parseLabel(text).key === '',
+  );
+  assert.deepEqual(lost, []);
+});
+
+test('numbers are short, and a column has the decimals that its numbers need', () => {
+  const short: [number | null, string][] = [
+    [0, '0'],
+    [1 / 3, '0.333333'],
+    [123456.789, '123457'],
+    [-0.00012345678, '-0.00012346'],
+    [1.5e-9, '1.5e-9'],
+    [2e12, '2000000000000'],
+    [null, ''],
+    [NaN, ''],
+  ];
+  for (const [value, text] of short) assert.equal(shortNumber(value), text);
+  assert.equal(decimalsOf([5.1, 4, null, -9999]), 1);
+  assert.equal(decimalsOf([1 / 3, 123.456]), 3); // six digits of the largest
+  assert.equal(columnNumber(4, 1), '4.0');
+  assert.equal(columnNumber(-9999, 3), '-9999');
+  assert.equal(columnNumber(0.0004, 2), '0.0004'); // not 0.00
+});
+
+test('a copied table has its headings, as text and as HTML without markup from data', () => {
+  const table = {
+    headings: [
+      ['Obs.', '<b>'],
+      ['Nom', 'a\tb'],
+    ],
+    rows: [{ name: '1', cells: ['x & "y"'] }],
+  };
+  assert.equal(asText(table, true), 'Obs.\t<b>\nNom\ta b\n1\tx & "y"');
+  assert.equal(asText(table, false), 'x & "y"');
+  assert.equal(
+    asHtml(table, true),
+    '<table><tr><th>Obs.</th><th>&lt;b&gt;</th></tr><tr><th>Nom</th><th>a\tb</th></tr>' +
+      '<tr><th>1</th><td>x &amp; &quot;y&quot;</td></tr></table>',
+  );
+});
+
+test('a surface through points of a plane is that plane', () => {
+  const places = Array.from({ length: 40 }, (_, i) => [(i * 7) % 11, (i * 5) % 13] as const);
+  const plane = (x: number, y: number) => 3 + 2 * x - y;
+  const surface = fitSurface(
+    places.map(p => p[0]),
+    places.map(p => p[1]),
+    places.map(p => plane(...p)),
+    5,
+  );
+  assert.ok(surface);
+  const [low, high] = [3 - 12, 3 + 20];
+  for (const [j, y] of surface.y.entries())
+    for (const [i, x] of surface.x.entries()) {
+      const height = Math.max(low, Math.min(high, plane(x, y)));
+      const range = places.map(p => plane(...p));
+      const kept = Math.max(Math.min(...range), Math.min(Math.max(...range), height));
+      assert.ok(Math.abs((surface.z[j]?.[i] ?? NaN) - kept) < 1e-6, `${x} ${y}`);
+    }
+  assert.equal(fitSurface([1, null], [null, 2], [3, 4]), null);
+});
+
+test('coloured code is the code', () => {
+  const lines: [string, string, string[]][] = [
+    [
+      'c',
+      'double a[2] = {1.5, -2e-3}; // "no" text',
+      ['double', '2', '1.5', '2e-3', '// "no" text'],
+    ],
+    ['qvb', `Dim s As String: s = "it's" 'note`, ['Dim', 'As', 'String', `"it's"`, `'note`]],
+    ['xml', '<DataField name="a&lt;b" optype="x"/>', ['<DataField', '"a&lt;b"', '"x"', '/>']],
+  ];
+  for (const [language, line, coloured] of lines) {
+    const pieces = highlight(line, language as 'c' | 'qvb' | 'xml');
+    assert.equal(pieces.map(([, text]) => text).join(''), line);
+    assert.deepEqual(
+      pieces.filter(([kind]) => kind !== '').map(([, text]) => text),
+      coloured,
+    );
+  }
+  assert.equal(languageOf('<?xml version="1.0"?>'), 'xml');
+  assert.equal(languageOf('Variables:'), null);
+});
+
+test('variables stand once in a list, and in two lists are noticed', () => {
+  const lists = [[1, 2], [3], []];
+  assert.deepEqual(withAdded(lists, 1, [2, 3, 4]), [[1, 2], [3, 2, 4], []]);
+  assert.deepEqual(withRemoved(lists, 0, [2, 9]), [[1], [3], []]);
+  assert.deepEqual(inTwoRoles(withAdded(lists, 1, [2])), [2]);
+  assert.deepEqual(inTwoRoles(lists), []);
+});
