@@ -121,6 +121,7 @@ std::string ControlsText(std::string_view dialog, std::span<const Control> contr
     std::string label = PlainLabel(control.label);
     if (!control.tab.empty()) label = std::string(control.tab) + ": " + label;
     if (!control.IsAutomated()) label += " (outside the automation interface)";
+    if (!control.refusal.empty()) label += " (fails: " + std::string(control.refusal) + ')';
     rows.push_back({std::string(control.name), std::string(KindText(control.kind)),
                     RangeText(control), label});
   }

@@ -91,6 +91,10 @@ const Control* DialogCalls::Usable(const Step& step) {
     complain_('"' + step.text + "\": there is no " + step.name + DidYouMean(step.name, names));
     return nullptr;
   }
+  if (!control->refusal.empty()) {
+    complain_('"' + step.text + "\": " + step.name + ": " + std::string(control->refusal));
+    return nullptr;
+  }
   if (step.kind == Step::Kind::act && control->kind != ControlKind::action) {
     const bool button = control->kind == ControlKind::button || control->kind == ControlKind::pick;
     complain_('"' + step.text + "\": " + step.name + " is no action; " +

@@ -16,7 +16,6 @@ using Of = On<Dialog>;
 
 constexpr std::string_view kPriorTab = "Probas a priori";
 constexpr std::string_view kPosteriorTab = "Distrib. a posteriori";
-constexpr std::string_view kDependentLabel = "Variable &dépendante :";
 
 constexpr auto never = When<Dialog>([](const Dialog&) { return false; });
 constexpr auto hasCategoricalInputs =
@@ -93,7 +92,8 @@ Control Note(std::string_view name, std::string_view tab, Text text) {
 std::vector<Control> PriorRows() {
   return {
       ListChoice(
-          "SelectedOutputForPriorAssignment", kDependentLabel, kPriorTab, 50427, hasDependents,
+          "SelectedOutputForPriorAssignment", rows::kDependentLabel, kPriorTab, 50427,
+          hasDependents,
           [](const Dialog& d) { return MemberText(d.items().DependentName(d.priorDependent)); },
           [](Dialog& d, std::string_view text) { return d.SelectPriorDependent(text); }),
       PriorRadio<PriorKind::fromData>(
@@ -118,7 +118,7 @@ std::vector<Control> PriorRows() {
 std::vector<Control> PosteriorRows() {
   return {
       ListChoice(
-          "OutputForPosteriorPlot", kDependentLabel, kPosteriorTab, 50452, hasDependents,
+          "OutputForPosteriorPlot", rows::kDependentLabel, kPosteriorTab, 50452, hasDependents,
           [](const Dialog& d) {
             return MemberText(d.items().DependentName(d.posterior.dependent));
           },
@@ -164,7 +164,7 @@ std::vector<Control> MakeTable() {
       Button("DescriptiveStat", "Statistiques &descriptives", rows::kBaseTab, 50431, 4,
              [](Dialog& d) { return d.ShowStatistics(); }),
       Button(
-          "CrossVPlot", "Erreur de &validation croisée", rows::kBaseTab, 50432, 4,
+          "CrossVPlot", rows::kCrossValidationLabel, rows::kBaseTab, 50432, 4,
           [](Dialog&) { return false; }, never),
       rows::IncludeInputs(),
       rows::IncludeOutputs(),

@@ -73,7 +73,7 @@ class DialogAutomation final : public QrvAnalysisDialog {
     std::vector<ControlDescription> rows;
     std::vector<const Control*> displaced;
     for (const Control& control : Controls()) {
-      if (!control.IsAutomated()) continue;
+      if (control.row.identifier == 0) continue;
       if (control.row.after != 0) {
         displaced.push_back(&control);
         continue;
@@ -92,7 +92,7 @@ class DialogAutomation final : public QrvAnalysisDialog {
     if (dialog_ == nullptr) return false;
     CAnalysisContext::Scope scope(&dialog_->analysis());
     const Control* control = dialog_->FindControl(name);
-    return control != nullptr && dialog_->IsEnabled(*control);
+    return control != nullptr && control->refusal.empty() && dialog_->IsEnabled(*control);
   }
 
   AutomationResult Get(std::string_view name, AutomationValue& value) override {
@@ -101,9 +101,7 @@ class DialogAutomation final : public QrvAnalysisDialog {
         value = AutomationValue::Text(Automation().Answer(member));
         return kDone;
       }
-      const Control* control = dialog_->FindControl(name);
-      if (control == nullptr) return Unknown(name);
-      return Read(*control, value);
+      return OnControl(name, [&](const Control& control) { return Read(control, value); });
     });
   }
 
@@ -113,28 +111,24 @@ class DialogAutomation final : public QrvAnalysisDialog {
         Automation().SetAnswer(member, value.isNumber ? ShortestText(value.number) : value.text);
         return kDone;
       }
-      const Control* control = dialog_->FindControl(name);
-      if (control == nullptr) return Unknown(name);
-      return Write(*control, value);
+      return OnControl(name, [&](const Control& control) { return Write(control, value); });
     });
   }
 
   AutomationResult Type(std::string_view name, std::string_view text) override {
     return Call([&] {
-      const Control* control = dialog_->FindControl(name);
-      if (control == nullptr) return Unknown(name);
-      if (!control->IsField()) return Failure(std::string(name) + " is no edit field");
-      KeepTyped(*control, text);
-      Record(*control, text);
-      return kDone;
+      return OnControl(name, [&](const Control& control) {
+        if (!control.IsField()) return Failure(std::string(name) + " is no edit field");
+        KeepTyped(control, text);
+        Record(control, text);
+        return kDone;
+      });
     });
   }
 
   AutomationResult Press(std::string_view name) override {
     return Call([&] {
-      const Control* control = dialog_->FindControl(name);
-      if (control == nullptr) return Unknown(name);
-      return PressControl(*control);
+      return OnControl(name, [&](const Control& control) { return PressControl(control); });
     });
   }
 
@@ -159,6 +153,15 @@ class DialogAutomation final : public QrvAnalysisDialog {
       Refuse(104);
       return Failure();
     }
+  }
+
+  template <class Operation>
+  AutomationResult OnControl(std::string_view name, Operation operation) {
+    const Control* control = dialog_->FindControl(name);
+    if (control == nullptr) return Unknown(name);
+    if (!control->refusal.empty())
+      return Failure(std::string(name) + ": " + std::string(control->refusal));
+    return operation(*control);
   }
 
   AutomationServices& Automation() const { return *dialog_->analysis().services().automation; }

@@ -94,8 +94,11 @@ struct Control {
   DescriptionRow row{};
   Rule enabled = nullptr;  // null: always
   Binding bind{};
+  /// Not empty: a member of the automation interface that this dialog does not have. It is neither
+  /// shown nor described, and every call on it fails with this reason.
+  std::string_view refusal{};
 
-  bool IsAutomated() const { return row.identifier != 0; }
+  bool IsAutomated() const { return row.identifier != 0 || !refusal.empty(); }
   bool IsField() const {
     return kind == ControlKind::integer || kind == ControlKind::real ||
            (kind == ControlKind::text && bind.enter == nullptr);

@@ -55,7 +55,7 @@ std::vector<Control> MakeTable() {
       TableButton("DescriptiveStat", "Statistiques &descriptives", rows::kBaseTab, 50431,
                   [](Dialog& d) { return d.ShowStatistics(); }),
       TableButton(
-          "CrossVPlot", "Erreur de &validation croisée", rows::kBaseTab, 50432,
+          "CrossVPlot", rows::kCrossValidationLabel, rows::kBaseTab, 50432,
           [](Dialog& d) { return d.ShowCrossValidation(); }, crossValidated),
       rows::IncludeInputs(),
       rows::IncludeOutputs(),

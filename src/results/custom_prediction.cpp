@@ -95,6 +95,12 @@ bool ResultsDialog::ShowCustomPredictions() {
   for (std::size_t i = 0; i < items_.inputs(); ++i) addRow({ItemKind::input, i}, custom.inputs[i]);
   CaseResult result;
   if (custom.isValid) result = cases_->Predict(custom.inputs);
+  if (custom.isValid && cases_->HasNumericFault()) return Refuse(155);
+  if (profile_.customBlankRow) {
+    table.rowNames.emplace_back();
+    column.values.push_back(kEmptyCell);
+    column.texts.emplace_back();
+  }
   for (std::size_t d = 0; d < items_.dependents(); ++d)
     addRow({ItemKind::predicted, d}, custom.isValid ? result.predictions[d] : kMissingOutput);
   if (!Show(std::move(table))) return false;

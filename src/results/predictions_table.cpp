@@ -72,28 +72,45 @@ bool ResultsDialog::ShowPredictions() {
   return Show(std::move(table));
 }
 
+bool ResultsDialog::ChooseSaved(std::vector<int>& kept, std::vector<ResultItem>& added) const {
+  const auto all = static_cast<std::size_t>(data_.numberOfVariables());
+  const std::vector<ResultItem> outputs = items_.Savable(includes);
+  std::vector<std::string> names;
+  if (profile_.picksKept) {
+    for (std::size_t v = 1; v <= all; ++v)
+      names.push_back(VariableName(*analysis().services().file, static_cast<int>(v)));
+  } else {
+    for (const ResultItem& item : outputs) names.push_back(items_.SavedName(item));
+  }
+  std::vector<int> picked;
+  if (!analysis().services().saving->PickOutputs("Select variables to save",
+                                                 "Select variables:", names, picked))
+    return false;
+  if (profile_.picksKept) {
+    added = outputs;
+    for (const int position : picked) kept.push_back(position + 1);
+    for (const int input : data_.roles().predictors) {
+      if (includes.inputs && std::ranges::find(kept, input) == kept.end()) kept.push_back(input);
+    }
+  } else {
+    for (const int position : picked) added.push_back(outputs[static_cast<std::size_t>(position)]);
+    for (std::size_t v = 1; v <= all; ++v) kept.push_back(static_cast<int>(v));
+  }
+  return true;
+}
+
 bool ResultsDialog::SavePredictions() {
   SavingServices& saving = *analysis().services().saving;
-  const std::vector<ResultItem> offered = items_.Savable(includes);
-  std::vector<std::string> names;
-  names.reserve(offered.size());
-  for (const ResultItem& item : offered) names.push_back(items_.SavedName(item));
-  std::vector<int> picked;
-  if (!saving.PickOutputs("Select variables to save", "Select variables:", names, picked))
-    return false;
+  std::vector<int> kept;
   std::vector<ResultItem> chosen;
+  if (!ChooseSaved(kept, chosen)) return false;
   std::vector<NewVariable> added;
-  for (const int position : picked) {
-    const ResultItem& item = offered[static_cast<std::size_t>(position)];
-    chosen.push_back(item);
+  added.reserve(chosen.size());
+  for (const ResultItem& item : chosen)
     added.push_back(
         {items_.SavedName(item), items_.SavedLongName(item), items_.Labels(item), kMissingOutput});
-  }
   std::string path = "NEW.QRV";
   if (!saving.DoSaveFileNameDlg(path)) return false;
-
-  std::vector<int> kept(static_cast<std::size_t>(data_.numberOfVariables()));
-  for (std::size_t v = 0; v < kept.size(); ++v) kept[v] = static_cast<int>(v) + 1;
   if (!saving.SubsetAndAddEx(path, kept, added)) return false;
 
   // A save that does not end well, by a message or by an exception, leaves nothing behind.

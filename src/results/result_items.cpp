@@ -152,6 +152,7 @@ std::string ResultItems::ColumnName(const ResultItem& item) const {
 std::string ResultItems::ListText(const ResultItem& item) const {
   if (item.kind == ItemKind::input) return InputName(item.index);
   const std::string_view listed = profile_.TextsOf(item.kind).listed;
+  if (listed.empty()) return AxisText(item);
   if (item.kind == ItemKind::confidence) return Joined({ColumnName(item), listed});
   return std::string(listed);
 }

@@ -62,7 +62,7 @@ class ResultsDialog : public CAnalysisDialog {
   /// Whether the predictions table has a column.
   bool HasColumns() const { return !TableColumns().empty(); }
   /// Whether the include choices leave something to save.
-  bool HasSavable() const { return !items_.Savable(includes).empty(); }
+  bool HasSavable() const { return profile_.picksKept || !items_.Savable(includes).empty(); }
 
   // --- Actions: false after a message (130, 104, …) or when the user cancels
   // -----------------------
@@ -116,6 +116,8 @@ class ResultsDialog : public CAnalysisDialog {
     return items_.TableColumns(includes, cases_->HasSpreads(), Predicts());
   }
   std::vector<ResultItem> PlotItems() const { return items_.PlotItems(plot.dependent); }
+  /// What a save holds: variables of the file and outputs. False: the user cancelled.
+  bool ChooseSaved(std::vector<int>& kept, std::vector<ResultItem>& added) const;
   /// Visits the cases of the subset as a row policy wants them.
   void VisitRows(RowPolicy policy, bool predict,
                  const std::function<void(const CaseResult&)>& visit);

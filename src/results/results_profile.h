@@ -30,7 +30,9 @@ enum class HistogramEdges : std::uint8_t {
 /// Texts of an item: second heading in the predictions table, name and long name of a saved
 /// variable, text in the lists of plot items, ending of its axis text.
 struct ItemTexts {
-  std::string_view heading, saved, savedLong, listed, axis;
+  std::string_view heading, saved, savedLong;
+  std::string_view listed;  // empty: the axis text
+  std::string_view axis;
 };
 
 /// The kinds of generated text, in the order of the code generator's menu.
@@ -54,6 +56,10 @@ struct ResultsProfile {
   bool savesAll = false;                 // all outputs are offered, whatever the include boxes say
   bool savesClassResiduals = false;      // the number of a class's accuracy is offered, too
   bool hidesMissingAccuracy = false;     // in the predictions table: an empty cell, no -9999
+  bool picksKept = false;  // saving: the user picks variables of the file that go along, and all
+                           // outputs of the include choices are new variables; otherwise all
+                           // variables go along, and the user picks outputs
+  bool customBlankRow = false;  // an empty row between the inputs and outputs of a typed case
 
   // Titles of generated texts; the dependent's name follows the last.
   std::string_view codeTitles[kCodeKinds];

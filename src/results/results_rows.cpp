@@ -36,6 +36,8 @@ constexpr int kCodeButton = 26364, kCEntry = 26363, kQvbEntry = 26364, kPmmlEntr
 
 constexpr auto predicts = When<Dialog>([](const Dialog& d) { return d.Predicts(); });
 constexpr auto splits = When<Dialog>([](const Dialog& d) { return d.data().sampling.apply; });
+constexpr auto hasDependent =
+    When<Dialog>([](const Dialog& d) { return d.items().dependents() > 0; });
 constexpr auto classifies = When<Dialog>([](const Dialog& d) { return d.IsClassification(); });
 constexpr auto hasColumns = When<Dialog>([](const Dialog& d) { return d.HasColumns(); });
 constexpr auto hasSavable = When<Dialog>([](const Dialog& d) { return d.HasSavable(); });
@@ -126,13 +128,15 @@ Control IncludeInputs() {
   return IncludeBox<&Includes::inputs>("IncludeInputs", "Vars &indépendantes", 50433);
 }
 Control IncludeOutputs() {
-  return IncludeBox<&Includes::outputs>("IncludeOutputs", "Vars dépe&ndantes", 50434);
+  return IncludeBox<&Includes::outputs>("IncludeOutputs", "Vars dépe&ndantes", 50434, hasDependent);
 }
 Control IncludePredictions() {
-  return IncludeBox<&Includes::predictions>("IncludePredictions", "Prév&isions", 50435, predicts);
+  return IncludeBox<&Includes::predictions>("IncludePredictions", "Prév&isions", 50435,
+                                            hasDependent && predicts);
 }
 Control IncludeResiduals() {
-  return IncludeBox<&Includes::residuals>("IncludeResiduals", "Résid&us", 50436, predicts);
+  return IncludeBox<&Includes::residuals>("IncludeResiduals", "Résid&us", 50436,
+                                          hasDependent && predicts);
 }
 Control IncludeConfidence() {
   return IncludeBox<&Includes::confidence>("IncludeConfidence", "Niv. de con&fiance", 50437,
@@ -151,7 +155,7 @@ Control Histograms() {
 Control SelectOutputForPlotting() {
   return {.name = "SelectOutputForPlotting",
           .kind = ControlKind::text,
-          .label = "Variable &dépendante :",
+          .label = kDependentLabel,
           .tab = kPlotTab,
           .row = TextRow(50440),
           .bind = {.text = Of::Text([](const Dialog& d) { return d.SelectedDependentText(); }),
@@ -232,6 +236,21 @@ Control CodeGeneratorQVB() {
 Control CodeGeneratorPMML() {
   return Action("CodeGeneratorPMML", GetResourceString(1064), {}, CodeRow(kPmmlEntry), nullptr,
                 GeneratesCode<CodeKind::pmml>);
+}
+
+Control NoCrossVPlot(std::string_view reason) {
+  return {.name = "CrossVPlot",
+          .kind = ControlKind::action,
+          .label = kCrossValidationLabel,
+          .tab = kBaseTab,
+          .refusal = reason};
+}
+Control NoSelectOutputForPlotting(std::string_view reason) {
+  return {.name = "SelectOutputForPlotting",
+          .kind = ControlKind::text,
+          .label = kDependentLabel,
+          .tab = kPlotTab,
+          .refusal = reason};
 }
 
 }  // namespace qrvml::rows

@@ -9,6 +9,8 @@
 namespace qrvml::rows {
 
 inline constexpr std::string_view kPlotTab = "Tracés";
+inline constexpr std::string_view kCrossValidationLabel = "Erreur de &validation croisée";
+inline constexpr std::string_view kDependentLabel = "Variable &dépendante :";
 inline constexpr std::string_view kCustomTab = "Prévisions perso.";
 
 Control TrainSubset(std::string_view label);
@@ -36,5 +38,9 @@ Control CodeGenerator();
 Control CodeGeneratorCLang();
 Control CodeGeneratorQVB();
 Control CodeGeneratorPMML();
+
+/// Members of the interface that a method's results lack, with the reason that a call is given.
+Control NoCrossVPlot(std::string_view reason);
+Control NoSelectOutputForPlotting(std::string_view reason);
 
 }  // namespace qrvml::rows

@@ -20,17 +20,17 @@ constexpr std::int64_t kPollWork = INT64_C(1) << 22;  // kernel terms between tw
 
 }  // namespace
 
-bool SVMEngine::PredictSvmCase(std::int32_t caseNumber, std::int32_t problemSlot) {
+bool SVMEngine::FetchSvmCase(std::int32_t caseNumber, std::int32_t problemSlot) {
   const std::string label = Host().file->getlab(caseNumber);
   caseLabel = Trim(label);
   if (caseLabel.empty()) caseLabel = std::to_string(caseNumber);
 
+  caseNodes_ = nullptr;
   const std::uint8_t flag = data_.Flag(caseNumber);
-  const SVMNode* inputs = nullptr;
   if (flag == kTraining) {
     const auto slot = static_cast<std::size_t>(problemSlot);
-    inputs = lists_[slot];
-    TakeTrainingInputs(inputs);
+    caseNodes_ = lists_[slot];
+    TakeTrainingInputs(caseNodes_);
     observed = targets_[slot];
     if (!IsClassification() && HasDependent()) {
       observed = data_.UnscaleValue(VariableKind::dependent, 0, observed);
@@ -38,20 +38,37 @@ bool SVMEngine::PredictSvmCase(std::int32_t caseNumber, std::int32_t problemSlot
   } else if (flag == kTest) {
     if (!ReadTestCase(caseNumber)) return false;
     BuildSingleCase();
-    inputs = singleCase_.data();
+    caseNodes_ = singleCase_.data();
     observed = HasDependent() ? dependents_[0] : 0.0;
     if (IsClassification()) observed = ClassCode(observed);
-  } else {
-    return true;
   }
+  return true;
+}
 
-  predicted = SvmPredict(*model, inputs, classVoteShares);
+void SVMEngine::PredictNodes(const SVMNode* nodes) {
+  predicted = SvmPredict(*model, nodes, classVoteShares);
   if (!IsClassification() && HasDependent()) {
     predicted = data_.UnscaleValue(VariableKind::dependent, 0, predicted);
   }
+}
+
+void SVMEngine::PredictFetched() {
+  if (caseNodes_ == nullptr) return;
+  PredictNodes(caseNodes_);
   residual = observed - predicted;
   if (IsClassification()) residual = IsEqual(observed, predicted) ? 0.0 : 1.0;
+}
+
+bool SVMEngine::PredictSvmCase(std::int32_t caseNumber, std::int32_t problemSlot) {
+  if (!FetchSvmCase(caseNumber, problemSlot)) return false;
+  PredictFetched();
   return true;
+}
+
+void SVMEngine::PredictInputs(std::span<const double> inputs) {
+  std::copy(inputs.begin(), inputs.end(), currentInputs.begin());
+  BuildSingleCase();
+  PredictNodes(singleCase_.data());
 }
 
 void SVMEngine::TakeTrainingInputs(const SVMNode* entry) {
@@ -142,17 +159,22 @@ bool SVMEngine::ComputeSvmStatistics() {
   }
 }
 
-bool SVMEngine::VisitCases(const std::function<void(std::uint8_t, std::int32_t)>& visit) {
+bool SVMEngine::VisitSvmCases(Subset subset, bool predict,
+                              const std::function<void(const VisitedCase&)>& visit) {
   std::int32_t slot = 0;
   std::int64_t work = 0;
+  const std::int64_t columns = std::int64_t(data_.svmInputWidth()) + 16;
   for (std::int32_t number = 1; number <= data_.numberOfCases(); ++number) {
     const std::uint8_t flag = data_.Flag(number);
     if (flag != kTraining && flag != kTest) continue;
-    if (!PredictSvmCase(number, slot)) return false;
     const std::int32_t weight = data_.Weight(number);
-    visit(flag, weight);
+    const std::int32_t first = slot;
     if (flag == kTraining) slot += weight;
-    work += (std::int64_t(data_.svmInputWidth()) + 16) * (model->supportVectorCount + 16);
+    if (subset != Subset::both && flag != std::uint8_t(subset)) continue;
+    if (!FetchSvmCase(number, first)) return false;
+    if (predict) PredictFetched();
+    visit({number, weight, flag});
+    work += columns * (predict ? model->supportVectorCount + 16 : 16);
     if (work < kPollWork) continue;
     work = 0;
     if (Host().progress->pcancel() != 0) throw Cancelled();
@@ -171,9 +193,9 @@ bool SVMEngine::ClassificationStatistics() {
     ranges_[subset].absoluteResidual.Include(std::fabs(residual));
     ranges_[subset].squaredResidual.Include(residual * residual);
   };
-  return VisitCases([&](std::uint8_t flag, std::int32_t weight) {
-    add(flag, weight);
-    if (data_.sampling.apply) add(std::size_t(Subset::both), weight);
+  return VisitSvmCases(Subset::both, true, [&](const VisitedCase& visited) {
+    add(visited.flag, visited.weight);
+    if (data_.sampling.apply) add(std::size_t(Subset::both), visited.weight);
   });
 }
 
@@ -186,10 +208,10 @@ bool SVMEngine::RegressionStatisticsPass() {
   };
   HostArray<Predicted> cases(static_cast<std::size_t>(data_.numberOfCases()));
   std::size_t count = 0;
-  const bool finished = VisitCases([&](std::uint8_t flag, std::int32_t weight) {
-    cases[count++] = {observed, predicted, weight, flag};
-    regression_[flag].Add(observed, predicted, weight);
-    if (data_.sampling.apply) regression_[2].Add(observed, predicted, weight);
+  const bool finished = VisitSvmCases(Subset::both, true, [&](const VisitedCase& visited) {
+    cases[count++] = {observed, predicted, visited.weight, visited.flag};
+    regression_[visited.flag].Add(observed, predicted, visited.weight);
+    if (data_.sampling.apply) regression_[2].Add(observed, predicted, visited.weight);
   });
   if (!finished) return false;
   const std::size_t subsets = data_.sampling.apply ? kSubsets : 1;

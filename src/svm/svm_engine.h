@@ -79,6 +79,20 @@ class SVMEngine final : public TrainingRowSink {
   /// the problem. Of a case in neither sample only the label is fetched. False: the host stopped.
   /// Throws MemoryRefused.
   bool PredictSvmCase(std::int32_t caseNumber, std::int32_t problemSlot);
+  /// Predicts inputs that are no case of the file: the predictors in list order, unscaled, with
+  /// codes of categories. Sets `predicted` and the vote shares. Throws MemoryRefused.
+  void PredictInputs(std::span<const double> inputs);
+
+  struct VisitedCase {
+    std::int32_t number;  // from 1
+    std::int32_t weight;
+    std::uint8_t flag;
+  };
+  /// Visits the used cases of a subset in file order, each once. Its label, inputs and observed
+  /// value stand in the fields below, and where `predict` asks for it what was predicted. False:
+  /// the host stopped. Throws MemoryRefused, Cancelled.
+  bool VisitSvmCases(Subset subset, bool predict,
+                     const std::function<void(const VisitedCase&)>& visit);
 
   double observed = 0;
   double predicted = 0;
@@ -115,13 +129,17 @@ class SVMEngine final : public TrainingRowSink {
   void PassFolds(bool silent);
   void ShowFold(bool silent, std::int32_t fold) const;
 
+  /// Label, inputs and observed value of a case, and its nodes in `caseNodes_` (null: in neither
+  /// sample). False: the host stopped.
+  bool FetchSvmCase(std::int32_t caseNumber, std::int32_t problemSlot);
+  void PredictFetched();
+  /// `predicted` of an input vector, unscaled, and its vote shares.
+  void PredictNodes(const SVMNode* nodes);
   void TakeTrainingInputs(const SVMNode* entry);
   bool ReadTestCase(std::int32_t caseNumber);
   void BuildSingleCase();
   void FindSubstitutes();
   double ClassCode(double code) const;
-  /// Predicts every used case in file order and calls visit(flag, weight). Throws.
-  bool VisitCases(const std::function<void(std::uint8_t, std::int32_t)>& visit);
   bool ClassificationStatistics();
   bool RegressionStatisticsPass();
 
@@ -130,7 +148,8 @@ class SVMEngine final : public TrainingRowSink {
   HostArray<SVMNodeList> lists_;
   HostArray<double> targets_;
   HostArray<SVMNode> singleCase_;
-  HostArray<double> dependents_;   // of the test case last read
+  const SVMNode* caseNodes_ = nullptr;  // of the case last fetched
+  HostArray<double> dependents_;        // of the test case last read
   HostArray<double> substitutes_;  // per slot: what takes a missing value's place in a test case
 
   std::array<ConfusionCounts, kSubsets> confusion_;

@@ -412,6 +412,12 @@ QrvAnalysisDialog& AnalysisSession::ChooseKnn() {
   return *automation_;
 }
 
+QrvAnalysisDialog& AnalysisSession::Adopt(int templateId, std::unique_ptr<CAnalysisDialog> dialog) {
+  EXPECT_EQ(host.CreateModelessDialog(templateId, std::move(dialog)), 0);
+  automation_ = host.dialog->Automation();
+  return *automation_;
+}
+
 QrvAnalysisDialog& AnalysisSession::dialog() { return *automation_; }
 
 void AnalysisSession::Put(std::string_view name, double value) {

@@ -259,6 +259,8 @@ class AnalysisSession {
   QrvAnalysisDialog& OpenStartup();
   /// From the startup dialog, through its automation, to the neighbours' specification dialog.
   QrvAnalysisDialog& ChooseKnn();
+  /// Opens a dialog without going through the sequence.
+  QrvAnalysisDialog& Adopt(int templateId, std::unique_ptr<CAnalysisDialog> dialog);
   /// The automation object of the dialog that is open.
   QrvAnalysisDialog& dialog();
   std::shared_ptr<QrvAnalysisDialog> automation() { return automation_; }

@@ -8,40 +8,11 @@
 #include <sstream>
 
 #include "host/string_table.h"
-#include "support/case_reading.h"
 #include "svm/plain_svm.h"
+#include "svm/svm_analysis.h"
 
 namespace qrvml::test {
 namespace {
-
-/// A table that is read, loaded into an engine and scaled as the settings say.
-struct SvmAnalysis {
-  SvmAnalysis(TableFile table, std::string_view lists, int trainingCases)
-      : reading(std::move(table), lists, trainingCases), engine(reading.data()) {
-    engine.parameters.svmType = engine.IsClassification() ? kCClassification : kEpsilonRegression;
-    engine.parameters.gamma = 0.5;
-    engine.solver.print = [](std::string_view) {};
-    engine.display = &display;
-  }
-  bool Load() {
-    if (!data().ScanCases(Method::svm) || !data().LoadCases(Method::svm, &engine)) return false;
-    engine.ScaleSvmProblem();
-    return true;
-  }
-  bool Train(bool silent = true) { return Load() && engine.TrainSvm(silent); }
-
-  AnalysisDataSet& data() { return reading.data(); }
-  ScriptedHost& host() { return reading.session.host; }
-
-  struct Display final : TrainingDisplay {
-    std::vector<std::string> texts;
-    void ShowStatus(std::string_view text) override { texts.emplace_back(text); }
-    void ShowDetail(std::string_view) override {}
-  };
-  CaseReading reading;
-  SVMEngine engine;
-  Display display;
-};
 
 using Numbers = std::vector<double>;
 
