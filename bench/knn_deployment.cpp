@@ -6,8 +6,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,6 +16,7 @@
 #include "knn/knn_deployment.h"
 #include "score/c_program.h"
 #include "seeded_data.h"
+#include "text_speed.h"
 
 namespace {
 
@@ -44,33 +43,6 @@ std::unique_ptr<HostDataFile> OpenFile(int cases, int variables, Values values) 
   }
   table.AppendChunk(cases, std::move(block));
   return std::make_unique<HostDataFile>(std::move(table), "bench.csv");
-}
-
-double StatusMegabytes(const char* field) {
-  std::ifstream status("/proc/self/status");
-  for (std::string line; std::getline(status, line);) {
-    if (line.rfind(field, 0) == 0) return std::atof(line.c_str() + std::strlen(field) + 1) / 1024;
-  }
-  return 0;
-}
-
-void Measure(const char* name, const std::function<std::string()>& make) {
-  std::vector<double> seconds;
-  double megabytes = 0, peak = 0;
-  for (int round = -1; round < bench::kRounds; ++round) {
-    std::ofstream("/proc/self/clear_refs") << '5';  // the high-water mark starts anew
-    const double before = StatusMegabytes("VmRSS:");
-    std::string text;
-    const double taken = bench::Seconds([&] { text = make(); });
-    megabytes = double(text.size()) / 1e6;
-    peak = std::max(peak, (StatusMegabytes("VmHWM:") - before) * 1.048576);
-    if (round >= 0) seconds.push_back(taken);
-  }
-  std::printf("  %-5s", name);
-  for (const double s : seconds) std::printf(" %7.4f", s);
-  std::printf("  median %.4f s, %.1f MB of text, %.0f MB/s; peak %.2f times the text\n",
-              bench::Median(seconds), megabytes, megabytes / bench::Median(seconds),
-              peak / megabytes);
 }
 
 /// A trained regression on all inputs but the last, its prototypes first.
@@ -110,9 +82,10 @@ void Generate(int prototypes, int inputs, Values values, const char* title) {
   Model model(prototypes, 1, inputs, values);
   qrvml::KnnCode code(model.variables, model.data, *model.engine);
   std::printf("%s, %d prototypes x %d inputs\n", title, prototypes, inputs);
-  Measure("C", [&] { return qrvml::MakeCProgram(model.variables, code); });
-  Measure("QVB", [&] { return qrvml::MakeQvbScript(model.variables, code); });
-  Measure("PMML", [&] { return qrvml::MakePmmlDocument(model.variables, code, 0, "UTF-8"); });
+  bench::MeasureText("C", [&] { return qrvml::MakeCProgram(model.variables, code); });
+  bench::MeasureText("QVB", [&] { return qrvml::MakeQvbScript(model.variables, code); });
+  bench::MeasureText("PMML",
+                     [&] { return qrvml::MakePmmlDocument(model.variables, code, 0, "UTF-8"); });
 }
 
 void RunProgram(int prototypes, int inputs) {
