@@ -32,6 +32,11 @@ constexpr KindName kKindNames[] = {
     {ControlKind::action, "action"},   {ControlKind::note, "shown text"},
 };
 
+std::string LabelInGroup(const Control& control) {
+  const std::string label = PlainLabel(control.label);
+  return control.group.empty() ? label : std::string(control.group) + ": " + label;
+}
+
 }  // namespace
 
 std::string KebabCase(std::string_view name) {
@@ -76,7 +81,7 @@ std::vector<ControlOption> ControlOptions(std::span<const Control> controls) {
   std::vector<ControlOption> options;
   for (const Control& control : controls) {
     if (!HoldsValue(control.kind)) continue;
-    std::string help = PlainLabel(control.label);
+    std::string help = LabelInGroup(control);
     if (const std::string range = RangeText(control); !range.empty()) help += " (" + range + ')';
     options.push_back({std::string(control.name), KebabCase(control.name), control.kind, help});
   }
@@ -118,7 +123,7 @@ std::vector<std::pair<std::string, std::string>> InOrderOfApplication(
 std::string ControlsText(std::string_view dialog, std::span<const Control> controls) {
   std::vector<std::array<std::string, 4>> rows{{"Name", "Kind", "Range", "Label"}};
   for (const Control& control : controls) {
-    std::string label = PlainLabel(control.label);
+    std::string label = LabelInGroup(control);
     if (!control.tab.empty()) label = std::string(control.tab) + ": " + label;
     if (!control.IsAutomated()) label += " (outside the automation interface)";
     if (!control.refusal.empty()) label += " (fails: " + std::string(control.refusal) + ')';

@@ -29,7 +29,7 @@ constexpr Command kCommands[] = {
     {"data", "variables of a data file, and its first cases", true},
     {"knn", "K nearest neighbours: classification and regression", true},
     {"nb", "naive Bayes", true},
-    {"svm", "support vector machines", false},
+    {"svm", "support vector machines", true},
     {"run", "replay a macro", true},
     {"score", "apply a generated text to a file", true},
     {"verify", "check generated texts", true},

@@ -15,7 +15,8 @@ namespace qrvml {
 namespace {
 
 constexpr AnalysisCommand kKinds[] = {{"knn", "K nearest neighbours", 2, 104, 107},
-                                      {"nb", "naive Bayes", 1, 103, 106}};
+                                      {"nb", "naive Bayes", 1, 103, 106},
+                                      {"svm", "support vector machines", 0, 102, 105}};
 
 HostSettings SettingsOf(const RunOptions& options) {
   HostSettings settings;

@@ -48,6 +48,7 @@ HostServices AnalysisHost::Services(DataFile& file, LabelLookup codeOfLabel,
   services.saving = &saving;
   services.automation = &automation;
   services.compute = &compute;
+  services.diagnostics = &diagnostics;
   return services;
 }
 

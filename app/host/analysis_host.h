@@ -10,6 +10,7 @@
 #include "host/answering_dialogs.h"
 #include "host/automation_host.h"
 #include "host/compute_host.h"
+#include "host/diagnostics_host.h"
 #include "host/host_memory.h"
 #include "host/message_log.h"
 #include "host/random_streams.h"
@@ -64,6 +65,7 @@ class AnalysisHost {
   SavingHost saving;
   AutomationHost automation;
   ComputeHost compute;
+  DiagnosticsHost diagnostics;
 };
 
 }  // namespace qrvml

@@ -12,15 +12,7 @@ using Of = On<NaiveBayesDialog>;
 
 constexpr std::string_view kDistributionsTab = "Distributions";
 
-constexpr rows::SamplingLabels kSampling = {
-    .tab = "Echantillonnage",
-    .randomSampling = "&Utiliser l'échantillonnage aléatoire :",
-    .identifierVariable = "Utiliser une &variable d'échantillon :",
-    .firstCases = "Utiliser les &N premières obs. :",
-    .percentage = "Taille de l'éch. d'app&rentissage (%) :",
-    .seed = "&Amorce :",
-    .firstN = "N premières observations :",
-};
+constexpr const rows::SamplingLabels& kSampling = rows::kTrainingSample;
 
 constexpr auto hasInputs = When<NaiveBayesDialog>(
     [](const NaiveBayesDialog& d) { return !d.data().roles().predictors.empty(); });

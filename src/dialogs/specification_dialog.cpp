@@ -6,6 +6,7 @@
 #include "data/select_codes.h"
 #include "data/value_text.h"
 #include "dialogs/sample_identifier_dialog.h"
+#include "dialogs/training_progress_dialog.h"
 #include "host/analysis_support.h"
 #include "host/list_text.h"
 #include "host/numerics.h"
@@ -182,13 +183,16 @@ bool SpecificationDialog::ChooseSample() {
 }
 
 bool SpecificationDialog::SetSampleVariable(std::string_view text) {
-  return ChangeSample([&](SampleIdentifierDialog& dialog) {
-    AutomationServices& automation = *analysis().services().automation;
-    automation.SetAnswer(AnswerMember::variables, text);
-    const bool picked = dialog.PickVariable();
-    automation.SetAnswer(AnswerMember::variables, {});
-    return picked && dialog.OnOK();
-  });
+  AutomationServices& automation = *analysis().services().automation;
+  automation.SetAnswer(AnswerMember::variables, text);
+  const bool picked = PickSampleVariable();
+  automation.SetAnswer(AnswerMember::variables, {});
+  return picked;
+}
+
+bool SpecificationDialog::PickSampleVariable() {
+  return ChangeSample(
+      [](SampleIdentifierDialog& dialog) { return dialog.PickVariable() && dialog.OnOK(); });
 }
 
 std::string SpecificationDialog::SampleVariableText() const {
@@ -255,6 +259,15 @@ bool SpecificationDialog::TakeFirstCases() {
 
 bool SpecificationDialog::ReadCases(TrainingRowSink* sink) {
   return data_.ScanCases(profile_.method) && data_.LoadCases(profile_.method, sink);
+}
+
+bool SpecificationDialog::Train(const std::function<bool(bool silent)>& train,
+                                TrainingDisplay*& display) {
+  const HostServices& services = analysis().services();
+  if (services.automation->IsOleAutomation()) return train(true);
+  TrainingProgressDialog progress(
+      analysis(), [&train] { return train(false); }, display);
+  return services.dialogs->RunModalDialog(TrainingProgressDialog::kTemplate, progress);
 }
 
 void SpecificationDialog::ExitToResults() {

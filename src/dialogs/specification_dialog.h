@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string_view>
 
@@ -11,6 +12,7 @@
 #include "data/reading_rules.h"
 #include "host/analysis_dialog.h"
 #include "host/string_table.h"
+#include "host/training_display.h"
 
 namespace qrvml {
 
@@ -65,6 +67,7 @@ class SpecificationDialog : public CAnalysisDialog {
   bool ChooseSample();
   /// The same without showing the dialog: one of its controls changed, then its OK.
   bool SetSampleVariable(std::string_view text);
+  bool PickSampleVariable();  // the host asks for it
   std::string SampleVariableText() const;
   bool SetSampleCode(std::string_view text);
   bool SetSampleActive(bool active);
@@ -90,6 +93,9 @@ class SpecificationDialog : public CAnalysisDialog {
   bool SampleVariableIsNoAnalysisVariable();  // 315
   bool DrawSample();                          // unreadable field, percentage text, 207, 104
   bool ReadCases(TrainingRowSink* sink = nullptr);
+  /// Calls train(silent): silently where a program drives the analysis, else inside the training
+  /// progress dialog, to which `display` then refers.
+  bool Train(const std::function<bool(bool silent)>& train, TrainingDisplay*& display);
   void ExitToResults();
 
  private:

@@ -50,6 +50,15 @@ constexpr Binding kSampleCodeBinding = {
     .text = Of::Text([](const Dialog& d) { return d.data().sampleChoice.codeText; }),
     .enter = Of::Enter([](Dialog& d, std::string_view text) { return d.SetSampleCode(text); })};
 
+constexpr Binding kSampleVariableBinding = {
+    .text = Of::Text([](const Dialog& d) { return d.SampleVariableText(); }),
+    .enter = Of::Enter([](Dialog& d, std::string_view text) { return d.SetSampleVariable(text); })};
+
+constexpr Binding kSampleActiveBinding = {
+    .number = Of::Number([](const Dialog& d) { return d.data().sampleChoice.state == 1; }),
+    .assign = Of::Assign([](Dialog& d, double value) { return d.SetSampleActive(value != 0); })};
+
+constexpr std::string_view kSampleActiveLabel = "&Actif";
 constexpr std::string_view kSampleCodeLabel = "&Code de l'échantillon d'analyse :";
 
 }  // namespace
@@ -202,6 +211,30 @@ Control SampleCodeProperty(const SamplingLabels& labels, std::string_view name,
           .bind = kSampleCodeBinding};
 }
 
+Control SampleVariableProperty(const SamplingLabels& labels, std::string_view name,
+                               DescriptionRow row) {
+  Control control = {.name = name,
+                     .kind = ControlKind::pick,
+                     .label = "hID é&ch.",
+                     .tab = labels.tab,
+                     .row = row,
+                     .enabled = identifier,
+                     .bind = kSampleVariableBinding};
+  control.bind.press = Of::Press([](Dialog& d) { return d.PickSampleVariable(); });
+  return control;
+}
+
+Control SampleActiveProperty(const SamplingLabels& labels, std::string_view name,
+                             DescriptionRow row) {
+  return {.name = name,
+          .kind = ControlKind::check,
+          .label = kSampleActiveLabel,
+          .tab = labels.tab,
+          .row = row,
+          .enabled = identifier,
+          .bind = kSampleActiveBinding};
+}
+
 Control SampleButton(const SamplingLabels& labels) {
   return {.name = "Sample",
           .kind = ControlKind::button,
@@ -217,10 +250,7 @@ Control SampleVariable(const SamplingLabels& labels) {
           .label = "Variable avec Identifiants d'&Echantillons",
           .tab = labels.tab,
           .enabled = identifier,
-          .bind = {.text = Of::Text([](const Dialog& d) { return d.SampleVariableText(); }),
-                   .enter = Of::Enter([](Dialog& d, std::string_view text) {
-                     return d.SetSampleVariable(text);
-                   })}};
+          .bind = kSampleVariableBinding};
 }
 
 Control SampleCode(const SamplingLabels& labels) {
@@ -235,13 +265,10 @@ Control SampleCode(const SamplingLabels& labels) {
 Control SampleActive(const SamplingLabels& labels) {
   return {.name = "Sample.Active",
           .kind = ControlKind::check,
-          .label = "&Actif",
+          .label = kSampleActiveLabel,
           .tab = labels.tab,
           .enabled = identifier,
-          .bind = {.number =
-                       Of::Number([](const Dialog& d) { return d.data().sampleChoice.state == 1; }),
-                   .assign = Of::Assign(
-                       [](Dialog& d, double value) { return d.SetSampleActive(value != 0); })}};
+          .bind = kSampleActiveBinding};
 }
 
 Control SampleState(const SamplingLabels& labels) {

@@ -29,6 +29,17 @@ struct SamplingLabels {
   std::string_view firstN;
 };
 
+/// Those of the dialogs that need not split.
+inline constexpr SamplingLabels kTrainingSample = {
+    .tab = "Echantillonnage",
+    .randomSampling = "&Utiliser l'échantillonnage aléatoire :",
+    .identifierVariable = "Utiliser une &variable d'échantillon :",
+    .firstCases = "Utiliser les &N premières obs. :",
+    .percentage = "Taille de l'éch. d'app&rentissage (%) :",
+    .seed = "&Amorce :",
+    .firstN = "N premières observations :",
+};
+
 /// Of dialogs that need not split.
 Control ApplySampling(const SamplingLabels& labels);
 Control UseRandomSampling(const SamplingLabels& labels);
@@ -39,6 +50,11 @@ Control Seed(const SamplingLabels& labels);
 Control FirstN(const SamplingLabels& labels);
 /// The learning code of the sample identifier dialog as a property of the specification dialog.
 Control SampleCodeProperty(const SamplingLabels& labels, std::string_view name, DescriptionRow row);
+/// The variable of that dialog and its choice Actif as properties.
+Control SampleVariableProperty(const SamplingLabels& labels, std::string_view name,
+                               DescriptionRow row);
+Control SampleActiveProperty(const SamplingLabels& labels, std::string_view name,
+                             DescriptionRow row);
 
 /// Outside the automation interface: the sample button, its dialog's controls, the state text.
 Control SampleButton(const SamplingLabels& labels);

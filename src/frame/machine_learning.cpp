@@ -9,16 +9,10 @@
 #include "host/string_table.h"
 #include "knn/knn_dialog.h"
 #include "knn/knn_results_dialog.h"
+#include "svm/svm_dialog.h"
+#include "svm/svm_results_dialog.h"
 
 namespace qrvml {
-namespace {
-
-bool RefuseUnavailable(MLTypeOfAnalysis kind) {
-  return RefuseText(std::string(GetResourceString(kAnalysisKinds[kind].nameText)) +
-                    ": not available in this version.");
-}
-
-}  // namespace
 
 MachineLearning::MachineLearning(void* document) : CAnalysisSupport(document) {
   const auto entry = [](int step, int (MachineLearning::*operation)(), int following = 0) {
@@ -58,6 +52,10 @@ std::span<const Control> MachineLearning::ControlsOf(int step) const {
   switch (step) {
     case kStartStep:
       return StartupDialog::Table();
+    case kSvmStep:
+      return SVMDialog::Table();
+    case kSvmResultsStep:
+      return SVMResultsDialog::Table();
     case kNaiveBayesStep:
       return NaiveBayesDialog::Table();
     case kNaiveBayesResultsStep:
@@ -99,6 +97,7 @@ void MachineLearning::InitializeVariables() {
 
 void MachineLearning::InitializePointers() {
   data_ = nullptr;
+  svmEngine_ = nullptr;
   naiveBayesEngine_ = nullptr;
   knnEngine_ = nullptr;
 }
@@ -106,6 +105,7 @@ void MachineLearning::InitializePointers() {
 void MachineLearning::AllocateMemoryForPointers() { data_ = std::make_unique<AnalysisDataSet>(); }
 
 void MachineLearning::DeletePointers() {
+  svmEngine_.reset();
   naiveBayesEngine_.reset();
   knnEngine_.reset();
   data_.reset();
@@ -115,7 +115,10 @@ bool MachineLearning::GetAnalysis() {
   // The engine that goes and the one that comes both work on the data set.
   switch (analysisKind) {
     case scMLSVM:
-      return RefuseUnavailable(analysisKind);
+      svmEngine_.reset();
+      data_->ResetDefaults();
+      svmEngine_ = std::make_unique<SVMEngine>(*data_);
+      return true;
     case scMLNB:
       naiveBayesEngine_.reset();
       data_->ResetDefaults();
@@ -159,8 +162,14 @@ int MachineLearning::StartResultsNB() {
   return StartDialog<NaiveBayesResultsDialog>(*this, *data_, *naiveBayesEngine_);
 }
 
-// Dialogs of later versions; the host is told that none was created.
-int MachineLearning::StartSVM() { return RefuseUnavailable(scMLSVM) ? 0 : -1; }
-int MachineLearning::StartResultsSVM() { return RefuseUnavailable(scMLSVM) ? 0 : -1; }
+int MachineLearning::StartSVM() {
+  if (svmEngine_ == nullptr) return -1;
+  return StartDialog<SVMDialog>(*this, *data_, *svmEngine_);
+}
+
+int MachineLearning::StartResultsSVM() {
+  if (svmEngine_ == nullptr) return -1;
+  return StartDialog<SVMResultsDialog>(*this, *data_, *svmEngine_);
+}
 
 }  // namespace qrvml

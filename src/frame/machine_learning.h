@@ -8,6 +8,7 @@
 #include "data/analysis_data_set.h"
 #include "host/analysis_support.h"
 #include "knn/knn_engine.h"
+#include "svm/svm_engine.h"
 
 namespace qrvml {
 
@@ -47,12 +48,12 @@ class MachineLearning final : public CAnalysisSupport {
 
   AnalysisDataSet& data() { return *data_; }
   /// Null until the kind is chosen.
+  SVMEngine* svmEngine() { return svmEngine_.get(); }
   KNNEngine* knnEngine() { return knnEngine_.get(); }
   NaiveBayesEngine* naiveBayesEngine() { return naiveBayesEngine_.get(); }
 
   /// Starts the chosen kind afresh: the data set's settings and lists go back to their defaults and
-  /// the kind's engine is new; engines of other kinds stay. False, after a message: the kind is not
-  /// available in this version.
+  /// the kind's engine is new; engines of other kinds stay. False: no such kind.
   bool GetAnalysis();
 
  private:
@@ -73,6 +74,7 @@ class MachineLearning final : public CAnalysisSupport {
   int StartDialog(Arguments&... arguments);
 
   std::unique_ptr<AnalysisDataSet> data_;
+  std::unique_ptr<SVMEngine> svmEngine_;
   std::unique_ptr<NaiveBayesEngine> naiveBayesEngine_;
   std::unique_ptr<KNNEngine> knnEngine_;
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <new>
+#include <utility>
 
 #include "host/analysis_support.h"
 #include "host/numerics.h"
@@ -95,6 +96,21 @@ class DialogAutomation final : public QrvAnalysisDialog {
     return control != nullptr && control->refusal.empty() && dialog_->IsEnabled(*control);
   }
 
+  bool HasTab(std::string_view tab) const override {
+    if (dialog_ == nullptr || tab.empty()) return false;
+    CAnalysisContext::Scope scope(&dialog_->analysis());
+    return std::ranges::find(Controls(), tab, &Control::tab) != Controls().end() &&
+           !dialog_->IsTabHidden(tab);
+  }
+
+  AutomationResult ShowTab(std::string_view tab) override {
+    return Call([&] {
+      if (!HasTab(tab)) return Failure("There is no tab " + std::string(tab) + " now");
+      dialog_->TabShown(tab);
+      return kDone;
+    });
+  }
+
   AutomationResult Get(std::string_view name, AutomationValue& value) override {
     return Call([&] {
       if (const AnswerMember member = FindAnswerMember(name); member != AnswerMember::none) {
@@ -133,7 +149,10 @@ class DialogAutomation final : public QrvAnalysisDialog {
   }
 
   AutomationResult OAOK() override {
-    return Call([&] { return dialog_->OnOK() ? kDone : Failure(); });
+    return Call([&] {
+      dialog_->explanation_.clear();
+      return dialog_->OnOK() ? kDone : Failure(std::exchange(dialog_->explanation_, {}));
+    });
   }
   AutomationResult OACancel() override {
     return Call([&] { return dialog_->OnCancel() ? kDone : Failure(); });
@@ -314,6 +333,23 @@ bool CAnalysisDialog::ReadField(std::string_view name, double& value) const {
 
 bool CAnalysisDialog::ReadField(std::string_view name, std::int32_t& value) const {
   return TextToInt(FieldText(*FindControl(name)), value);
+}
+
+bool CAnalysisDialog::ReadFieldInRange(std::string_view name, double& value) const {
+  const Control& control = *FindControl(name);
+  std::int32_t whole = 0;
+  double read = 0;
+  if (control.kind == ControlKind::integer) {
+    if (!ReadField(name, whole)) return false;
+    read = whole;
+  } else if (!ReadField(name, read)) {
+    return false;
+  }
+  const double highest =
+      control.range.upTo == nullptr ? control.range.highest : control.range.upTo(*this);
+  if (!(read >= control.range.lowest && read <= highest)) return false;
+  value = read;
+  return true;
 }
 
 void CAnalysisDialog::RefreshField(std::string_view name) {

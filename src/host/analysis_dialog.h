@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "host/control.h"
@@ -59,6 +60,10 @@ class QrvAnalysisDialog {
   /// The control-description table: the automated rows in its own order.
   virtual std::vector<ControlDescription> DialogControlDescr() const = 0;
   virtual bool IsEnabled(std::string_view name) const = 0;
+  /// Whether a tab can be shown now; false for a tab that does not exist.
+  virtual bool HasTab(std::string_view tab) const = 0;
+  /// The client shows a tab to a person. Fails for a tab that is hidden or does not exist.
+  virtual AutomationResult ShowTab(std::string_view tab) = 0;
 
   /// Reads a property; of an action: performs it. Answer members can be read and put, too.
   virtual AutomationResult Get(std::string_view name, AutomationValue& value) = 0;
@@ -93,9 +98,12 @@ class CAnalysisDialog {
   virtual const std::shared_ptr<QrvAnalysisDialog>& Automation() const { return automation_; }
 
   CAnalysisSupport& analysis() const { return analysis_; }
+  /// Whether a tab is hidden now; its controls are then disabled.
+  virtual bool IsTabHidden(std::string_view) const { return false; }
+
   const Control* FindControl(std::string_view name) const;
   bool IsEnabled(const Control& control) const {
-    return control.enabled == nullptr || control.enabled(*this);
+    return !IsTabHidden(control.tab) && (control.enabled == nullptr || control.enabled(*this));
   }
 
   /// What an edit field shows: what was typed, else what its setting holds.
@@ -103,10 +111,16 @@ class CAnalysisDialog {
   /// Reads an edit field; false when its text is no number (integer: no 32-bit integer).
   bool ReadField(std::string_view name, double& value) const;
   bool ReadField(std::string_view name, std::int32_t& value) const;
+  /// Reads an edit field by its kind; false also when the number is outside the field's range.
+  bool ReadFieldInRange(std::string_view name, double& value) const;
 
  protected:
   /// Makes a field show its setting again.
   void RefreshField(std::string_view name);
+  /// A tab is shown to a person.
+  virtual void TabShown(std::string_view) {}
+  /// Why the OK in progress fails, where no message box says it: the text of the automation result.
+  void Explain(std::string text) { explanation_ = std::move(text); }
 
  private:
   friend class DialogAutomation;
@@ -118,6 +132,7 @@ class CAnalysisDialog {
   CAnalysisSupport& analysis_;
   std::shared_ptr<QrvAnalysisDialog> automation_;
   std::vector<Typed> typed_;  // fields that hold more than their setting
+  std::string explanation_;
 };
 
 /// Automation objects alive in this process; the library may be unloaded at 0.

@@ -87,8 +87,9 @@ struct Binding {
 struct Control {
   std::string_view name;  // automation property or action; outside the interface: control name
   ControlKind kind = ControlKind::check;
-  std::string_view label;  // as the dialog shows it, with its access key
-  std::string_view tab{};  // caption of the tab; empty: below the tabs
+  std::string_view label;    // as the dialog shows it, with its access key
+  std::string_view tab{};    // caption of the tab; empty: below the tabs
+  std::string_view group{};  // caption of the group of controls in the tab; empty: in none
   Range range{};
   int decimals = 0;  // shown; the control holds the full number
   DescriptionRow row{};

@@ -185,6 +185,13 @@ class ComputeServices {
   virtual int WorkerThreads() const { return 1; }
 };
 
+class DiagnosticsServices {
+ public:
+  virtual ~DiagnosticsServices() = default;
+  /// Takes a text that a solver prints while it works, line ends included.
+  virtual void Print(std::string_view text) = 0;
+};
+
 /// Everything the module may call. The host keeps all of it alive while the analysis lives; `file`
 /// may change between calls (then InitializeAfterFileChanged follows), the others may not.
 struct HostServices {
@@ -198,6 +205,7 @@ struct HostServices {
   SavingServices* saving = nullptr;
   AutomationServices* automation = nullptr;
   ComputeServices* compute = nullptr;
+  DiagnosticsServices* diagnostics = nullptr;  // null: the standard output takes what is printed
 };
 
 }  // namespace qrvml

@@ -1,6 +1,5 @@
 #include "knn/knn_dialog.h"
 
-#include "dialogs/training_progress_dialog.h"
 #include "host/analysis_support.h"
 #include "host/numerics.h"
 #include "knn/knn_texts.h"
@@ -46,7 +45,8 @@ bool KNNDialog::OnOK() {
         && ReadCases()                        // 104, 116, 218 to 221
         && ReadSettings()                     // 125, range texts, 211, 214
         && engine_.Allocate()                 // 104
-        && Train()))                          // 104, 155
+        && Train([this](bool silent) { return engine_.TrainKnn(silent); },
+                 engine_.display)))  // 104, 155
     return false;
   ExitToResults();
   return true;
@@ -102,14 +102,6 @@ bool KNNDialog::ReadCrossValidation(std::int32_t most) {
         "Nearest neighbor increment for the specified analysis must be smaller or equal ", sum);
   engine_.deltaK = value;
   return true;
-}
-
-bool KNNDialog::Train() {
-  const HostServices& services = analysis().services();
-  if (services.automation->IsOleAutomation()) return engine_.TrainKnn(true);
-  TrainingProgressDialog progress(
-      analysis(), [this] { return engine_.TrainKnn(false); }, engine_.display);
-  return services.dialogs->RunModalDialog(TrainingProgressDialog::kTemplate, progress);
 }
 
 }  // namespace qrvml

@@ -32,7 +32,6 @@ class KNNDialog final : public SpecificationDialog {
   /// Reads an integer field that goes from 1 to `most`. False: message 125, or the range text.
   bool ReadUpTo(std::string_view field, std::int32_t most, std::string_view rangeText,
                 std::int32_t& value);
-  bool Train();
 
   KNNEngine& engine_;
 };

@@ -143,6 +143,8 @@ void SVMEngine::PrepareRun() {
   if (IsClassification()) {
     classVoteShares.Assign(data_.dependentCategories(0).classes().size(), 0.0);
   }
+  if (!solver.print && Host().diagnostics != nullptr)
+    solver.print = [](std::string_view text) { Host().diagnostics->Print(text); };
   solver.poll = [] { return Host().progress->pcancel() != 0; };
   solver.threads = Host().compute != nullptr ? Host().compute->WorkerThreads() : 1;
 }

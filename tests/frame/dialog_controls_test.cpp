@@ -23,11 +23,10 @@ void ForEachDialog(const std::function<void(AnalysisSession&)>& check) {
   const struct {
     const char *name, *kind;  // no kind: the startup dialog
     bool isResults;
-  } dialogs[] = {{"MachineLearningStartup", "", false},
-                 {"MachineLearningKNN", "scMLKNN", false},
-                 {"MachineLearningResultsKNN", "scMLKNN", true},
-                 {"MachineLearningNB", "scMLNB", false},
-                 {"MachineLearningResultsNB", "scMLNB", true}};
+  } dialogs[] = {
+      {"MachineLearningStartup", "", false},    {"MachineLearningSVM", "scMLSVM", false},
+      {"MachineLearningKNN", "scMLKNN", false}, {"MachineLearningResultsKNN", "scMLKNN", true},
+      {"MachineLearningNB", "scMLNB", false},   {"MachineLearningResultsNB", "scMLNB", true}};
   for (const auto& dialog : dialogs) {
     SCOPED_TRACE(dialog.name);
     AnalysisSession session(Flowers());
@@ -87,7 +86,10 @@ TEST(ControlTables, HaveDefaultsInsideTheirRanges) {
 
 TEST(ControlTables, EveryValueThatCanBePutIsReadBack) {
   ForEachDialog([](AnalysisSession& session) {
+    if (session.dialog().Name() == "MachineLearningSVM")
+      session.Put("Variables", "| kind | length width | part");
     for (const Control& control : session.dialog().Controls()) {
+      if (control.group == "SVM pour Régression") continue;  // not for this dependent
       const bool isNumber =
           control.kind == ControlKind::integer || control.kind == ControlKind::real;
       if (isNumber) {
@@ -96,7 +98,8 @@ TEST(ControlTables, EveryValueThatCanBePutIsReadBack) {
         session.Put(control.name, "-12");  // out of range: kept until it is needed
         EXPECT_EQ(session.Number(control.name), -12) << control.name;
       } else if (control.kind == ControlKind::radio ||
-                 (control.kind == ControlKind::check && control.name != "Sample.Active")) {
+                 (control.kind == ControlKind::check && control.name != "Sample.Active" &&
+                  control.name != "UseCrossvalidationSample")) {
         session.Put(control.name, 1);
         EXPECT_EQ(session.Number(control.name), 1) << control.name;
         session.Put(control.name, 0);

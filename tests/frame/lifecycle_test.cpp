@@ -71,7 +71,8 @@ TEST(Sequence, ReportsADialogThatTheHostDoesNotCreate) {
   session.host.refuseDialogs = true;
   EXPECT_EQ(session.analysis.RunStep(kStartStep), -1);
   EXPECT_EQ(session.analysis.RunStep(kKnnStep), -1);  // no kind was chosen
-  EXPECT_EQ(session.analysis.RunStep(kNaiveBayesStep), -1);
+  for (const int step : {kNaiveBayesStep, kSvmStep, kSvmResultsStep})
+    EXPECT_EQ(session.analysis.RunStep(step), -1);
   EXPECT_EQ(session.analysis.RunStep(kKnnResultsStep), -1);
 }
 
@@ -101,23 +102,21 @@ TEST(ChoosingAKind, StartsItAfresh) {
   EXPECT_EQ(session.Number("SizeOfPrototypeSample"), 75);
 }
 
-TEST(ChoosingAKind, IsRefusedForKindsOfLaterVersions) {
+TEST(ChoosingAKind, OfSupportVectorsTrainsAndLeadsToTheirResultsAndBack) {
   AnalysisSession session(Heights());
   session.OpenStartup();
-  const struct {
-    const char* kind;
-    const char* text;
-    int steps[2];
-  } rows[] = {{"scMLSVM", "Support Vector Machines: not available in this version.", {102, 105}}};
-  for (const auto& row : rows) {
-    session.Put("TypeOfAnalysis", row.kind);
-    EXPECT_FALSE(session.OK().Succeeded());
-    for (const int step : row.steps) EXPECT_EQ(session.analysis.RunStep(step), -1);
-    ASSERT_EQ(session.host.messages.size(), 3u);
-    EXPECT_EQ(session.host.messages[0].text, row.text);
-    session.host.messages.clear();
-    EXPECT_EQ(session.analysis.knnEngine(), nullptr);
-  }
+  ASSERT_TRUE(session.OK().Succeeded());
+  EXPECT_EQ(session.host.templateId, 3742);
+  EXPECT_EQ(session.dialog().Title(), "Support Vector Machines");
+  session.Put("Variables", "| sex | height |");
+  session.Put("ApplySampling", 0);
+  ASSERT_TRUE(session.OK().Succeeded());
+  EXPECT_EQ(session.host.templateId, 3758);
+  EXPECT_NE(session.analysis.svmEngine()->model, nullptr);
+  EXPECT_TRUE(session.host.messages.empty());
+  EXPECT_NE(session.host.diagnostics.find("Total nSV"), std::string::npos);
+  EXPECT_TRUE(session.Cancel().Succeeded());
+  EXPECT_EQ(session.host.templateId, 3742);
 }
 
 TEST(StartupDialog, ListsTheKindsAndTakesNoOther) {

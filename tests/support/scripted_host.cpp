@@ -152,7 +152,7 @@ ScriptedHost::~ScriptedHost() {
 
 HostServices ScriptedHost::Services(TableFile& table) {
   table_ = &table;
-  return {&table, this, this, this, this, this, this, this, this, this};
+  return {&table, this, this, this, this, this, this, this, this, this, this};
 }
 
 std::vector<int> ScriptedHost::TakeMessages() {

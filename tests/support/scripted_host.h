@@ -117,7 +117,8 @@ class ScriptedHost final : public ProgressServices,
                            public OutputServices,
                            public SavingServices,
                            public AutomationServices,
-                           public ComputeServices {
+                           public ComputeServices,
+                           public DiagnosticsServices {
  public:
   ScriptedHost() = default;
   ~ScriptedHost() override;
@@ -162,6 +163,7 @@ class ScriptedHost final : public ProgressServices,
   std::vector<CodesRequest> codesRequests;  // as they arrived
   std::vector<VariableListsRequest> variableListsRequests;
   std::vector<std::int32_t> seeds;  // of every draw
+  std::string diagnostics;          // what a solver printed
   int openPasses = 0;               // progress displays open now
   int openIterDisplays = 0;
   int polls = 0;
@@ -228,6 +230,7 @@ class ScriptedHost final : public ProgressServices,
   void SetAnswer(AnswerMember member, std::string_view text) override;
   std::string Answer(AnswerMember member) const override;
   int WorkerThreads() const override { return workerThreads; }
+  void Print(std::string_view text) override { diagnostics += text; }
 
  private:
   bool TakesDocument() { return ++offeredDocuments != refuseDocument && !refuseSpreadsheets; }

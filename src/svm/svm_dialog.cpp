@@ -1,0 +1,151 @@
+#include "svm/svm_dialog.h"
+
+#include <string>
+
+#include "host/analysis_support.h"
+#include "host/numerics.h"
+#include "svm/svm_dialog_texts.h"
+
+namespace qrvml {
+namespace {
+
+constexpr SpecificationProfile kProfile = {
+    .method = Method::svm,
+    .interfaceName = "MachineLearningSVM",
+    .title = "Support Vector Machines",
+    .resultsStep = 105,
+    .alwaysSplits = false,
+    .percentageProperty = "SizeOfTrainingSample",
+    .percentageRange = "Size of training sample must lay in the range 0-100",
+    .unreadableSampling = 296,
+    .firstCasesReserve = 1,
+};
+
+constexpr std::int32_t kStandardFolds = 10;
+
+/// An edit field and where OK stores its number.
+struct StoredField {
+  std::string_view name;
+  void (*store)(SVMEngine& engine, double value);
+};
+
+constexpr StoredField kTypeFields[] = {
+    {"CParameter", [](SVMEngine& e, double value) { e.parameters.C = value; }},
+    {"NuParameter", [](SVMEngine& e, double value) { e.parameters.nu = value; }},
+    {"EpsilonParameter", [](SVMEngine& e, double value) { e.parameters.epsilon = value; }},
+};
+constexpr StoredField kKernelFields[] = {
+    {"Degree", [](SVMEngine& e, double value) { e.parameters.degree = value; }},
+    {"Gam", [](SVMEngine& e, double value) { e.parameters.gamma = value; }},
+    {"Bias", [](SVMEngine& e, double value) { e.parameters.coef0 = value; }},
+};
+constexpr StoredField kSearchFields[] = {
+    {"VValue", [](SVMEngine& e, double value) { e.folds = static_cast<std::int32_t>(value); }},
+    {"CrossVSeed",
+     [](SVMEngine& e, double value) { e.crossValidationSeed = static_cast<std::int32_t>(value); }},
+    {"MinimumC", [](SVMEngine& e, double value) { e.minimumC = value; }},
+    {"MaximumC", [](SVMEngine& e, double value) { e.maximumC = value; }},
+    {"DeltaC", [](SVMEngine& e, double value) { e.deltaC = value; }},
+    {"MinimumEpsilon", [](SVMEngine& e, double value) { e.minimumEpsilon = value; }},
+    {"MaximumEpsilon", [](SVMEngine& e, double value) { e.maximumEpsilon = value; }},
+    {"DeltaEpsilon", [](SVMEngine& e, double value) { e.deltaEpsilon = value; }},
+    {"MinimumNu", [](SVMEngine& e, double value) { e.minimumNu = value; }},
+    {"MaximumNu", [](SVMEngine& e, double value) { e.maximumNu = value; }},
+    {"DeltaNu", [](SVMEngine& e, double value) { e.deltaNu = value; }},
+};
+constexpr StoredField kLearningFields[] = {
+    {"MaxNoOfIterations",
+     [](SVMEngine& e, double value) { e.solver.maxIterations = static_cast<std::int32_t>(value); }},
+    {"StoppingAccuracy", [](SVMEngine& e, double value) { e.parameters.stoppingAccuracy = value; }},
+    {"CacheSize", [](SVMEngine& e, double value) { e.parameters.cacheSize = value; }},
+};
+
+}  // namespace
+
+SVMDialog::SVMDialog(CAnalysisSupport& analysis, AnalysisDataSet& data, SVMEngine& engine)
+    : SpecificationDialog(analysis, data, kProfile),
+      engine_(engine),
+      choices_{engine.parameters.svmType, engine.parameters.kernelType, engine.applyCrossValidation,
+               engine.parameters.shrinking != 0} {}
+
+bool SVMDialog::IsTabHidden(std::string_view tab) const {
+  return tab == svm::kKernelTab && HasVariables() && !HasDependents();
+}
+
+void SVMDialog::TabShown(std::string_view tab) {
+  if (tab == svm::kSelectionTab) {
+    engine_.folds = kStandardFolds;
+    RefreshField("VValue");
+  }
+  double gamma = 0;
+  const std::int32_t variables = analysis().services().file->NumberOfVariables();
+  if (tab != svm::kKernelTab || variables < 2 || !ReadField("Gam", gamma) || gamma != 0) return;
+  engine_.parameters.gamma = 1.0 / (variables - 1);
+  RefreshField("Gam");
+}
+
+bool SVMDialog::ChooseType(SVMType type) {
+  const bool forClasses = type == kCClassification || type == kNuClassification;
+  if (!(forClasses ? HasCategoricalDependents() : HasContinuousDependents()))
+    return RefuseText(forClasses ? "A type for classification needs a categorical dependent."
+                                 : "A type for regression needs a continuous dependent.");
+  choices_.svmType = type;
+  return true;
+}
+
+void SVMDialog::SetCrossValidation(bool apply) {
+  if (apply == choices_.applyCrossValidation) return;
+  choices_.applyCrossValidation = apply;
+  engine_.folds = kStandardFolds;
+  RefreshField("VValue");
+}
+
+void SVMDialog::VariablesChanged() {
+  choices_.svmType = HasCategoricalDependents() ? kCClassification
+                     : HasDependents()          ? kEpsilonRegression
+                                                : kOneClass;
+  engine_.parameters.svmType = choices_.svmType;
+  engine_.parameters.gamma = 1.0 / static_cast<double>(data().roles().predictors.size());
+  RefreshField("Gam");
+}
+
+bool SVMDialog::OnOK() {
+  if (!HasDependents()) {
+    ChooseVariables();
+    return false;
+  }
+  if (!(SampleVariableIsNoAnalysisVariable()  // 315
+        && DrawSample()                       // 296, percentage text, 207, 104
+        && ReadCases(&engine_)))              // 104, 116, 218 to 221
+    return false;
+  engine_.ScaleSvmProblem();
+  if (!(ReadSettings()  // 125
+        && Train([this](bool silent) { return engine_.TrainSvm(silent); },
+                 engine_.display)))  // texts of the parameter check, 104, 155
+    return false;
+  ExitToResults();
+  return true;
+}
+
+bool SVMDialog::ReadSettings() {
+  const auto read = [this](std::span<const StoredField> fields) {
+    for (const StoredField& field : fields) {
+      double value = 0;
+      if (!ReadFieldInRange(field.name, value)) return Refuse(125);
+      field.store(engine_, value);
+    }
+    return true;
+  };
+  // What cannot be read ends the reading; what follows keeps its old value.
+  engine_.parameters.svmType = choices_.svmType;
+  if (!read(kTypeFields)) return false;
+  engine_.parameters.kernelType = choices_.kernelType;
+  if (!read(kKernelFields)) return false;
+  engine_.applyCrossValidation = choices_.applyCrossValidation;
+  if (!read(kSearchFields) || !read(kLearningFields)) return false;
+  // The two scaling boxes have stored theirs.
+  engine_.parameters.shrinking = choices_.shrinking ? 1 : 0;
+  return true;
+}
+
+}  // namespace qrvml
