@@ -48,6 +48,8 @@ class OpenAnalysis {
   AnalysisSession& session() { return session_; }
   AnalysisHost& host() { return host_; }
   const HostDataFile& file() const { return file_; }
+  /// Of the dialog that was left last.
+  const std::vector<NamedValue>& properties() const { return properties_; }
 
   /// Puts a line on the standard error, behind the program's name.
   void Tell(const std::string& text);

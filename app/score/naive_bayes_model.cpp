@@ -35,8 +35,16 @@ void NaiveBayesModel::Prepare() {
 double NaiveBayesModel::DensityTerm(std::size_t k, std::size_t c, double x) const {
   const ContinuousInput& input = continuous[k];
   const double mean = input.mean[c], variance = input.variance[c];
-  const DistributionParameters p = ParametersOf(mean, variance, input.distribution);
-  const bool hasShape = IsPositiveNumber(p.scale) && IsPositiveNumber(p.shape);
+  const auto isShape = [](const DistributionParameters& own) {
+    return IsPositiveNumber(own.scale) && IsPositiveNumber(own.shape);
+  };
+  DistributionParameters p = ParametersOf(mean, variance, input.distribution);
+  if (input.distribution == Distribution::lognormal && !isShape(p)) {
+    constexpr double kShareOfMean = 1e-6;
+    const double least = std::max(std::sqrt(leastVariance_[k]), std::fabs(mean) * kShareOfMean);
+    p = ParametersOf(mean, least, input.distribution);
+  }
+  const bool hasShape = isShape(p);
   if (input.distribution == Distribution::poisson) return LogPoisson(x, p.lambda);
   if (input.distribution == Distribution::lognormal && hasShape)
     return LogLognormal(x, p.scale, p.shape);

@@ -58,18 +58,23 @@ int Setting(const Settings& settings, const std::string& name, int least, int mo
 constexpr int kMostFields = 1000000;
 
 /// The settings of a script that names its first dependent alone, in the words of the others. Naive
-/// Bayes counts categorical dependents; a support vector machine has one, whose classes are a list.
-Settings SayAllDependents(Settings settings) {
+/// Bayes counts categorical dependents, whose variables may be `known` elsewhere; a support vector
+/// machine has one, whose classes are a list.
+Settings SayAllDependents(Settings settings, std::span<const int> known) {
   const auto only = settings.find("OutputIndex");
   if (only == settings.end()) return settings;
   const bool countsAll = settings.contains("NoOutputs");
   const auto count = [&](const char* name) { return Setting(settings, name, 0, kMostFields); };
   const int categorical = count(countsAll ? "NoOutputs" : "NoCatOutputs");
   const int continuous = countsAll ? 0 : count("NoContOutputs");
-  if (categorical + continuous != 1)
+  std::vector<int> variables{only->second};
+  if (countsAll && categorical > 1) variables.assign(known.begin(), known.end());
+  if (static_cast<std::size_t>(categorical + continuous) != variables.size() ||
+      variables[0] != only->second)
     throw Unreadable{"it has " + std::to_string(categorical + continuous) +
                      " dependents and says only which variable the first one is"};
-  settings.insert_or_assign("OutputIndex(1)", only->second);
+  for (std::size_t d = 0; d < variables.size(); ++d)
+    settings.insert_or_assign("OutputIndex(" + std::to_string(d + 1) + ')', variables[d]);
   settings.insert_or_assign("NoContOutputs", continuous);
   settings.insert_or_assign("NoCatOutputs", categorical);
   if (countsAll || categorical == 0) return settings;
@@ -155,10 +160,11 @@ NodeInput InputOf(const BatchTable& table, const DeployedModel& model) {
 }  // namespace
 
 std::unique_ptr<QvbScript> QvbScript::Read(std::string name, std::string text, const DataFile& file,
-                                           const ScriptLimits& limits, std::string& error) {
+                                           const ScriptLimits& limits, std::string& error,
+                                           std::span<const int> dependentVariables) {
   std::unique_ptr<QvbScript> script(new QvbScript(std::move(name), std::move(text), limits));
   try {
-    const Settings settings = SayAllDependents(ReadSettings(script->text_));
+    const Settings settings = SayAllDependents(ReadSettings(script->text_), dependentVariables);
     script->inputs = ReadFields(settings, "Input", file);
     script->dependents = ReadFields(settings, "Output", file);
   } catch (const Unreadable& unreadable) {

@@ -18,10 +18,12 @@ namespace qrvml {
 class QvbScript final : public DeployedModel {
  public:
   /// The script knows its variables by their numbers and its categories by their codes; names and
-  /// texts are those that `file` has for them. The limits' flag outlives the object. Null: `error`
+  /// texts are those that `file` has for them. A script that names only the first of several
+  /// dependents needs the variables of all. The limits' flag outlives the object. Null: `error`
   /// says why, a clause.
   static std::unique_ptr<QvbScript> Read(std::string name, std::string text, const DataFile& file,
-                                         const ScriptLimits& limits, std::string& error);
+                                         const ScriptLimits& limits, std::string& error,
+                                         std::span<const int> dependentVariables = {});
 
   bool Predict(std::span<const double> values, std::span<double> predictions,
                std::string& error) override;

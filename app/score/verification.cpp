@@ -1,64 +1,18 @@
 #include "score/verification.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
-#include <limits>
-#include <set>
 
 #include "host/numerics.h"
 
 namespace qrvml {
 namespace {
 
-constexpr std::string_view kMetrics[] = {"Euclidean", "squared Euclidean", "city-block",
-                                         "Chebychev"};
-
-/// A number as the dialect prints it: "%g", a code of the C program and the script "%d", "%f" in
-/// PMML. The module's own writer of numbers is not used.
-std::string AsPrinted(CodeDialect dialect, bool isCode, double value) {
-  if (dialect == CodeDialect::pmml) return FixedText(value, 6);
-  if (isCode) return std::to_string(std::llround(value));
-  char text[32];
-  const auto [end, code] =
-      std::to_chars(text, text + sizeof text, value, std::chars_format::general, 6);
-  return {text, end};
-}
-
-/// Half a unit of the sixth significant digit.
-double HalfOfSixthDigit(double value) {
-  return value == 0 ? 0 : 0.5 * std::pow(10, std::floor(std::log10(std::fabs(value))) - 5);
-}
-
 /// Whether a prediction is the expected one within the digits that it was printed with.
 bool IsWithinDigits(CodeDialect dialect, double expected, double predicted) {
   const double difference = std::fabs(expected - predicted);
   if (dialect != CodeDialect::c) return difference <= 1e-12 * std::fabs(expected);
   return difference <= HalfOfSixthDigit(expected) * (1 + 1e-6);
-}
-
-/// The same for a shift or scale.
-bool IsScaling(CodeDialect dialect, double expected, double printed) {
-  const double unit = dialect == CodeDialect::pmml ? 0.5e-6 : HalfOfSixthDigit(expected);
-  return std::fabs(expected - printed) <= unit * (1 + 1e-6);
-}
-
-/// A class has the smallest of the codes that share its text.
-double ClassCode(const EngineField& field, double code) {
-  const auto own = std::ranges::find(field.labels, code, &CellLabel::value);
-  if (own == field.labels.end()) return code;
-  return std::ranges::find(field.labels, own->text, &CellLabel::text)->value;
-}
-
-/// Codes in the order in which a text lists classes: the C program by code, the others by text.
-std::vector<double> ListedClasses(CodeDialect dialect, const EngineField& field) {
-  std::vector<CellLabel> labels = field.labels;
-  if (dialect != CodeDialect::c) std::ranges::stable_sort(labels, {}, &CellLabel::text);
-  std::vector<double> codes;
-  for (std::size_t i = 0; i < labels.size(); ++i)
-    if (dialect == CodeDialect::c || i == 0 || labels[i].text != labels[i - 1].text)
-      codes.push_back(labels[i].value);
-  return codes;
 }
 
 class PrintedCheck {
@@ -86,16 +40,6 @@ class PrintedCheck {
     return false;
   }
 
-  void Settings() {
-    if (printed_.metric != engine_.metric)
-      Fault("its distance is " + std::string(kMetrics[printed_.metric]) + ", the engine's is " +
-            std::string(kMetrics[engine_.metric]));
-    if (printed_.weighted != engine_.weighted) Fault("it weights votes otherwise");
-    if (printed_.neighbours != engine_.neighbours)
-      Fault("it takes " + std::to_string(printed_.neighbours) + " neighbours, the engine takes " +
-            std::to_string(engine_.neighbours));
-  }
-
   void Fields(std::span<const DeployedField> fields, std::span<const EngineField> expected) {
     if (fields.size() != expected.size()) return Fault("it names another number of variables");
     for (std::size_t i = 0; i < fields.size(); ++i) {
@@ -113,52 +57,8 @@ class PrintedCheck {
   void Classes() {
     for (std::size_t c = 0; c < printed_.classes.size(); ++c) {
       const EngineField& field = Dependents()[printed_.continuousDependents + c];
-      if (printed_.classes[c] != ListedClasses(dialect_, field))
+      if (printed_.classes[c] != engine_.ListedClasses(dialect_, field))
         Fault("it does not list the classes of \"" + field.name + "\" in their order");
-    }
-  }
-
-  void Scaling() {
-    for (std::size_t i = 0; i < engine_.inputs.size(); ++i) {
-      double shift = 0, scale = 1;
-      if (engine_.standardized && !engine_.inputs[i].IsCategorical()) {
-        if (!engine_.hasRange) continue;
-        const auto [low, high] = Range(i);
-        if (low < high) {
-          shift = -low / (high - low);
-          scale = 1 / (high - low);
-        }
-      }
-      if (!IsScaling(dialect_, shift, printed_.shift[i]) ||
-          !IsScaling(dialect_, scale, printed_.scale[i]))
-        Fault("it scales \"" + engine_.inputs[i].name + "\" otherwise");
-    }
-    if (engine_.standardized && !engine_.hasRange)
-      check_.notes.emplace_back("the scaling was not compared: case weights are in force");
-  }
-
-  void Prototypes() {
-    const std::size_t rows = engine_.Prototypes();
-    if (rows == printed_.Prototypes()) {
-      std::size_t different = 0, first = 0;
-      for (std::size_t p = 0; p < rows; ++p) {
-        if (IsPrototype(p, p)) continue;
-        if (different++ == 0) first = p;
-      }
-      if (different > 0)
-        Fault(std::to_string(different) + " of its prototypes are not the engine's; the first is " +
-              std::to_string(first + 1));
-      return;
-    }
-    // Case weights repeat prototypes: the text's must be the engine's in order, some several times.
-    check_.notes.push_back("it has " + std::to_string(printed_.Prototypes()) +
-                           " prototypes, the engine shows " + std::to_string(rows) +
-                           ": compared in their order, without their repetitions");
-    std::size_t row = 0;
-    for (std::size_t p = 0; p < printed_.Prototypes(); ++p) {
-      while (row < rows && !IsPrototype(p, row)) ++row;
-      if (row < rows) continue;
-      return Fault("its prototype " + std::to_string(p + 1) + " is none of the engine's there");
     }
   }
 
@@ -166,35 +66,6 @@ class PrintedCheck {
   void Fault(std::string text) { check_.faults.push_back(std::move(text)); }
   std::span<const EngineField> Dependents() const {
     return std::span(engine_.dependents).subspan(first_, printed_.Dependents());
-  }
-  /// Whether a printed prototype is that of a row of the engine's table.
-  bool IsPrototype(std::size_t p, std::size_t row) const {
-    const std::size_t inputs = engine_.inputs.size(), width = engine_.dependents.size();
-    for (std::size_t i = 0; i < inputs; ++i) {
-      if (printed_.inputTexts[p * inputs + i] !=
-          AsPrinted(dialect_, engine_.inputs[i].IsCategorical(),
-                    engine_.prototypeInputs[row * inputs + i]))
-        return false;
-    }
-    for (std::size_t d = 0; d < printed_.Dependents(); ++d) {
-      const EngineField& field = Dependents()[d];
-      if (printed_.outputTexts[p * printed_.Dependents() + d] !=
-          AsPrinted(dialect_, field.IsCategorical(),
-                    ClassCode(field, engine_.prototypeOutputs[row * width + first_ + d])))
-        return false;
-    }
-    return true;
-  }
-  std::pair<double, double> Range(std::size_t input) const {
-    std::pair<double, double> range{std::numeric_limits<double>::infinity(),
-                                    -std::numeric_limits<double>::infinity()};
-    for (const std::vector<double>* rows : {&engine_.prototypeInputs, &engine_.caseInputs}) {
-      for (std::size_t at = input; at < rows->size(); at += engine_.inputs.size()) {
-        range.first = std::min(range.first, (*rows)[at]);
-        range.second = std::max(range.second, (*rows)[at]);
-      }
-    }
-    return range;
   }
 
   const CodeDialect dialect_;
@@ -206,6 +77,34 @@ class PrintedCheck {
 
 }  // namespace
 
+double EngineField::ClassCode(double code) const {
+  const auto own = std::ranges::find(labels, code, &CellLabel::value);
+  if (own == labels.end()) return code;
+  return std::ranges::find(labels, own->text, &CellLabel::text)->value;
+}
+
+std::vector<double> EngineField::ClassesByText() const {
+  std::vector<CellLabel> sorted = labels;
+  std::ranges::stable_sort(sorted, {}, &CellLabel::text);
+  std::vector<double> codes;
+  for (std::size_t i = 0; i < sorted.size(); ++i)
+    if (i == 0 || sorted[i].text != sorted[i - 1].text) codes.push_back(sorted[i].value);
+  return codes;
+}
+
+std::vector<double> EngineModel::ListedClasses(CodeDialect, const EngineField& field) const {
+  return field.ClassesByText();
+}
+
+double HalfOfSixthDigit(double value) {
+  return value == 0 ? 0 : 0.5 * std::pow(10, std::floor(std::log10(std::fabs(value))) - 5);
+}
+
+bool IsPrintedValue(CodeDialect dialect, double expected, double printed) {
+  const double unit = dialect == CodeDialect::pmml ? 0.5e-6 : HalfOfSixthDigit(expected);
+  return std::fabs(expected - printed) <= unit * (1 + 1e-6);
+}
+
 bool TextCheck::Passed() const {
   return faults.empty() && !dependents.empty() &&
          std::ranges::all_of(dependents, [](const DependentCheck& dependent) {
@@ -215,16 +114,13 @@ bool TextCheck::Passed() const {
 
 void CheckPrinted(CodeDialect dialect, const PrintedModel& printed, const EngineModel& engine,
                   const DeployedModel& fields, std::size_t firstDependent, TextCheck& check) {
-  check.prototypes = printed.Prototypes();
   PrintedCheck compare(dialect, printed, engine, firstDependent, check);
   if (!compare.Shape()) return;
-  compare.Settings();
   compare.Fields(fields.inputs, engine.inputs);
   compare.Fields(fields.dependents,
                  std::span(engine.dependents).subspan(firstDependent, printed.Dependents()));
   compare.Classes();
-  compare.Scaling();
-  compare.Prototypes();
+  engine.Compare(dialect, printed, firstDependent, check);
 }
 
 void CheckPredictions(CodeDialect dialect, const PrintedModel& printed, const EngineModel& engine,
@@ -252,6 +148,7 @@ void CheckPredictions(CodeDialect dialect, const PrintedModel& printed, const En
       DependentCheck& dependent = check.dependents[d];
       ++dependent.cases;
       dependent.tied += !expected[d].tied.empty();
+      dependent.arbitrary += expected[d].isArbitrary;
       dependent.differentFromEngine += !isPredicted(unrounded);
       if (isPredicted(expected[d].value) || std::ranges::any_of(expected[d].tied, isPredicted))
         continue;
@@ -267,12 +164,13 @@ TextCheck CheckText(CodeDialect dialect, std::string_view text, DeployedModel& m
                     const EngineModel& engine, std::size_t firstDependent,
                     const std::atomic<bool>* cancel) {
   TextCheck check;
-  PrintedModel printed;
   std::string error;
-  if (!PrintedModel::Read(dialect, text, printed, error)) {
+  const std::unique_ptr<PrintedModel> read = engine.Read(dialect, text, error);
+  if (read == nullptr) {
     check.faults.push_back(std::move(error));
     return check;
   }
+  const PrintedModel& printed = *read;
   CheckPrinted(dialect, printed, engine, model, firstDependent, check);
   if (printed.Inputs() != engine.inputs.size() || model.inputs.size() != printed.Inputs() ||
       model.dependents.size() != printed.Dependents() ||
@@ -295,6 +193,7 @@ TextCheck CheckText(CodeDialect dialect, std::string_view text, DeployedModel& m
     check.faults.emplace_back("it was not compared to its end");
     return check;
   }
+  engine.NotePredictions(dialect, check);
   return check;
 }
 

@@ -73,9 +73,7 @@ double NaiveBayesCode::Frequency(std::size_t d, std::size_t c, std::size_t m, st
 }
 
 double NaiveBayesCode::Variance(std::size_t d, std::size_t c, std::size_t k) const {
-  return engine_.DistributionOf(k) == Distribution::normal
-             ? NormalVariance(data_, d, c, k)
-             : data_.classStatistics().condStd(d, c, k);
+  return UsedVariance(data_, engine_.DistributionOf(k), d, c, k);
 }
 
 void NaiveBayesCode::PutTables(CodeWriter& out, const PutElement& put) const {

@@ -51,8 +51,8 @@ class NaiveBayesCode final : public MethodCode {
   using PutElement = std::function<void(std::string_view name,
                                         std::initializer_list<std::size_t> indices, double value)>;
   void PutTables(CodeWriter& out, const PutElement& put) const;
-  /// As the C program and the script hold it: of a normal input the one that the engine uses, which
-  /// is never 0.
+  /// As the C program and the script hold it: of a normal or lognormal input the one that the
+  /// engine uses, which is never 0.
   double Variance(std::size_t d, std::size_t c, std::size_t k) const;
   double Frequency(std::size_t d, std::size_t c, std::size_t m, std::size_t v) const;
 

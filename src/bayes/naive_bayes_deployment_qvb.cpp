@@ -107,8 +107,12 @@ Private Function Params(M, S, DistType)
 		Scle = (M * M) / Sqr((S * S) + (M * M))
 		Shape = Sqr(Log(((S * S) + (M * M)) / ((M * M))))
 	ElseIf DistType=2 Then
-		Scle = (S * S) / (M)
-		Shape = (M * M) / (S * S)
+		Scle = 0
+		Shape = 0
+		If M*S<>0 Then
+			Scle = (S * S) / (M)
+			Shape = (M * M) / (S * S)
+		End If
 	ElseIf DistType=3 Then
 		Lambda = M
 	End If

@@ -22,6 +22,11 @@ const PosteriorKernel& Kernel() {
 
 bool IsPositiveNumber(double x) { return x > 0 && std::isfinite(x); }
 
+/// Of lognormal and gamma parameters.
+bool HasShape(const DistributionParameters& parameters) {
+  return IsPositiveNumber(parameters.scale) && IsPositiveNumber(parameters.shape);
+}
+
 }  // namespace
 
 double NormalVariance(const AnalysisDataSet& data, std::size_t d, std::size_t c, std::size_t k) {
@@ -31,6 +36,22 @@ double NormalVariance(const AnalysisDataSet& data, std::size_t d, std::size_t c,
   const CaseStatistics& training = data.statistics(Subset::training);
   const double range = training.Maximum(k) - training.Minimum(k);
   const double standIn = range * range * kShareOfRange;
+  return IsPositiveNumber(standIn) ? standIn : 1.0;
+}
+
+double UsedVariance(const AnalysisDataSet& data, Distribution distribution, std::size_t d,
+                    std::size_t c, std::size_t k) {
+  if (distribution == Distribution::normal) return NormalVariance(data, d, c, k);
+  const double mean = data.classStatistics().condMean(d, c, k);
+  const double variance = data.classStatistics().condStd(d, c, k);
+  if (distribution != Distribution::lognormal ||
+      HasShape(ParametersOf(mean, variance, distribution)))
+    return variance;
+  // Beside the mean no smaller one has a shape with enough digits.
+  constexpr double kShareOfRange = 3.2e-5, kShareOfMean = 1e-6;
+  const CaseStatistics& training = data.statistics(Subset::training);
+  const double range = training.Maximum(k) - training.Minimum(k);
+  const double standIn = std::max(range * kShareOfRange, std::fabs(mean) * kShareOfMean);
   return IsPositiveNumber(standIn) ? standIn : 1.0;
 }
 
@@ -63,7 +84,7 @@ void PosteriorModel::Build(const AnalysisDataSet& data, std::span<const Distribu
     for (std::size_t d = 0; d < statistics.dependents(); ++d) {
       for (std::size_t c = 0; c < statistics.classes(d); ++c)
         SetTerm(statistics.ClassRow(d, c) * continuous_ + k, distributions[k],
-                statistics.condMean(d, c, k), statistics.condStd(d, c, k),
+                statistics.condMean(d, c, k), UsedVariance(data, distributions[k], d, c, k),
                 statistics.condWeight(d, c, k), NormalVariance(data, d, c, k));
     }
   }
@@ -74,18 +95,17 @@ void PosteriorModel::Build(const AnalysisDataSet& data, std::span<const Distribu
 void PosteriorModel::SetTerm(std::size_t at, Distribution distribution, double mean,
                              double variance, double weight, double normalVariance) {
   const DistributionParameters parameters = ParametersOf(mean, variance, distribution);
-  const bool hasShape = IsPositiveNumber(parameters.scale) && IsPositiveNumber(parameters.shape);
   if (IsEqual(weight, 0.0)) {
     rule_[at] = Rule::impossible;
   } else if (distribution == Distribution::poisson) {
     rule_[at] = Rule::poisson;
     mean_[at] = parameters.lambda;
-  } else if (distribution != Distribution::normal && hasShape) {
+  } else if (distribution != Distribution::normal && HasShape(parameters)) {
     rule_[at] = distribution == Distribution::gamma ? Rule::gamma : Rule::lognormal;
     mean_[at] = parameters.scale;
     rate_[at] = parameters.shape;
   } else {
-    // Normal, or a class whose values are too close together for another distribution's parameters.
+    // Normal, or a class whose values are too close together for a gamma distribution.
     height_[at] = LogNormalHeight(normalVariance);
     mean_[at] = mean;
     rate_[at] = 1.0 / (2.0 * normalVariance);

@@ -28,6 +28,11 @@ struct ClassifiedBlock {
 /// where all its values are equal, one that is small beside the input's range, so that the class
 /// wins where a value fits and loses elsewhere.
 double NormalVariance(const AnalysisDataSet& data, std::size_t d, std::size_t c, std::size_t k);
+/// What enters the term of a distribution as S: for normal inputs the above; for a lognormal input
+/// the class's variance or, where that gives no scale and shape, an S that is small beside the
+/// input's range and the class's mean; the class's variance for the others.
+double UsedVariance(const AnalysisDataSet& data, Distribution distribution, std::size_t d,
+                    std::size_t c, std::size_t k);
 
 class PosteriorModel {
  public:

@@ -165,7 +165,8 @@ TEST(AClassWithoutVariance, WinsWhereTheValueFitsAndLosesElsewhere) {
     bayes.Train();
     for (const double x : {3.0, 1.0, 3.9}) {
       bayes.engine().ComputePosterior(std::span(&x, 1));
-      bayes.ExpectFound(plain.Classify({x}, {}));
+      // A lognormal shape near 0 has few digits in a double.
+      bayes.ExpectFound(plain.Classify({x}, {}), distribution == 1 ? 1e-6 : 1e-11);
       if (distribution != 3) {
         EXPECT_EQ(bayes.engine().predictedCode[0], x == 3 ? 1 : 2);
       }

@@ -128,14 +128,19 @@ class PlainBayes {
       return std::log(n != 0 && inputCount[k] != 0 ? n / (long double)inputCount[k]
                                                    : (long double)settings_.threshold);
     }
-    const long double M = mean[d][c][k], S = variance[d][c][k];
+    const long double M = mean[d][c][k];
+    long double S = variance[d][c][k];
     const long double inf = std::numeric_limits<long double>::infinity();
     if (validWeight[d][c][k] == 0) return -inf;
-    switch (settings_.distributions[k]) {
+    const int distribution = settings_.distributions[k];
+    if (distribution == 1 && !HasShape(M, S)) {
+      S = std::max(3.2e-5 * (most[k] - least[k]), 1e-6 * double(std::fabs(M)));
+      if (S == 0) S = 1;
+    }
+    switch (distribution) {
       case 1: {
         const long double scale = M * M / std::sqrt(S * S + M * M);
         const long double shape = std::sqrt(std::log((S * S + M * M) / (M * M)));
-        if (!(shape > 0)) break;
         const long double z = std::log(x / scale);
         return -0.472856811L - std::log(shape) - std::log((long double)x) -
                z * z / (2 * shape * shape);
@@ -159,6 +164,11 @@ class PlainBayes {
   }
 
  private:
+  /// Whether lognormal parameters exist, in the digits of a double.
+  static bool HasShape(double M, double S) {
+    const double shape = std::sqrt(std::log((S * S + M * M) / (M * M)));
+    return M * M / std::sqrt(S * S + M * M) > 0 && shape > 0 && std::isfinite(shape);
+  }
   double WeightOf(int row) const { return cases_.weights.empty() ? 1 : cases_.weights[row]; }
   bool IsTest(int row) const { return cases_.training > 0 && row >= cases_.training; }
   bool IsUsed(int row) const {

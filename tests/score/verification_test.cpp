@@ -1,6 +1,6 @@
 // The comparison that generated texts have to pass: texts of every kind of model pass, and what was
 // changed afterwards does not.
-#include "score/verification.h"
+#include "score/neighbour_verification.h"
 
 #include "score/c_program.h"
 #include "score/generated_model.h"
@@ -16,7 +16,7 @@ constexpr const char* kActions[] = {"CodeGeneratorCLang", "CodeGeneratorQVB", "C
 /// A trained analysis and what its engine says, taken from the table and the engine itself.
 struct Trained {
   KnnAnalysis knn;
-  EngineModel engine;
+  EngineNeighbours engine;
 
   Trained(const PlainTable& table, const PlainSettings& settings) : knn(table, settings) {
     knn.Train();
@@ -183,9 +183,9 @@ TEST(Verification, ACProgramThatWasTamperedWithFails) {
   fields.dependents = header.dependents;
   fields.inputs = header.inputs;
   for (const auto& [from, to] : changes) {
-    PrintedModel printed;
+    PrintedNeighbours printed;
     const std::string changed = Replaced(text, from, to);
-    ASSERT_TRUE(PrintedModel::Read(CodeDialect::c, changed, printed, error)) << error;
+    ASSERT_TRUE(PrintedNeighbours::Read(CodeDialect::c, changed, printed, error)) << error;
     TextCheck check;
     CheckPrinted(CodeDialect::c, printed, trained.engine, fields, 0, check);
     EXPECT_EQ(check.faults.size(), 1u) << from << Faults(check);
@@ -196,9 +196,9 @@ TEST(Verification, PredictionsOfAnotherModelAreDifferent) {
   Trained trained(ClassTable(), kSettings);
   const std::string text = trained.Texts(CodeDialect::qvb).at(0);
   std::vector<double> predictions(trained.engine.cases.size() * 2);
-  PrintedModel printed;
+  PrintedNeighbours printed;
   std::string error;
-  ASSERT_TRUE(PrintedModel::Read(CodeDialect::qvb, text, printed, error)) << error;
+  ASSERT_TRUE(PrintedNeighbours::Read(CodeDialect::qvb, text, printed, error)) << error;
   for (const char* line : {"Metric = 3\n", "NoOfNearestK = 1\n"}) {
     const std::string name(line, std::string_view(line).find('=') + 2);
     const std::size_t place = text.find(name), end = text.find('\n', place);
@@ -229,8 +229,8 @@ TEST(Verification, ComparesManyCasesUntilItIsCancelled) {
 
 /// One prototype per row of "value of the dependent, input"; one test case at 0.
 struct Votes {
-  PrintedModel printed;
-  EngineModel engine;
+  PrintedNeighbours printed;
+  EngineNeighbours engine;
 
   Votes(std::vector<double> outputs, std::vector<std::vector<double>> classes) {
     printed.continuousInputs = 1;
@@ -282,9 +282,9 @@ TEST(Verification, RepeatedPrototypesAreComparedInTheirOrder) {
   Trained trained(ClassTable(), kSettings);
   const std::string text = trained.Texts(CodeDialect::qvb).at(0);
   const auto model = trained.Open(CodeDialect::qvb, text);
-  PrintedModel printed;
+  PrintedNeighbours printed;
   std::string error;
-  ASSERT_TRUE(PrintedModel::Read(CodeDialect::qvb, text, printed, error)) << error;
+  ASSERT_TRUE(PrintedNeighbours::Read(CodeDialect::qvb, text, printed, error)) << error;
   // The last prototype twice, as a weight of 2 prints it.
   const auto repeat = [](std::vector<std::string_view>& texts, std::size_t width) {
     const std::vector<std::string_view> last(texts.end() - std::ptrdiff_t(width), texts.end());
@@ -312,12 +312,12 @@ TEST(PrintedModelOfAText, NamesWhatItCannotRead) {
       {CodeDialect::pmml, "<Example id=\"9\">"}};
   for (const auto& [dialect, prototype] : prototypes) {
     const std::string text = trained.Texts(dialect).at(0);
-    PrintedModel printed;
+    PrintedNeighbours printed;
     std::string error;
-    EXPECT_TRUE(PrintedModel::Read(dialect, text, printed, error)) << error;
+    EXPECT_TRUE(PrintedNeighbours::Read(dialect, text, printed, error)) << error;
     for (const std::size_t length : {std::size_t(0), text.find(prototype)}) {
       error.clear();
-      EXPECT_FALSE(PrintedModel::Read(dialect, text.substr(0, length), printed, error));
+      EXPECT_FALSE(PrintedNeighbours::Read(dialect, text.substr(0, length), printed, error));
       EXPECT_FALSE(error.empty());
     }
   }

@@ -40,10 +40,11 @@ class Verify : public ProgramTest {
     return count;
   }
   /// Every one of `lines` lines says that nothing differs from the printed model.
-  void ExpectPass(std::vector<std::string> arguments, std::size_t lines) {
+  void ExpectPass(std::vector<std::string> arguments, std::size_t lines,
+                  const char* method = "knn") {
     std::string what;
     for (const std::string& word : arguments) what += word + ' ';
-    arguments.insert(arguments.begin(), {"verify", "knn"});
+    arguments.insert(arguments.begin(), {"verify", method});
     outcome_ = Run(std::move(arguments));
     EXPECT_EQ(outcome_.code, 0) << what << outcome_.out << outcome_.err;
     EXPECT_EQ(Count(outcome_.out, ", 0 differ from the printed model, "), lines)
@@ -111,6 +112,65 @@ TEST_F(Verify, TheStepsThatAreGivenAreDoneAndTextsAreKept) {
   }
   EXPECT_EQ(programs, 1u);
   EXPECT_TRUE(outcome_.out.starts_with("C program: 38 cases, 0 differ")) << outcome_.out;
+}
+
+/// c: A has x = 5 only, B has y = 2.5 only; z takes likelihoods below the smallest number; the last
+/// cases have a new category and an empty cell.
+std::string BayesData() {
+  std::string text = "c,x,y,n,z,u,d,w\n";
+  for (int i = 0; i < 60; ++i) {
+    const bool isA = i % 3 == 0, isB = i % 3 == 1;
+    const std::string x = isA ? "5" : std::to_string(i * 7 % 9 + 1) + ".5";
+    const std::string y = isB ? "2.5" : std::to_string(i * 11 % 40 + 1) + ".25";
+    const std::string z = std::to_string((i >= 45 ? 10000 : 1) + i * 13 % 10);
+    text += std::string(1, char('A' + i % 3)) + ',' + x + ',' + y + ',' +
+            (i == 58 ? "" : std::to_string(i * 5 % 7 + 3 * (i % 3))) + ',' + z + ',' +
+            (i == 55  ? "neu"
+             : isB    ? (i % 2 == 0 ? "p" : "q")
+             : i < 30 ? "r"
+                      : "q") +
+            ',' + (i % 2 == 0 ? "yes" : "no") + ',' + std::to_string(i % 4) + '\n';
+  }
+  return text;
+}
+
+TEST_F(Verify, TextsOfNaiveBayesPassAndWhatTheyLackIsNoted) {
+  const std::string data = Write("odd.csv", BayesData());
+  const std::string inputs = "|c d|x y n z|u";
+  const struct {
+    std::vector<std::string> options;
+    std::vector<std::string> notes;
+  } runs[] = {
+      {{"--input-distributions", "x n z | y | |"},
+       {"C program: no variance: \"x\" in class \"A\" of \"c\", \"y\" in class \"B\" of \"c\"; the "
+        "text "
+        "has the small one that the engine takes",
+        "PMML document: no variance: ", "C program: 13 cases without a posterior of \"d\" above 0",
+        "QVB script: 13 cases without a posterior of \"d\" above 0",
+        "left out, because the engine predicts none: 1 case with a category that training did not "
+        "have; the text takes the threshold"}},
+      {{"--input-distributions", "| z | x y | n", "--threshold", "0", "--do",
+        "SelectedOutputForPriorAssignment=2,UseEqualPrior=1"},
+       {"C program: gamma and Poisson densities are left to the text's user, without one these "
+        "inputs count for nothing: \"x\", \"y\", \"n\"",
+        "no variance, and so no gamma distribution: \"x\" in class \"A\" of \"c\"",
+        "QVB script: the threshold is 0: ",
+        "PMML document: the priors of \"d\" are not the shares of its classes"}},
+      {{"--weight", "w", "--use-missing-cases-if-possible"},
+       {"PMML document: case weights are in force",
+        "left out, because the engine predicts none: 1 case with a missing input"}},
+  };
+  for (const auto& run : runs) {
+    std::vector<std::string> arguments = {data,        "--variables", inputs, "--use-first-n-cases",
+                                          "--n-value", "45"};
+    arguments.insert(arguments.end(), run.options.begin(), run.options.end());
+    ExpectPass(arguments, 6, "nb");
+    for (const std::string& note : run.notes)
+      EXPECT_NE(outcome_.out.find(note), std::string::npos) << note << '\n' << outcome_.out;
+  }
+  // Without sampling the training cases are predicted.
+  ExpectPass({Example("iris.csv"), "--variables", "|Species|1-4|", "--ApplySampling=0"}, 3, "nb");
+  EXPECT_TRUE(outcome_.out.starts_with("C program: 150 cases, ")) << outcome_.out;
 }
 
 TEST_F(Verify, WhatCannotBeVerifiedIsToldWithItsStatus) {

@@ -1,12 +1,14 @@
-#include "score/printed_model.h"
+// Predictions of a printed nearest-neighbour model.
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 
+#include "score/neighbour_verification.h"
+
 namespace qrvml {
 
-double PrintedModel::Distance(std::span<const double> query, std::size_t prototype) const {
+double PrintedNeighbours::Distance(std::span<const double> query, std::size_t prototype) const {
   double distance = 0;
   for (std::size_t i = 0; i < Inputs(); ++i) {
     const double raw = inputs[prototype * Inputs() + i];
@@ -20,8 +22,9 @@ double PrintedModel::Distance(std::span<const double> query, std::size_t prototy
   return metric == 0 ? std::sqrt(distance) : distance;
 }
 
-void PrintedModel::Classify(std::size_t dependent, std::span<const std::size_t> nearest,
-                            std::span<const double> weights, PrintedPrediction& prediction) const {
+void PrintedNeighbours::Classify(std::size_t dependent, std::span<const std::size_t> nearest,
+                                 std::span<const double> weights,
+                                 PrintedPrediction& prediction) const {
   constexpr double kTie = 1e-12;
   const std::vector<double>& codes = classes[dependent - continuousDependents];
   std::vector<double> votes(codes.size(), 0.0);
@@ -35,8 +38,8 @@ void PrintedModel::Classify(std::size_t dependent, std::span<const std::size_t> 
   if (prediction.tied.size() == 1) prediction.tied.clear();
 }
 
-void PrintedModel::Predict(std::span<const double> values,
-                           std::span<PrintedPrediction> predictions) const {
+void PrintedNeighbours::Predict(std::span<const double> values,
+                                std::span<PrintedPrediction> predictions) const {
   std::vector<double> distances;
   for (std::size_t p = 0; p < Prototypes(); ++p) distances.push_back(Distance(values, p));
   std::vector<std::size_t> nearest;
