@@ -42,6 +42,21 @@ Show "Naive Bayes, with the confidence in each class" nb examples/iris.csv \
   --variables '|Species|1-4|' --seed-for-random-sampling 7 \
   --do 'DescriptiveStat,IncludeConfidence=1,PrintPredictions'
 
+Show "Naive Bayes on coded categories, then with priors of one's own" nb examples/birthwt.csv \
+  --variables '|low|age lwt|race smoke ht ui' --seed-for-random-sampling 7 \
+  --do 'DescriptiveStat,UseCustomPrior=1,ResultsValues="0.05 0.95",press:Priors.Select,DescriptiveStat'
+
+Show "Case weights: a table of counts as data" nb examples/titanic.csv \
+  --variables '|Survived||Class Sex Age' --weight Freq --ApplySampling=0 \
+  --do 'Model,DescriptiveStat,CustomPredictions="1st Female Adult",PrintCustomPredictions'
+
+Show "A macro: counts as a normal and as a Poisson input, and the posterior over them" \
+  run examples/quine.qvb
+
+Show "The same model as generated texts, which leave the Poisson density to their user" \
+  verify nb examples/quine.csv --variables '|Eth|Days|Sex Age Lrn' \
+  --input-distributions '|||Days' --seed-for-random-sampling 7
+
 Show "Two overlapping classes, categorical and continuous inputs" knn examples/cars93.csv \
   --variables '|Origin|Price MPG.city Horsepower RPM|Type DriveTrain' --StandardizeDistances \
   --k-nearest-neighbors 5 --seed-for-random-sampling 7

@@ -98,6 +98,36 @@ TEST(ClassMoments, KeepTheirDigitsWhereTheSpreadIsSmallBesideTheValues) {
   EXPECT_NEAR(std::sqrt(bayes.learned().condStd(0, 0, 0)), 0.1, 1e-9);
 }
 
+/// All values are multiples of 2^-29, so that sums of their differences are sums of integers.
+TEST(ClassMoments, OfWeightedValuesAroundTenMillionsAreThoseOfExactArithmetic) {
+  constexpr double kCentre = 10000000.2;
+  const double differences[] = {-0.1, 0, 0.1, 0.05, -0.075, 0.0625, 0.1, -0.1, 0.025};
+  const double weights[] = {3, 1, 2.5, 4, 1, 0.4, 2, 5, 3};  // rounded: 2.5 to 3, 0.4 to none
+  TableFile file("x c=A,B");
+  std::int64_t cases = 0, sum = 0, squares = 0;
+  for (std::size_t i = 0; i < std::size(weights); ++i) {
+    const double x = kCentre + differences[i];
+    auto& added = file.cases.emplace_back();
+    added.values = {x, 1};
+    added.weight = weights[i];
+    const std::int64_t weight = std::lround(weights[i]);
+    const auto unit = static_cast<std::int64_t>((x - kCentre) * 0x1p29);
+    cases += weight;
+    sum += weight * unit;
+    squares += weight * unit * unit;
+  }
+  for (const double x : {1.0, 2.0}) file.cases.emplace_back().values = {x, 2};
+  file.weighted = true;
+  NaiveBayesAnalysis bayes(std::move(file), "c | x |", 0);
+  bayes.Train();
+  const auto variance = static_cast<double>(cases * squares - sum * sum) /
+                        static_cast<double>(cases * (cases - 1)) * 0x1p-58;
+  EXPECT_EQ(bayes.learned().classCount(0, 0), cases);
+  EXPECT_NEAR(bayes.learned().condMean(0, 0, 0),
+              kCentre + static_cast<double>(sum) / static_cast<double>(cases) * 0x1p-29, 4e-9);
+  EXPECT_NEAR(bayes.learned().condStd(0, 0, 0), variance, 1e-7 * variance);
+}
+
 TEST(ClassMoments, CountAWeightAsThatManyCases) {
   NaiveBayesAnalysis bayes(TableFile("x c=A,B *weight", {"2 A 1", "5 B 1.4", "4 A 2.5", "9 A 1.5",
                                                          "7 B 0.6", "100 A 0.4"}),

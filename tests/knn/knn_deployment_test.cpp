@@ -1,50 +1,10 @@
 // The generated texts of nearest neighbours: whole texts beside committed samples, and what the
 // samples do not show.
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-
+#include "deploy/sample_text.h"
 #include "knn/knn_analysis.h"
-#include "support/places.h"
 
 namespace qrvml::test {
 namespace {
-
-const std::filesystem::path kSamples =
-    std::filesystem::path(kTestData).parent_path() / "deploy" / "samples";
-
-/// Compares a text with its sample. With QRVML_WRITE_SAMPLES in the environment the sample becomes
-/// the text, and the difference shows in review.
-void IsSample(const std::string& text, const std::string& name) {
-  if (std::getenv("QRVML_WRITE_SAMPLES") != nullptr)
-    std::ofstream(kSamples / name, std::ios::binary) << text;
-  std::ostringstream sample;
-  sample << std::ifstream(kSamples / name, std::ios::binary).rdbuf();
-  EXPECT_EQ(text, sample.str()) << name;
-}
-
-std::string TakeText(ScriptedHost& host) {
-  if (host.textDocuments.size() != 1) {
-    ADD_FAILURE() << host.textDocuments.size() << " text documents";
-    return {};
-  }
-  std::string text = std::move(host.textDocuments[0].text);
-  host.textDocuments.clear();
-  return text;
-}
-
-std::string Generated(KnnAnalysis& knn, std::string_view action) {
-  EXPECT_TRUE(knn.Press(action).Succeeded()) << action;
-  return TakeText(knn.host);
-}
-
-std::size_t Count(std::string_view text, std::string_view part) {
-  std::size_t count = 0;
-  for (std::size_t at = text.find(part); at != text.npos; at = text.find(part, at + part.size()))
-    ++count;
-  return count;
-}
 
 /// Two classifications over mixed inputs; class codes ascend against their texts, and names hold
 /// what XML and comments must survive.

@@ -1,28 +1,11 @@
 // The generated texts of support vector machines: whole texts beside committed samples, and what
 // the samples do not show.
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-
+#include "deploy/sample_text.h"
 #include "host/string_table.h"
-#include "support/places.h"
 #include "svm/trained_svm.h"
 
 namespace qrvml::test {
 namespace {
-
-const std::filesystem::path kSamples =
-    std::filesystem::path(kTestData).parent_path() / "deploy" / "samples";
-
-/// Compares a text with its sample. With QRVML_WRITE_SAMPLES in the environment the sample becomes
-/// the text, and the difference shows in review.
-void IsSample(const std::string& text, const std::string& name) {
-  if (std::getenv("QRVML_WRITE_SAMPLES") != nullptr)
-    std::ofstream(kSamples / name, std::ios::binary) << text;
-  std::ostringstream sample;
-  sample << std::ifstream(kSamples / name, std::ios::binary).rdbuf();
-  EXPECT_EQ(text, sample.str()) << name;
-}
 
 bool Holds(const std::string& text, std::string_view part) {
   return text.find(part) != std::string::npos;

@@ -219,6 +219,10 @@ TEST_F(Macro, EveryControlOfNaiveBayesIsReplayed) {
       {"FixedIndependents", "FixedIndependents=\"3 4 v\",PosteriorSpreadsheet"},
       {"PosteriorSpreadsheet", "PosteriorSpreadsheet"},
       {"PosteriorPlot", "PosteriorPlot"},
+      {"CodeGenerator", "ResultsSelection=\"1 2\",CodeGenerator"},
+      {"CodeGeneratorCLang", "Threshold=1,DescriptiveStat,CodeGeneratorCLang"},
+      {"CodeGeneratorQVB", "UseEqualPrior=1,CodeGeneratorQVB"},
+      {"CodeGeneratorPMML", "CodeGeneratorPMML"},
   };
   steps.merge(SharedSteps());
   const std::string data = Data();
@@ -233,8 +237,7 @@ TEST_F(Macro, EveryControlOfNaiveBayesIsReplayed) {
     walked.insert(name);
   }
   EXPECT_EQ(walked, Controls("nb", "Specification dialog"));
-  walked = {"CrossVPlot", "CodeGenerator", "CodeGeneratorCLang", "CodeGeneratorQVB",
-            "CodeGeneratorPMML"};  // fail always, or as yet
+  walked = {"CrossVPlot"};  // fails always
   for (const auto& [name, step] : steps) {
     const bool chooses = name == "SelectedOutputForPriorAssignment" ||
                          name == "OutputForPosteriorPlot";  // of several dependents
