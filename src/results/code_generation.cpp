@@ -22,7 +22,8 @@ bool ResultsDialog::GenerateCode(std::span<const CodeKind> kinds) {
   for (const CodeKind kind : kinds) {
     const auto index = static_cast<std::size_t>(kind);
     const bool perDependent = kind == CodeKind::pmml;
-    for (std::size_t d = 0; d < (perDependent ? items_.dependents() : 1); ++d) {
+    const bool forAll = perDependent && !profile_.onlyFirstDependent;
+    for (std::size_t d = 0; d < (forAll ? items_.dependents() : 1); ++d) {
       TextDocument& document = documents.emplace_back();
       document.mode = kModes[index];
       document.title = profile_.codeTitles[index];

@@ -13,6 +13,7 @@
 #include "stats/summary_tables.h"
 #include "svm/model_classes.h"
 #include "svm/svm_case_source.h"
+#include "svm/svm_deployment.h"
 #include "svm/svm_model_texts.h"
 #include "svm/svm_results_texts.h"
 
@@ -262,9 +263,16 @@ std::string SVMResultsDialog::PenaltyLines() const {
   return text;
 }
 
-bool SVMResultsDialog::MakeCode(CodeKind, std::size_t, std::string_view, std::string&) {
-  return RefuseText(
-      "Generated texts of support vector machines are not available in this version.");
+bool SVMResultsDialog::MakeCode(CodeKind kind, std::size_t dependent, std::string_view charset,
+                                std::string& text) {
+  DeployedVariables variables = DescribeVariables(*analysis().services().file, data());
+  variables.dependents.resize(1);  // the model's
+  SvmCode code(variables, data(), engine_);
+  if (kind == CodeKind::pmml) {
+    text = MakePmmlDocument(variables, code, dependent, charset);
+    return !text.empty();
+  }
+  return MakeProgram(kind == CodeKind::c ? Dialect::c : Dialect::qvb, variables, code, text);
 }
 
 }  // namespace qrvml

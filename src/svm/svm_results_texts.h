@@ -39,6 +39,7 @@ inline constexpr ResultsProfile kResultsProfile = {
     .hidesMissingAccuracy = true,
     .picksKept = true,
     .customBlankRow = true,
+    .onlyFirstDependent = true,
     .codeTitles = {"SVM C/C++ deployment code",
                    "QUORVANTIS Support Vector Machine QVB deployment code",
                    "Support vector machine PMML deployment code for "},

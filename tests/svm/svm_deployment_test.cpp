@@ -2,6 +2,7 @@
 // the samples do not show.
 #include "deploy/sample_text.h"
 #include "host/string_table.h"
+#include "svm/svm_analysis.h"
 #include "svm/trained_svm.h"
 
 namespace qrvml::test {
@@ -122,6 +123,28 @@ TEST(SvmDeployment, EmptyListsHoldAZero) {
       Holds(trained.Pmml(),
             "<SVMField name=\"c\" optype=\"categorical\" shift=\"0.000000\" "
             "scale=\"1.000000\" >\n\t\t\t<Category label=\"4\" value=\"4\"/>\n\t\t</SVMField>"));
+}
+
+TEST(SvmDeployment, GoesToTextDocumentsOfTheFirstDependent) {
+  SvmAnalysis svm(TableFile("y z x", {"1 5 2", "2 4 3", "4 3 5", "3 1 4"}), "y z | | x |", 0);
+  svm.OpenResults();
+  for (const char* action : {"CodeGeneratorCLang", "CodeGeneratorQVB", "CodeGeneratorPMML"})
+    EXPECT_TRUE(svm.session().Press(action).Succeeded()) << action;
+  const std::pair<int, std::string> expected[] = {
+      {2, "SVM C/C++ deployment code"},
+      {1, "QUORVANTIS Support Vector Machine QVB deployment code"},
+      {2, "Support vector machine PMML deployment code for y"}};
+  const auto& documents = svm.host().textDocuments;
+  ASSERT_EQ(documents.size(), std::size(expected));
+  for (std::size_t d = 0; d < std::size(expected); ++d) {
+    EXPECT_EQ(documents[d].mode, expected[d].first);
+    EXPECT_EQ(documents[d].title, expected[d].second);
+    EXPECT_FALSE(Holds(documents[d].text, "\"z\"") || Holds(documents[d].text, ", z"));
+  }
+  svm.host().cancelAtPoll = svm.host().polls + 1;
+  EXPECT_FALSE(svm.session().Press("CodeGeneratorCLang").Succeeded());
+  EXPECT_EQ(svm.host().messages, std::vector<Message>{});
+  EXPECT_EQ(documents.size(), std::size(expected));
 }
 
 TEST(SvmDeployment, WritingEndsWhenItIsCancelled) {
