@@ -411,8 +411,9 @@ TEST(NaiveBayesResults, TellOfLikelihoodsThatAreNoNumbers) {
 
 TEST(NaiveBayesResults, SurviveFaultsAnywhere) {
   for (const bool refuses : {true, false}) {
-    for (const char* action : {"DescriptiveStat", "PrintPredictions", "PosteriorSpreadsheet",
-                               "PosteriorPlot", "UseEqualPrior"}) {
+    for (const char* action :
+         {"DescriptiveStat", "PrintPredictions", "PosteriorSpreadsheet", "PosteriorPlot",
+          "UseEqualPrior", "CodeGeneratorCLang", "CodeGeneratorQVB", "CodeGeneratorPMML"}) {
       for (int n = 1;; ++n) {
         SCOPED_TRACE(std::string(action) + " at " + std::to_string(n));
         Results results;

@@ -108,14 +108,14 @@ bool TableFile::FindLabel(int variable, std::string_view label, double& code) co
 }
 
 CaseStatus TableFile::cstrtw(int caseNumber, double* values, CaseInfo& info) {
-  const Case& entry = cases[static_cast<std::size_t>(caseNumber) - 1];
+  const Case& entry = cases[(static_cast<std::size_t>(caseNumber) - 1) % cases.size()];
   info = {.weight = weighted ? entry.weight : 1.0, .name = entry.name};
   return cstart(caseNumber, values);
 }
 
 CaseStatus TableFile::cstart(int caseNumber, double* values) {
   if (++reads == stopAtRead) return CaseStatus::stop;
-  const Case& entry = cases[static_cast<std::size_t>(caseNumber) - 1];
+  const Case& entry = cases[(static_cast<std::size_t>(caseNumber) - 1) % cases.size()];
   if (entry.status == CaseStatus::delivered) std::ranges::copy(entry.values, values + 1);
   return entry.status;
 }
@@ -128,7 +128,7 @@ int TableFile::vvlcod(int variable, float code, std::string& label) const {
 }
 
 std::string TableFile::getlab(int caseNumber) {
-  return cases[static_cast<std::size_t>(caseNumber) - 1].name;
+  return cases[(static_cast<std::size_t>(caseNumber) - 1) % cases.size()].name;
 }
 
 std::string TableFile::WriteSpecialFormatVariable(int variable, double value, int) const {

@@ -52,6 +52,7 @@ class TableFile final : public DataFile {
 
   std::vector<Variable> variables;
   std::vector<Case> cases;
+  int copies = 1;  // the host delivers all cases so many times, one copy after the other
   bool weighted = false;
   int reads = 0;       // cases asked for so far
   int stopAtRead = 0;  // the read, counted from 1, at which the host says stop; 0: never
@@ -62,7 +63,7 @@ class TableFile final : public DataFile {
   bool FindLabel(int variable, std::string_view label, double& code) const;
 
   int NumberOfVariables() const override { return static_cast<int>(variables.size()); }
-  int NumberOfCases() const override { return static_cast<int>(cases.size()); }
+  int NumberOfCases() const override { return static_cast<int>(cases.size()) * copies; }
   CaseStatus cstrtw(int caseNumber, double* values, CaseInfo& info) override;
   CaseStatus cstart(int caseNumber, double* values) override;
   double getmd5(int variable) const override { return At(variable).missing; }
