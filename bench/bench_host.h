@@ -16,7 +16,9 @@ class BenchHost final : public qrvml::ProgressServices,
                         public qrvml::MessageServices,
                         public qrvml::ComputeServices {
  public:
-  explicit BenchHost(qrvml::DataFile& file) : analysis_(nullptr) {
+  /// `output`: where results go, if any are made.
+  explicit BenchHost(qrvml::DataFile& file, qrvml::OutputServices* output = nullptr)
+      : analysis_(nullptr) {
     qrvml::HostServices services;
     services.file = &file;
     services.progress = this;
@@ -24,6 +26,7 @@ class BenchHost final : public qrvml::ProgressServices,
     services.memory = &memory_;
     services.random = &random_;
     services.compute = this;
+    services.output = output;
     analysis_.Attach(services);
   }
 

@@ -19,6 +19,7 @@
 #include "documents/svg_renderer.h"
 #include "documents/text_renderer.h"
 #include "documents/xlsx_renderer.h"
+#include "process_memory.h"
 
 namespace {
 
@@ -36,24 +37,10 @@ struct Numbers {
   double Bell() { return (*this)() + (*this)() + (*this)() + (*this)() - 2; }
 };
 
-/// The largest resident set since the last reset, in MB.
-double PeakMemory() {
-  std::ifstream status("/proc/self/status");
-  for (std::string word; status >> word;) {
-    if (word == "VmHWM:") {
-      double kilobytes = 0;
-      status >> kilobytes;
-      return kilobytes / 1024;
-    }
-  }
-  return 0;
-}
-void ResetPeakMemory() { std::ofstream("/proc/self/clear_refs") << 5; }
-
 void Measure(const char* what, const std::function<bool(const fs::path&)>& write) {
   const fs::path file = fs::temp_directory_path() / ("qrvml-bench-" + std::to_string(getpid()));
-  ResetPeakMemory();
-  const double before = PeakMemory();
+  bench::ResetPeakMemory();
+  const double before = bench::PeakMemory();
   const auto start = std::chrono::steady_clock::now();
   const bool written = write(file);
   const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
@@ -62,7 +49,7 @@ void Measure(const char* what, const std::function<bool(const fs::path&)>& write
     std::exit(1);
   }
   std::printf("%-32s %7.2f s  %8.2f MB file  %7.1f MB memory above the document\n", what,
-              time.count(), double(fs::file_size(file)) / 1e6, PeakMemory() - before);
+              time.count(), double(fs::file_size(file)) / 1e6, bench::PeakMemory() - before);
   fs::remove(file);
 }
 

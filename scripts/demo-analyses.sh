@@ -57,6 +57,13 @@ Show "The same model as generated texts, which leave the Poisson density to thei
   verify nb examples/quine.csv --variables '|Eth|Days|Sex Age Lrn' \
   --input-distributions '|||Days' --seed-for-random-sampling 7
 
+Show "Support vectors: six classes, inputs scaled, the vote shares of each class" svm \
+  examples/fgl.csv --variables '|type|1-9|' --ScaleInputs --Gam 4 --seed-for-random-sampling 7 \
+  --do 'Summary,DescriptiveStat,IncludeConfidence=1,PrintPredictions'
+
+Show "A regression by support vectors as a macro: C and epsilon by cross-validation, a typed case" \
+  run examples/airquality.qvb
+
 Show "Two overlapping classes, categorical and continuous inputs" knn examples/cars93.csv \
   --variables '|Origin|Price MPG.city Horsepower RPM|Type DriveTrain' --StandardizeDistances \
   --k-nearest-neighbors 5 --seed-for-random-sampling 7

@@ -92,7 +92,7 @@ const Control* DialogCalls::Usable(const Step& step) {
     return nullptr;
   }
   if (!control->refusal.empty()) {
-    complain_('"' + step.text + "\": " + step.name + ": " + std::string(control->refusal));
+    complain_('"' + step.text + "\": " + std::string(control->refusal));
     return nullptr;
   }
   if (step.kind == Step::Kind::act && control->kind != ControlKind::action) {

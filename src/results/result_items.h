@@ -54,12 +54,18 @@ class ResultItems {
   std::vector<double> Codes(const ResultItem& item) const;
 
   std::size_t inputs() const { return data_.roles().predictors.size(); }
-  std::size_t dependents() const { return data_.roles().dependents.size(); }
-  std::size_t continuousDependents() const { return data_.roles().continuousDependents.size(); }
+  /// Those that the results are about.
+  std::size_t dependents() const { return Shown(data_.roles().dependents.size()); }
+  std::size_t continuousDependents() const {
+    return Shown(data_.roles().continuousDependents.size());
+  }
   std::string InputName(std::size_t i) const;
   std::string DependentName(std::size_t d) const;
 
  private:
+  std::size_t Shown(std::size_t count) const {
+    return profile_.onlyFirstDependent && count > 1 ? 1 : count;
+  }
   bool IsContinuousDependent(std::size_t d) const { return d < continuousDependents(); }
   void AddConfidences(std::size_t dependent, std::vector<ResultItem>& items) const;
   /// The categories of a categorical input or dependent; null for other items.

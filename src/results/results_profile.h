@@ -61,7 +61,7 @@ struct ResultsProfile {
                            // variables go along, and the user picks outputs
   bool customBlankRow = false;  // an empty row between the inputs and outputs of a typed case
 
-  bool onlyFirstDependent = false;  // has a model and a generated document
+  bool onlyFirstDependent = false;  // the results are about the first dependent, however many
 
   // Titles of generated texts; the dependent's name follows the last.
   std::string_view codeTitles[kCodeKinds];

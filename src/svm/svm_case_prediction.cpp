@@ -20,7 +20,8 @@ constexpr std::int64_t kPollWork = INT64_C(1) << 22;  // kernel terms between tw
 
 }  // namespace
 
-bool SVMEngine::FetchSvmCase(std::int32_t caseNumber, std::int32_t problemSlot) {
+bool SVMEngine::FetchSvmCase(std::int32_t caseNumber, std::int32_t problemSlot,
+                             CaseReader& reader) {
   const std::string label = Host().file->getlab(caseNumber);
   caseLabel = Trim(label);
   if (caseLabel.empty()) caseLabel = std::to_string(caseNumber);
@@ -36,7 +37,7 @@ bool SVMEngine::FetchSvmCase(std::int32_t caseNumber, std::int32_t problemSlot) 
       observed = data_.UnscaleValue(VariableKind::dependent, 0, observed);
     }
   } else if (flag == kTest) {
-    if (!ReadTestCase(caseNumber)) return false;
+    if (!ReadTestCase(caseNumber, reader)) return false;
     BuildSingleCase();
     caseNodes_ = singleCase_.data();
     observed = HasDependent() ? dependents_[0] : 0.0;
@@ -60,7 +61,8 @@ void SVMEngine::PredictFetched() {
 }
 
 bool SVMEngine::PredictSvmCase(std::int32_t caseNumber, std::int32_t problemSlot) {
-  if (!FetchSvmCase(caseNumber, problemSlot)) return false;
+  CaseReader reader(*Host().file, data_.roles());
+  if (!FetchSvmCase(caseNumber, problemSlot, reader)) return false;
   PredictFetched();
   return true;
 }
@@ -87,8 +89,7 @@ void SVMEngine::TakeTrainingInputs(const SVMNode* entry) {
   }
 }
 
-bool SVMEngine::ReadTestCase(std::int32_t caseNumber) {
-  CaseReader reader(*Host().file, data_.roles());
+bool SVMEngine::ReadTestCase(std::int32_t caseNumber, CaseReader& reader) {
   if (reader.ReadValues(caseNumber) != CaseStatus::delivered) return false;
   if (data_.missingDataRule == MissingDataRule::meanSubstitution && reader.HasMissing()) {
     if (substitutes_.empty()) FindSubstitutes();
@@ -161,6 +162,7 @@ bool SVMEngine::ComputeSvmStatistics() {
 
 bool SVMEngine::VisitSvmCases(Subset subset, bool predict,
                               const std::function<void(const VisitedCase&)>& visit) {
+  CaseReader reader(*Host().file, data_.roles());
   std::int32_t slot = 0;
   std::int64_t work = 0;
   const std::int64_t columns = std::int64_t(data_.svmInputWidth()) + 16;
@@ -171,7 +173,7 @@ bool SVMEngine::VisitSvmCases(Subset subset, bool predict,
     const std::int32_t first = slot;
     if (flag == kTraining) slot += weight;
     if (subset != Subset::both && flag != std::uint8_t(subset)) continue;
-    if (!FetchSvmCase(number, first)) return false;
+    if (!FetchSvmCase(number, first, reader)) return false;
     if (predict) PredictFetched();
     visit({number, weight, flag});
     work += columns * (predict ? model->supportVectorCount + 16 : 16);

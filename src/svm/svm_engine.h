@@ -131,12 +131,12 @@ class SVMEngine final : public TrainingRowSink {
 
   /// Label, inputs and observed value of a case, and its nodes in `caseNodes_` (null: in neither
   /// sample). False: the host stopped.
-  bool FetchSvmCase(std::int32_t caseNumber, std::int32_t problemSlot);
+  bool FetchSvmCase(std::int32_t caseNumber, std::int32_t problemSlot, CaseReader& reader);
   void PredictFetched();
   /// `predicted` of an input vector, unscaled, and its vote shares.
   void PredictNodes(const SVMNode* nodes);
   void TakeTrainingInputs(const SVMNode* entry);
-  bool ReadTestCase(std::int32_t caseNumber);
+  bool ReadTestCase(std::int32_t caseNumber, CaseReader& reader);
   void BuildSingleCase();
   void FindSubstitutes();
   double ClassCode(double code) const;

@@ -195,7 +195,7 @@ Spreadsheet SVMResultsDialog::VectorTable() const {
     column.second = std::to_string(row + 1);
     column.values.reserve(table.rowNames.size());
     for (std::int32_t s = 0; s < model.supportVectorCount; ++s)
-      column.values.push_back(model.Coefficient(row, s));
+      column.values.push_back(model.Coefficient(row, s) + 0.0);  // no minus before a zero
   }
   AddVectorColumns(table);
   return table;

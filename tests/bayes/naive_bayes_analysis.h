@@ -18,8 +18,6 @@
 
 namespace qrvml::test {
 
-inline Message MessageOf(int number) { return {number, std::string(GetResourceString(number))}; }
-
 /// Variables x1.. (continuous inputs), u1.. (categorical inputs), c1.. (dependents).
 inline TableFile FileOf(const PlainCases& cases) {
   TableFile file;

@@ -10,6 +10,7 @@
 #include "host/analysis_support.h"
 #include "host/list_text.h"
 #include "host/numerics.h"
+#include "host/string_table.h"
 
 namespace qrvml::test {
 namespace {
@@ -136,6 +137,8 @@ std::string TableFile::WriteSpecialFormatVariable(int variable, double value, in
 }
 
 // --- ScriptedHost --------------------------------------------------------------------------------
+
+Message MessageOf(int number) { return {number, std::string(GetResourceString(number))}; }
 
 std::ostream& operator<<(std::ostream& out, const Message& message) {
   return out << message.number << " \"" << message.text << '"';

@@ -90,6 +90,8 @@ struct Message {
   bool operator==(const Message&) const = default;
 };
 std::ostream& operator<<(std::ostream& out, const Message& message);
+/// A message of the string table.
+Message MessageOf(int number);
 
 /// One change or action as the host is asked to record it.
 struct Recorded {

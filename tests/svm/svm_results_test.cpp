@@ -518,6 +518,22 @@ TEST(SvmGraphs, OfferItemsByTheirAxisTextsAndCountACaseByItsWeight) {
   EXPECT_GE(errors.axes[0].maximum, 25 - 1e-3);
 }
 
+TEST(SvmResults, AreAboutTheFirstOfSeveralDependents) {
+  Results results(TableFile("y  w  x", {"0 7 0", "10 8 1", "20 9 2"}), "y w | | x |", 2);
+  results.OpenResults();
+  results.Include({"Inputs", "Outputs", "Predictions", "Residuals"});
+  const Spreadsheet& table = results.Table("PrintPredictions");
+  EXPECT_EQ(Headings(table), (Texts{"x|Indépendante", "y|Dépendante", "y|Prévues", "y|Residus"}));
+  ExpectNear({table.columns[1].values[0], table.columns[2].values[0]}, {20, 17});
+  EXPECT_EQ(results.session().Text("SelectedItemX").substr(0, 18), "1=\"y (Observées)\"");
+  results.Put("CustomPredictions", "2");
+  EXPECT_EQ(results.Table("PrintCustomPredictions").rowNames, (Texts{"x", "", "y"}));
+  results.host().outputAnswers = {{}};
+  results.host().fileNameAnswers = {"out.sav"};
+  EXPECT_TRUE(results.session().Press("SavePredictionsAndResiduals").Succeeded());
+  EXPECT_EQ(results.host().savedFiles.at(0).added.size(), 2u);
+}
+
 TEST(SvmGraphs, PutCodesBeyondTheKnownOnesIntoTheOuterBins) {
   Results results(TableFile("y  g=2:u,4:v", {"0 2", "1 4", "2 2", "3 1", "4 3", "5 9"}),
                   "y | | | g", 3);
