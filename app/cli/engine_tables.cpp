@@ -33,6 +33,12 @@ std::string EngineTables::Specified(const std::string& name) {
   Refuse("the analysis does not tell its " + name);
 }
 
+double EngineTables::SpecifiedNumber(const std::string& name) {
+  for (const auto& [own, value] : analysis_.properties())
+    if (own == name && std::holds_alternative<double>(value)) return std::get<double>(value);
+  Refuse("the analysis does not tell its " + name);
+}
+
 bool EngineTables::IsEnabled(const std::string& name) {
   return analysis_.session().dialog()->IsEnabled(name);
 }

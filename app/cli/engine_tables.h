@@ -41,6 +41,7 @@ class EngineTables {
   AutomationValue Get(const std::string& name);
   /// A property as the specification dialog had it.
   std::string Specified(const std::string& name);
+  double SpecifiedNumber(const std::string& name);
   bool IsEnabled(const std::string& name);
 
   /// The predictions table of a subset: inputs, then what is asked for of the dependents.
@@ -62,5 +63,6 @@ std::vector<double> RowsOf(std::span<const SpreadsheetColumn> columns, std::size
 // The engine of each method.
 std::unique_ptr<EngineModel> ReadNeighbourEngine(EngineTables& tables);
 std::unique_ptr<EngineModel> ReadBayesEngine(EngineTables& tables);
+std::unique_ptr<EngineModel> ReadMachineEngine(EngineTables& tables);
 
 }  // namespace qrvml

@@ -26,7 +26,7 @@ constexpr const char* kHelp =
     R"(Checks the generated texts of an analysis: C program, QVB script and PMML documents.
 
 The analysis runs with the options below and those steps of --do that are given; then the texts are
-generated, and the test cases are predicted with each (of naive Bayes without sampling, the training
+generated, and the test cases are predicted with each (where there is no sampling, the training
 cases). Shown for every text and dependent: the cases that differ from the model as the text prints
 it, those that differ from the engine, which has more digits, and those that are tied within
 rounding, which then decides. Settings, names, classes and values of a text must be the engine's;
@@ -40,7 +40,8 @@ struct VerifiedMethod {
   const char* command;
   std::unique_ptr<EngineModel> (*read)(EngineTables& tables);
 };
-constexpr VerifiedMethod kMethods[] = {{"knn", ReadNeighbourEngine}, {"nb", ReadBayesEngine}};
+constexpr VerifiedMethod kMethods[] = {
+    {"knn", ReadNeighbourEngine}, {"nb", ReadBayesEngine}, {"svm", ReadMachineEngine}};
 
 class Verifier {
  public:
@@ -134,7 +135,7 @@ class Verifier {
 int RunVerifyCommand(std::span<const std::string> arguments) {
   const std::string command = arguments.empty() ? "" : arguments.front();
   if (command == "--help" || command == "-h") {
-    std::cout << "Usage: qrvml verify knn|nb FILE [options of qrvml knn or nb]\n\n" << kHelp;
+    std::cout << "Usage: qrvml verify knn|nb|svm FILE [options of that analysis]\n\n" << kHelp;
     return kExitDone;
   }
   const auto method = std::ranges::find(kMethods, command, &VerifiedMethod::command);
@@ -142,8 +143,8 @@ int RunVerifyCommand(std::span<const std::string> arguments) {
       method == std::end(kMethods) ? nullptr : FindAnalysisCommand(command);
   if (kind == nullptr) {
     std::cerr
-        << "qrvml: verify needs the method whose texts are checked: qrvml verify knn FILE, or "
-           "nb (qrvml verify --help tells more)\n";
+        << "qrvml: verify needs the method whose texts are checked: qrvml verify knn FILE, nb "
+           "or svm (qrvml verify --help tells more)\n";
     return kExitWrongUsage;
   }
   const std::atomic<bool>& cancel = CatchInterrupts();

@@ -13,6 +13,7 @@ enum class CodeDialect { c, qvb, pmml };
 
 struct PrintedPrediction {
   double value = 0;
+  double rounding = 0;  // of a number: how far the sums of a text may be off
   /// Classes that share the top within rounding, where there are several: rounding decides between
   /// them.
   std::vector<double> tied;

@@ -9,8 +9,8 @@ namespace qrvml {
 namespace {
 
 /// Whether a prediction is the expected one within the digits that it was printed with.
-bool IsWithinDigits(CodeDialect dialect, double expected, double predicted) {
-  const double difference = std::fabs(expected - predicted);
+bool IsWithinDigits(CodeDialect dialect, double expected, double predicted, double rounding) {
+  const double difference = std::max(std::fabs(expected - predicted) - rounding, 0.0);
   if (dialect != CodeDialect::c) return difference <= 1e-12 * std::fabs(expected);
   return difference <= HalfOfSixthDigit(expected) * (1 + 1e-6);
 }
@@ -142,8 +142,9 @@ void CheckPredictions(CodeDialect dialect, const PrintedModel& printed, const En
       const bool isClass = d >= printed.continuousDependents;
       // The C program prints a class as it prints a number, with six digits.
       const auto isPredicted = [&](double value) {
-        return isClass && dialect != CodeDialect::c ? value == predicted
-                                                    : IsWithinDigits(dialect, value, predicted);
+        return isClass && dialect != CodeDialect::c
+                   ? value == predicted
+                   : IsWithinDigits(dialect, value, predicted, expected[d].rounding);
       };
       DependentCheck& dependent = check.dependents[d];
       ++dependent.cases;

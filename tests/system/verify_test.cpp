@@ -90,6 +90,36 @@ TEST_F(Verify, TextsPredictWhatTheyPrintOverEveryKindOfModel) {
   EXPECT_TRUE(differs) << "rounding is meant to show";
 }
 
+TEST_F(Verify, SupportVectorTextsPredictWhatTheyPrint) {
+  const std::string data = Data();
+  const char* types[] = {"--class-type1", "--class-type2", "--regression-type1",
+                         "--regression-type2"};
+  const char* kernels[] = {"--linear-kernel", "--poly-kernel", "--rbf-kernel", "--sigmoid-kernel"};
+  for (int option = 0; option < 8; ++option) {
+    const int type = option % 4;
+    const bool other = option >= 4;
+    std::vector<std::string> arguments = {
+        data,
+        "--variables",
+        type < 2 ? (other ? "| \"classe d'été\" | q | âge \"y<2\"" : "| \"y<2\" | z q | âge")
+                 : (other ? "q | | | âge \"y<2\"" : "q | | \"a & b\" z | âge"),
+        types[type],
+        "1",
+        "--nu-parameter",
+        "0.2",
+        "--bias",
+        "0.5"};
+    arguments.insert(arguments.end(), {kernels[(option + option / 4) % 4], "1"});
+    // Large numbers need scaling, and case weights leave it uncompared.
+    if (!other) arguments.insert(arguments.end(), {"--scale-inputs", "1"});
+    if (type >= 2) arguments.insert(arguments.end(), {"--scale-outputs", "1"});
+    if (option == 6) arguments.insert(arguments.end(), {"--weight", "w"});
+    if (option == 7) arguments.insert(arguments.end(), {"--apply-sampling", "0"});
+    ExpectPass(arguments, 3, "svm");
+    EXPECT_EQ(Count(outcome_.out, "scaling was not compared"), option == 6 ? 3u : 0u);
+  }
+}
+
 TEST_F(Verify, AHundredAndFiftyClassesPass) {
   std::string text = "x,u,c\n";
   for (int i = 0; i < 900; ++i)
