@@ -22,6 +22,8 @@ test_packages=(
   clang-format-16=clang-format-16
   clang-tidy-16=clang-tidy-16
   binutils=readelf
+  nodejs=node
+  chromium=chromium
 )
 # Only where DuckDB has yet to be fetched or the page to be built. A nodejs from elsewhere may bring its own npm and then
 # conflicts with Debian's: nodejs goes first, npm only if the command is still missing.

@@ -1,7 +1,8 @@
 // One analysis: its dialog on the left, what it has produced on the right; above them whatever it
 // asks, and the progress of what it does.
+import type { ComponentChildren } from 'preact';
 import { useEffect, useState } from 'preact/hooks';
-import { getText, post } from './api';
+import { get, getText, post } from './api';
 import { DialogView } from './dialogs/dialog_view';
 import { TextView } from './documents/text_view';
 import { DocumentView } from './documents/document_view';
@@ -12,9 +13,14 @@ import { findFile, page, say, show } from './store';
 import { Modal } from './widgets/modal';
 import { word } from './words';
 
+const progressDelay = 250; // milliseconds
+
 export function AnalysisView({ analysis }: { analysis: Analysis }) {
   const id = analysis.analysis;
-  const beside = page.beside[id] ?? analysis.documents.at(-1)?.document;
+  // The results text stands above the dialog; beside it, what was produced last.
+  const last = analysis.documents.filter(d => d.kind !== 'results').at(-1);
+  const beside = page.beside[id] ?? last?.document;
+  const results = analysis.documents.find(d => d.kind === 'results');
   const shown = analysis.documents.find(d => d.document === beside);
   return (
     <div class="analysis">
@@ -26,10 +32,14 @@ export function AnalysisView({ analysis }: { analysis: Analysis }) {
             dialog={analysis.dialog}
             busy={analysis.busy}
             heading={<FileLine analysis={analysis} />}
+            above={
+              analysis.dialog.level === 'results' &&
+              results && <Summary analysis={id} revision={results.revision} />
+            }
           />
         ) : (
           <div class="ended">
-            <h2>{word(analysis.state === 'failed' ? 'failed' : 'ended')}</h2>
+            <h1>{word(analysis.state === 'failed' ? 'failed' : 'ended')}</h1>
             <p>{analysis.reason}</p>
           </div>
         )}
@@ -45,9 +55,28 @@ export function AnalysisView({ analysis }: { analysis: Analysis }) {
       </div>
       <Requests analysis={analysis} />
       {analysis.progress && analysis.requests.length === 0 && (
-        <ProgressWindow analysis={analysis} />
+        <After delay={progressDelay}>
+          <ProgressWindow analysis={analysis} />
+        </After>
       )}
     </div>
+  );
+}
+
+function Summary({ analysis, revision }: { analysis: number; revision: number }) {
+  const [lines, setLines] = useState<string[]>([]);
+  useEffect(() => {
+    let current = true;
+    get<{ lines: string[] }>(`analyses/${analysis}/documents/0`).then(
+      document => current && setLines(document.lines),
+      say,
+    );
+    return () => void (current = false);
+  }, [analysis, revision]);
+  return (
+    <pre class="summary" tabIndex={0}>
+      {lines.join('\n')}
+    </pre>
   );
 }
 
@@ -61,7 +90,6 @@ function FileLine({ analysis }: { analysis: Analysis }) {
         <button
           type="button"
           class="quiet"
-          disabled={analysis.busy}
           onClick={() => void post(`analyses/${analysis.analysis}/undo`).catch(say)}
         >
           ↶ {word('undo')}
@@ -69,6 +97,16 @@ function FileLine({ analysis }: { analysis: Analysis }) {
       )}
     </>
   );
+}
+
+/** Shows its content once it has stood for a while: what is quickly over does not flash. */
+function After({ delay, children }: { delay: number; children: ComponentChildren }) {
+  const [over, setOver] = useState(false);
+  useEffect(() => {
+    const timer = setTimeout(() => setOver(true), delay);
+    return () => clearTimeout(timer);
+  }, []);
+  return over ? <>{children}</> : null;
 }
 
 function ProgressWindow({ analysis }: { analysis: Analysis }) {

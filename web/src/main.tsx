@@ -6,7 +6,6 @@ import { AnalysisView } from './analysis_view';
 import { post } from './api';
 import { DataView } from './data/data_view';
 import { openUploaded, OpenWindow } from './data/open_window';
-import { plainText, translate } from './dialogs/label';
 import type { Analysis, FileInfo } from './protocol';
 import {
   clearNotice,
@@ -19,7 +18,7 @@ import {
   show,
   usePage,
 } from './store';
-import { word } from './words';
+import { methodName, word } from './words';
 import { WorkbookTree } from './workbook_tree';
 
 function currentFile(): FileInfo | undefined {
@@ -69,7 +68,7 @@ function App() {
           {word('newAnalysis')}
         </span>
         <div class="methods" role="group" aria-labelledby="methods">
-          {state.kinds.map(({ kind, title }) => (
+          {state.kinds.map(({ kind }) => (
             <button
               key={kind}
               type="button"
@@ -78,7 +77,7 @@ function App() {
               title={state.analyses.length >= state.limits.analyses ? word('noRoom') : undefined}
               onClick={() => start(kind)}
             >
-              {plainText(translate(title, language))}
+              {methodName(kind)}
             </button>
           ))}
         </div>

@@ -1,7 +1,7 @@
 // What the page knows: the server's state, kept current by its events, and what this tab shows.
 // The server is the only owner of an analysis; nothing here outlives a reload but the language.
 import { useLayoutEffect, useReducer } from 'preact/hooks';
-import { get, post, Refusal } from './api';
+import { get, post, Refusal, remove } from './api';
 import type { Language } from './dialogs/label';
 import type { Analysis, Call, CallResult, ControlState, Dialog, FileInfo, State } from './protocol';
 
@@ -133,7 +133,12 @@ const callKey = (result: { analysis: number; call: number }) => `${result.analys
 const handlers: Record<string, (state: State, data: any) => void> = {
   file: (state, data: FileInfo) => put(state.files, data, f => f.file === data.file),
   fileClosed: (state, data) => (state.files = state.files.filter(f => f.file !== data.file)),
-  analysis: (state, data: Analysis) => put(state.analyses, data, a => a.analysis === data.analysis),
+  analysis: (state, data: Analysis) => {
+    put(state.analyses, data, a => a.analysis === data.analysis);
+    // One that the person left without a result needs no farewell.
+    if (data.state === 'ended' && data.documents.length === 0)
+      void remove(`analyses/${data.analysis}`).catch(() => {});
+  },
   analysisClosed: (state, data) => {
     const gone = state.analyses.find(a => a.analysis === data.analysis);
     state.analyses = state.analyses.filter(a => a.analysis !== data.analysis);
@@ -149,7 +154,7 @@ const handlers: Record<string, (state: State, data: any) => void> = {
     const analysis = findAnalysis(data.analysis);
     if (!analysis) return;
     put(analysis.documents, data.document, d => d.document === data.document.document);
-    page.beside[data.analysis] = data.document.document;
+    if (data.document.kind !== 'results') page.beside[data.analysis] = data.document.document;
   },
   message: (_, data) => void findAnalysis(data.analysis)?.messages.push(data.message),
   macro: (_, data) => assign(data.analysis, { macro: { lines: data.lines } }),

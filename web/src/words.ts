@@ -68,7 +68,7 @@ const words = {
     'Ctrl+C copies the selection with headings',
   ],
   sortHint: ['Trier', 'Sort'],
-  undo: ['Annuler le choix', 'Undo the choice'],
+  undo: ['Choix précédent', 'Previous choice'],
   runOn: ['Exécuter sur…', 'Run on…'],
   running: ['Calcul', 'Computing'],
   waiting: ['question', 'question'],
@@ -127,6 +127,15 @@ export type Word = keyof typeof words;
 export function word(key: Word, ...values: (string | number)[]): string {
   const text = words[key][page.language === 'en' ? 1 : 0];
   return text.replace(/\{(\d)\}/g, (_, i: string) => String(values[Number(i)] ?? ''));
+}
+
+const methods: Record<string, readonly [string, string]> = {
+  svm: ['Support Vector Machines', 'Support Vector Machines'],
+  nb: ['Réseaux Bayésiens Naïfs', 'Naive Bayes'],
+  knn: ['K Plus Proches Voisins', 'K Nearest Neighbours'],
+};
+export function methodName(kind: string): string {
+  return methods[kind]?.[page.language === 'en' ? 1 : 0] ?? kind;
 }
 
 /** A whole number with its thousands apart. */

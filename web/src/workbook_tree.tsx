@@ -1,10 +1,9 @@
 // The tree beside everything: open files, their analyses, and what each has produced.
 import { remove } from './api';
 import { titleOf } from './dialogs/dialog_view';
-import { plainText, translate } from './dialogs/label';
 import type { Analysis, DocumentInfo, FileInfo } from './protocol';
 import { type Page, page, say, show, showBeside } from './store';
-import { counted, word } from './words';
+import { counted, methodName, word } from './words';
 
 interface Row {
   key: string;
@@ -17,14 +16,11 @@ interface Row {
   close?: () => void;
 }
 
-const kindTitle = (kind: string) =>
-  plainText(translate(page.state?.kinds.find(k => k.kind === kind)?.title ?? '', page.language));
-
 function stateOf(analysis: Analysis): string {
   if (analysis.state === 'failed') return word('failed');
   if (analysis.state === 'ended') return word('ended');
   if (analysis.requests.length > 0) return word('waiting');
-  if (analysis.busy) return `${word('running')}…`;
+  if (analysis.progress) return `${word('running')}…`;
   return '';
 }
 
@@ -41,7 +37,7 @@ function documentRow(analysis: Analysis, info: DocumentInfo, isShown: boolean): 
         : info.kind === 'spreadsheet'
           ? 'sheet'
           : 'text',
-    text: info.title.replaceAll('\n', ' ').trim() || word('inResults'),
+    text: info.kind === 'results' ? word('inResults') : info.title.replaceAll('\n', ' ').trim(),
     current: isShown && page.beside[id] === info.document,
     open: () => {
       show({ view: 'analysis', analysis: id });
@@ -59,7 +55,9 @@ function rowsOf({ state, shown }: Page): Row[] {
       key: `a${id}`,
       level: 2,
       icon: 'analysis',
-      text: kindTitle(analysis.kind) || (analysis.dialog ? titleOf(analysis.dialog) : '—'),
+      text:
+        (analysis.kind && methodName(analysis.kind)) ||
+        (analysis.dialog ? titleOf(analysis.dialog) : '—'),
       note: stateOf(analysis),
       current: isShown && analysis.documents.length === 0 && page.beside[id] === undefined,
       open: () => show({ view: 'analysis', analysis: id }),

@@ -31,7 +31,7 @@ function namesOf(parts: Part[]): string[] {
     if (typeof part === 'string') return [part];
     const found: string[] = [];
     for (const [key, value] of Object.entries(part)) {
-      if (key === 'under' || key === 'list') found.push(value as string);
+      if (['under', 'list', 'lists'].includes(key)) found.push(value as string);
       if (key === 'parts' || key === 'line') found.push(...namesOf(value as Part[]));
       if (key === 'columns') found.push(...(value as Part[][]).flatMap(namesOf));
       if (key === 'buttons') found.push(...(value as string[]));

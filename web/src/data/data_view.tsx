@@ -5,6 +5,7 @@ import type { DataCell, DataRows, FileInfo, VariableDetail } from '../protocol';
 import { say } from '../store';
 import { SelectionWindow, WeightWindow } from '../modals/data_windows';
 import { Grid, type GridColumn, type Range } from '../widgets/grid';
+import { selectOnEntry } from '../widgets/select_on_entry';
 import type { Table } from '../widgets/copy_table';
 import { columnNumber, decimalsOf, shortNumber } from '../numbers';
 import { counted, word } from '../words';
@@ -151,7 +152,7 @@ export function DataView({ file }: { file: FileInfo }) {
   return (
     <div class="data-view">
       <header>
-        <h2>{file.name}</h2>
+        <h1>{file.name}</h1>
         <span class="dim">
           {counted(file.cases)} {word('cases')} × {counted(file.variables)} {word('variables')}
         </span>
@@ -182,7 +183,7 @@ export function DataView({ file }: { file: FileInfo }) {
             type="text"
             inputMode="numeric"
             class="number"
-            onFocus={event => event.currentTarget.select()}
+            {...selectOnEntry}
             onKeyDown={event => {
               if (event.key !== 'Enter') return;
               const row = Number(event.currentTarget.value) - 1;

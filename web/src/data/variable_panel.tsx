@@ -72,9 +72,9 @@ export function VariablePanel({ file, variable, variables, onSelect }: Props) {
           if (picked) onSelect(picked.number - 1);
         }}
       />
-      <h3>
+      <h2>
         <VariableIcon variable={variable} /> {variable.name}
-      </h3>
+      </h2>
       {variable.longName && <p class="long-name">{variable.longName}</p>}
       <dl class="facts">
         {facts.map(([key, value]) => (

@@ -3,13 +3,16 @@ import { useEffect, useId, useRef, useState } from 'preact/hooks';
 import type { Control } from '../protocol';
 import { page } from '../store';
 import { ListBox } from '../widgets/list_box';
-import { word } from '../words';
+import { selectOnEntry } from '../widgets/select_on_entry';
+import { shortNumber } from '../numbers';
+import { methodName, word } from '../words';
 import { type Label, parseLabel, plainText, translate } from './label';
 
 /** What a view of a dialog lets its controls do. */
 export interface Hands {
-  type(name: string, text: string): void;
-  set(name: string, value: number | string): void;
+  dialog: number;
+  type(name: string, text: string): Promise<unknown>;
+  set(name: string, value: number | string): Promise<unknown>;
   press(name: string): void;
   ok(): void;
 }
@@ -50,20 +53,23 @@ const access = (label: Label) =>
 
 export function Check({ control, hands }: Props) {
   const label = labelOf(control.label);
+  const held = useRef(control.value);
+  held.current = control.value;
   return (
     <label class="check">
       <input
         type={control.kind === 'radio' ? 'radio' : 'checkbox'}
-        name={control.kind === 'radio' ? `radio-${control.group}-${control.tab}` : undefined}
+        name={control.kind === 'radio' ? `radio-${hands.dialog}-${control.group}` : undefined}
         data-name={control.name}
         checked={control.value === 1}
         disabled={!control.enabled}
         {...access(label)}
         onChange={event => {
-          const on = event.currentTarget.checked;
-          // The server's answer decides what is shown.
-          event.currentTarget.checked = control.value === 1;
-          hands.set(control.name, on ? 1 : 0);
+          // Shown at once; what the dialog made of it counts.
+          const box = event.currentTarget;
+          void hands
+            .set(control.name, box.checked ? 1 : 0)
+            .then(() => (box.checked = held.current === 1));
         }}
       />
       <Caption label={label} />
@@ -87,21 +93,23 @@ export function complaint(control: Control): string {
   return '';
 }
 
-/** An edit field: sends what is typed, and shows what the server holds unless that is older. */
+/** An edit field: sends what is typed, and shows what the server holds once it has heard it all. */
 function useDraft(control: Control, hands: Hands) {
   const held = String(control.value ?? '');
   const [draft, setDraft] = useState(held);
-  const sent = useRef(held);
+  const latest = useRef(held);
+  const unheard = useRef(0);
+  latest.current = held;
   useEffect(() => {
-    if (held !== sent.current) {
-      sent.current = held;
-      setDraft(held);
-    }
+    if (unheard.current === 0) setDraft(held);
   }, [held]);
   const change = (text: string) => {
     setDraft(text);
-    sent.current = text;
-    hands.type(control.name, text);
+    unheard.current += 1;
+    void hands.type(control.name, text).then(() => {
+      unheard.current -= 1;
+      if (unheard.current === 0) setDraft(latest.current);
+    });
   };
   return [draft, change] as const;
 }
@@ -170,7 +178,7 @@ function FieldInput(props: {
       disabled={!control.enabled}
       {...props.shortcut}
       onInput={event => props.change(event.currentTarget.value)}
-      onFocus={event => event.currentTarget.select()}
+      {...selectOnEntry}
       onKeyDown={event => {
         const by = { ArrowUp: 1, ArrowDown: -1 }[event.key];
         if (by && !event.altKey && step(by)) event.preventDefault();
@@ -228,11 +236,11 @@ export function Drop({ control, hands }: Props) {
 
 function choose(control: Control, hands: Hands, rows: Set<number>): void {
   if (control.kind === 'choice') {
-    hands.set(control.name, [...rows][0] ?? 0);
+    void hands.set(control.name, [...rows][0] ?? 0);
     return;
   }
   const numbers = [...rows].sort((a, b) => a - b).map(row => row + 1);
-  hands.set(control.name, numbers.length ? numbers.join(' ') : 'None');
+  void hands.set(control.name, numbers.length ? numbers.join(' ') : 'None');
 }
 
 /** The same as an open list; the axis of Y takes several. */
@@ -277,7 +285,7 @@ function kindTitles(): string[] | undefined {
   const kinds = page.state?.kinds;
   if (!kinds) return undefined;
   const titles: string[] = [];
-  for (const kind of kinds) titles[kind.position] = translate(kind.title, page.language);
+  for (const kind of kinds) titles[kind.position] = methodName(kind.kind);
   return titles;
 }
 
@@ -299,9 +307,14 @@ export function Push({ control, hands, class: extra }: Props & { class?: string 
   );
 }
 
+const longNumber = /^-?\d\.\d{6,}e[-+]\d+$/i;
+
 /** A button that opens a choice, with what has been chosen beside it. */
 export function Pick({ control, hands }: Props) {
-  const chosen = String(control.value ?? '');
+  const chosen = String(control.value ?? '')
+    .split(' ')
+    .map(member => (longNumber.test(member) ? shortNumber(Number(member)) : member))
+    .join(' ');
   const id = useId();
   return (
     <div class={`pick ${control.enabled ? '' : 'off'}`}>
@@ -313,14 +326,8 @@ export function Pick({ control, hands }: Props) {
   );
 }
 
-/** Four lists that were chosen in one window, each on its line. */
-export function VariablesPick({ control, hands }: Props) {
-  const captions = [
-    'Dépend. continue(s) :',
-    'Dépend. catégorielle(s) :',
-    'Prédicteurs continus :',
-    'Prédicteurs catégoriels :',
-  ].map(caption => translate(caption, page.language).replace(/ ?:$/, ''));
+/** Several lists that are chosen in one window, each on its line. */
+export function ListsPick({ control, hands, captions }: Props & { captions: string[] }) {
   const lists = String(control.value ?? '').split('|');
   return (
     <div class="variables-pick">
@@ -328,7 +335,7 @@ export function VariablesPick({ control, hands }: Props) {
       <dl>
         {captions.map((caption, i) => (
           <div key={caption}>
-            <dt>{caption}</dt>
+            <dt>{translate(caption, page.language).replace(/ ?:$/, '')}</dt>
             <dd title={lists[i]?.trim()}>{lists[i]?.trim() || <span class="dim">–</span>}</dd>
           </div>
         ))}
@@ -341,7 +348,15 @@ export function VariablesPick({ control, hands }: Props) {
 export function Note({ control, rows }: { control: Control; rows?: number }) {
   const text = String(control.value ?? '') || translate(control.label, page.language);
   const lines = text.split('\n').filter(line => line !== '');
-  if (rows === undefined) return <p class={`note ${control.enabled ? '' : 'off'}`}>{text}</p>;
+  if (rows === undefined) {
+    const label = control.value !== control.label ? nameOf(control) : '';
+    return (
+      <p class={`note ${control.enabled ? '' : 'off'}`}>
+        {label && label !== control.name && `${label} : `}
+        {translate(text, page.language)}
+      </p>
+    );
+  }
   const table = lines.map(line => line.split('\t'));
   return (
     <div

@@ -6,7 +6,7 @@ import type { ComponentChildren } from 'preact';
 import type { CallResult, Control, Dialog } from '../protocol';
 import { call, page } from '../store';
 import { isOwnEnter } from '../widgets/modal';
-import { word } from '../words';
+import { type Word, word } from '../words';
 import { accessKeys } from './access_keys';
 import {
   Caption,
@@ -17,11 +17,11 @@ import {
   Field,
   type Hands,
   labelOf,
+  ListsPick,
   Note,
   OpenList,
   Pick,
   Push,
-  VariablesPick,
 } from './controls';
 import { plainText, translate } from './label';
 import { type Layout, layouts, type Part } from './layouts';
@@ -33,8 +33,15 @@ interface Props {
   busy: boolean;
   modal?: boolean;
   heading?: ComponentChildren;
+  above?: ComponentChildren; // above the controls
 }
 
+// Buttons of the host that the table names without a label.
+const hostButtons: [string, Word][] = [
+  ['Open', 'open'],
+  ['SelectionConditions', 'select'],
+  ['CaseWeights', 'weight'],
+];
 const noLayout: Layout = { mainParts: [], tabs: {} };
 
 export function layoutOf(dialog: Dialog): Layout {
@@ -54,6 +61,7 @@ export function namesIn(parts: Part[]): string[] {
     if ('under' in part) return [part.under, ...namesIn(part.parts)];
     if ('matrix' in part) return part.rows.flatMap(row => row.cells);
     if ('list' in part) return [part.list];
+    if ('lists' in part) return [part.lists];
     return 'buttons' in part ? part.buttons : [];
   });
 }
@@ -78,7 +86,7 @@ function tabOf(dialog: Dialog, layout: Layout, name: string): string | undefined
   return dialog.tabs.find(tab => namesIn(partsOf(dialog, layout, tab)).includes(name));
 }
 
-export function DialogView({ analysis, dialog, busy, modal = false, heading }: Props) {
+export function DialogView({ analysis, dialog, busy, modal = false, heading, above }: Props) {
   const layout = layoutOf(dialog);
   const root = useRef<HTMLDivElement>(null);
   // In the order of the layout; a tab that it does not know comes last.
@@ -106,11 +114,18 @@ export function DialogView({ analysis, dialog, busy, modal = false, heading }: P
     focusOn(first);
   }, [dialog.dialog]);
   useLayoutEffect(() => {
-    if (!focus) return;
+    if (!focus) return undefined;
+    // A window above keeps the focus until it has closed.
+    if (!modal && document.querySelector('dialog[open]')) {
+      const frame = requestAnimationFrame(() => setFocus({ ...focus }));
+      return () => cancelAnimationFrame(frame);
+    }
     const holder = root.current?.querySelector<HTMLElement>(`[data-name="${focus.name}"]`);
     const element = holder?.querySelector<HTMLElement>('[role=listbox]') ?? holder;
     element?.focus();
     if (element instanceof HTMLInputElement && element.type === 'text') element.select();
+    setFocus(null);
+    return undefined;
   }, [focus, current]);
 
   const after = (result: CallResult) => {
@@ -119,22 +134,35 @@ export function DialogView({ analysis, dialog, busy, modal = false, heading }: P
     if (refused) focusOn(refused);
   };
   const hands: Hands = {
-    type: (name, text) => void call(analysis, dialog.dialog, { do: 'type', name, text }),
-    set: (name, value) => void call(analysis, dialog.dialog, { do: 'set', name, value }),
+    dialog: dialog.dialog,
+    type: (name, text) => call(analysis, dialog.dialog, { do: 'type', name, text }),
+    set: (name, value) => call(analysis, dialog.dialog, { do: 'set', name, value }),
     press: name => void call(analysis, dialog.dialog, { do: 'press', name }).then(after),
     ok: () => void call(analysis, dialog.dialog, { do: 'ok' }).then(after),
   };
   const cancel = () => void call(analysis, dialog.dialog, { do: 'cancel' });
   const hasOK = dialog.level !== 'results';
 
+  /** Access keys: what the open tab shows goes first. */
+  const reachByKey = (event: KeyboardEvent): boolean => {
+    const dialogRoot = root.current;
+    if (!dialogRoot || !event.altKey || event.defaultPrevented) return false;
+    const inTab = dialogRoot.querySelector<HTMLElement>('.tab-panel:not([hidden])');
+    return (inTab !== null && accessKeys(event, inTab)) || accessKeys(event, dialogRoot);
+  };
+  // They work wherever the focus is, as long as no window stands above.
+  useEffect(() => {
+    if (modal) return undefined;
+    const listen = (event: KeyboardEvent) => {
+      if (!document.querySelector('dialog[open]')) reachByKey(event);
+    };
+    document.addEventListener('keydown', listen);
+    return () => document.removeEventListener('keydown', listen);
+  }, [modal]);
+
   const onKeyDown = (event: KeyboardEvent) => {
     if (!root.current || event.defaultPrevented) return;
-    if (event.altKey && event.key.length === 1) {
-      const inTab = root.current.querySelector<HTMLElement>('.tab-panel:not([hidden])');
-      if (inTab && accessKeys(event, inTab)) return;
-      if (accessKeys(event, root.current)) return;
-      return;
-    }
+    if (modal && reachByKey(event)) return;
     if (event.ctrlKey && (event.key === 'PageDown' || event.key === 'PageUp')) {
       const by = event.key === 'PageDown' ? 1 : tabs.length - 1;
       setTab(tabs[(tabs.indexOf(current) + by) % tabs.length] ?? current);
@@ -163,7 +191,7 @@ export function DialogView({ analysis, dialog, busy, modal = false, heading }: P
   return (
     <div
       ref={root}
-      class={`dialog ${dialog.level}`}
+      class={`dialog ${modal ? '' : dialog.level}`}
       role={modal ? undefined : 'form'}
       aria-label={modal ? undefined : titleOf(dialog)}
       aria-busy={busy}
@@ -172,10 +200,11 @@ export function DialogView({ analysis, dialog, busy, modal = false, heading }: P
     >
       {!modal && (
         <header>
-          <h2>{titleOf(dialog)}</h2>
+          <h1>{titleOf(dialog)}</h1>
           {heading}
         </header>
       )}
+      {above}
       {layout.main === 'above' && mainParts}
       {tabs.length > 0 && (
         <>
@@ -199,13 +228,23 @@ export function DialogView({ analysis, dialog, busy, modal = false, heading }: P
       {layout.main !== 'above' && mainParts}
       <footer>
         {menu}
+        {hostButtons.map(([name, text]) => {
+          const control = dialog.controls.find(c => c.name === name);
+          return (
+            control && (
+              <button key={name} type="button" data-name={name} onClick={() => hands.press(name)}>
+                {word(text)}
+              </button>
+            )
+          );
+        })}
         <span class="spring" />
         {hasOK && (
-          <button type="button" class="default" data-name="OK" disabled={busy} onClick={hands.ok}>
+          <button type="button" class="default" data-name="OK" onClick={hands.ok}>
             {word('ok')}
           </button>
         )}
-        <button type="button" data-name="Cancel" disabled={busy} onClick={cancel}>
+        <button type="button" data-name="Cancel" onClick={cancel}>
           {hasOK ? word('cancel') : word('back')}
         </button>
       </footer>
@@ -335,6 +374,10 @@ function OnePart({ part, dialog, hands, where }: Omit<PartsProps, 'parts'> & { p
           .map(control => control && <Push key={control.name} control={control} hands={hands} />)}
       </div>
     );
+  if ('lists' in part) {
+    const control = find(part.lists);
+    return control ? <ListsPick control={control} hands={hands} captions={part.captions} /> : null;
+  }
   if ('list' in part) {
     const control = find(part.list);
     if (!control) return null;
@@ -392,11 +435,7 @@ function OneControl({ control, hands }: { control: Control; hands: Hands }) {
     case 'note':
       return <Note control={control} />;
     case 'pick':
-      return control.name === 'Variables' ? (
-        <VariablesPick control={control} hands={hands} />
-      ) : (
-        <Pick control={control} hands={hands} />
-      );
+      return <Pick control={control} hands={hands} />;
     case 'button':
     case 'action':
       return <Push control={control} hands={hands} />;

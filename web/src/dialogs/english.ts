@@ -132,7 +132,7 @@ export const english: Record<string, string> = {
   'Niv. de con&fiance': 'Con&fidence',
   'P&révisions': 'P&redictions',
   '&Histogrammes': '&Histograms',
-  'Enre&gistrer': 'Sa&ve predictions',
+  'Enre&gistrer': 'Sav&e predictions',
   'Axe X': 'X axis',
   'Axe Y': 'Y axis',
   'Axe Z': 'Z axis',

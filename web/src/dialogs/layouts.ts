@@ -10,6 +10,7 @@ export type Part =
   | { under: string; parts: Part[] } // a choice, and what belongs to it, indented
   | { text: string } // a caption without a control
   | { matrix: string[]; rows: { label: string; cells: string[] }[] } // fields under headings
+  | { lists: string; captions: string[] } // a choice of several lists, each shown under its caption
   | { list: string; rows?: number } // a control shown as an open list
   | { buttons: string[] }; // a row of buttons of equal width
 
@@ -26,7 +27,17 @@ const hostButtons = ['SelectionConditions', 'CaseWeights'];
 // The sample button's own dialog holds these.
 const sampleMembers = ['Sample.Variable', 'Sample.Code', 'Sample.Active'];
 
-const variables: Part[] = ['Variables', 'ResponseCodes', 'PredictorCodes'];
+const roles = [
+  'Dépend. continue(s) :',
+  'Dépend. catégorielle(s) :',
+  'Prédicteurs continus :',
+  'Prédicteurs catégoriels :',
+];
+const variables = (captions: string[]): Part[] => [
+  { lists: 'Variables', captions },
+  'ResponseCodes',
+  'PredictorCodes',
+];
 
 const sampling = (size: string): Part[] => [
   { under: 'UseRandomSampling', parts: [size, 'SeedForRandomSampling'] },
@@ -59,8 +70,8 @@ const predictions = (...last: Part[]): Part => ({
   ],
 });
 
-const plots: Part[] = [
-  'SelectOutputForPlotting',
+const plots = (dependent: string): Part[] => [
+  dependent,
   {
     columns: [
       [{ list: 'SelectedItemX', rows: 9 }],
@@ -95,7 +106,7 @@ export const layouts: Record<string, Layout> = {
     focus: 'Variables',
     mainParts: [missing('CasewiseDeletionOfMD', 'MeanSubstitutionOfMD')],
     tabs: {
-      Base: variables,
+      Base: variables(roles),
       Prototypes: sampling('SizeOfPrototypeSample'),
       Options: neighbours('', 'KNearestNeighbors', metrics, 'UseWeightedAverage'),
       'Sélection du modèle': [
@@ -118,7 +129,7 @@ export const layouts: Record<string, Layout> = {
     mainParts: [subsetsAndSummary],
     tabs: {
       Base: [{ buttons: ['Model', 'DescriptiveStat', 'CrossVPlot'] }, predictions(), save],
-      Tracés: plots,
+      Tracés: plots('SelectOutputForPlotting'),
       Options: neighbours('Options.', 'KNearestNeighbors', metrics, 'UseWeightedAverage'),
       'Prévisions perso.': custom,
     },
@@ -131,9 +142,13 @@ export const layouts: Record<string, Layout> = {
       missing('CasewiseDeletionOfMD', 'MeanSubstitutionOfMD', 'UseMissingCasesIfPossible'),
     ],
     tabs: {
-      Base: variables,
+      Base: variables(roles.slice(1)),
       Echantillonnage: ['ApplySampling', ...sampling('SizeOfTrainingSample')],
-      Distributions: ['InputDistributions', { list: 'Distributions.List', rows: 8 }, 'Threshold'],
+      Distributions: [
+        { buttons: ['InputDistributions'] },
+        { list: 'Distributions.List', rows: 8 },
+        'Threshold',
+      ],
     },
     hidden: [...hostButtons, ...sampleMembers],
   },
@@ -144,7 +159,7 @@ export const layouts: Record<string, Layout> = {
     mainParts: [subsets],
     tabs: {
       Base: [{ buttons: ['Summary', 'Model', 'DescriptiveStat'] }, predictions(), save],
-      Tracés: plots,
+      Tracés: plots('SelectOutputForPlotting'),
       'Probas a priori': [
         'SelectedOutputForPriorAssignment',
         'UseDefaultPrior',
@@ -157,8 +172,9 @@ export const layouts: Record<string, Layout> = {
       'Distrib. a posteriori': [
         'OutputForPosteriorPlot',
         'InputForPosteriorPlot',
-        { line: ['MinimumRange', 'MaximumRange'] },
-        'FixedIndependents',
+        'MinimumRange',
+        'MaximumRange',
+        { buttons: ['FixedIndependents'] },
         { list: 'Posterior.List', rows: 5 },
         { buttons: ['PosteriorSpreadsheet', 'PosteriorPlot'] },
       ],
@@ -172,7 +188,7 @@ export const layouts: Record<string, Layout> = {
     focus: 'Variables',
     mainParts: [missing('CasewiseDeletionOfMD', 'MeanSubstitutionOfMD')],
     tabs: {
-      Base: variables,
+      Base: variables(roles),
       Echantillonnage: ['ApplySampling', ...sampling('SizeOfTrainingSample')],
       SVM: [
         {
@@ -242,12 +258,12 @@ export const layouts: Record<string, Layout> = {
     mainParts: [subsetsAndSummary],
     tabs: {
       Base: [{ buttons: ['Model', 'DescriptiveStat'] }, predictions(), save],
-      Tracés: plots,
+      Tracés: plots('Plot.Dependent'),
       'Prévisions perso.': custom,
-      Pénalité: [{ list: 'Penalty.List', rows: 6 }, { buttons: ['ClassPenalty'] }],
+      Pénalité: [{ list: 'Penalties.List', rows: 6 }, { buttons: ['ClassPenalty'] }],
     },
     menu: codeMenu,
-    hidden: ['CrossVPlot'],
+    hidden: ['CrossVPlot', 'SelectOutputForPlotting'],
   },
 
   // Modal dialogs of the module, which have no interface, by their caption.

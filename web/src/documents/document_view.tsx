@@ -34,7 +34,7 @@ export function DocumentView({ analysis, info }: Props) {
   if (document.kind === 'results')
     return (
       <TextView
-        title={info.title || word('inResults')}
+        title={word('inResults')}
         text={document.lines.join('\n')}
         exports={exports}
         isResults

@@ -10,6 +10,7 @@ export interface Look {
   grid: string;
   background: string;
   font: string;
+  dark: boolean;
 }
 export interface Drawing {
   traces: object[];
@@ -17,7 +18,9 @@ export interface Drawing {
 }
 
 // Okabe & Ito 2008 without the yellow, which is too pale on white.
-const colours = ['#0072B2', '#D55E00', '#009E73', '#CC79A7', '#E69F00', '#56B4E9'];
+const onLight = ['#0072B2', '#D55E00', '#009E73', '#CC79A7', '#E69F00', '#56B4E9'];
+const onDark = ['#56B4E9', '#E69F00', '#2FBF94', '#E394C0', '#F0E442', '#FF8A4C'];
+const coloursOf = (look: Look) => (look.dark ? onDark : onLight);
 const marks = ['circle', 'triangle-up', 'square', 'diamond', 'triangle-down', 'x', 'cross'];
 const spaceMarks = ['circle', 'square', 'diamond', 'cross', 'x'];
 const dashes = ['solid', 'dash', 'dot', 'dashdot', 'longdash'];
@@ -26,6 +29,8 @@ const pick = <T>(list: readonly T[], i: number): T => list[i % list.length] as T
 // Text from data never becomes markup: the library reads a few tags and links in texts.
 export const plain = (text: string) =>
   text.replace(/&/g, '&amp;').replace(/</g, '&lt;').replace(/>/g, '&gt;');
+
+const mostMarks = 10;
 
 function axisOf(axis: GraphAxis | undefined, look: Look): object {
   const common = {
@@ -38,12 +43,12 @@ function axisOf(axis: GraphAxis | undefined, look: Look): object {
   if (!axis || !(axis.max > axis.min)) return common;
   // Room for the marks that stand on the border.
   const room = (axis.max - axis.min) * 0.02;
+  // Every step is marked where they are few; else the library finds round ones.
+  const steps = axis.step > 0 ? (axis.max - axis.min) / axis.step : Infinity;
   return {
     ...common,
     range: [axis.min - room, axis.max + room],
-    ...(axis.step > 0 && (axis.max - axis.min) / axis.step <= 25
-      ? { tick0: axis.min, dtick: axis.step }
-      : {}),
+    ...(steps <= mostMarks ? { tick0: axis.min, dtick: axis.step } : {}),
   };
 }
 
@@ -86,7 +91,7 @@ function histogram(graph: Graph, look: Look): Drawing {
           type: 'bar',
           x: bars.map(bar => plain(bar.name)),
           y: bars.map(bar => bar.count),
-          marker: { color: colours[0] },
+          marker: { color: coloursOf(look)[0] },
           hovertemplate: '%{x}: %{y}<extra></extra>',
         },
       ],
@@ -109,7 +114,7 @@ function histogram(graph: Graph, look: Look): Drawing {
         y: counts,
         width: from.map((edge, i) => (edges[i + 1] ?? edge) - edge),
         offset: 0,
-        marker: { color: colours[0], line: { color: look.background, width: 1 } },
+        marker: { color: coloursOf(look)[0], line: { color: look.background, width: 1 } },
         customdata: from.map((edge, i) => `${shortNumber(edge)} – ${shortNumber(edges[i + 1])}`),
         hovertemplate: '%{customdata}: %{y}<extra></extra>',
       },
@@ -124,13 +129,15 @@ function histogram(graph: Graph, look: Look): Drawing {
   };
 }
 
+const mostLineMarks = 60; // points of a line that are marked
+
 function flat(graph: Graph, look: Look): Drawing {
   const isLine = graph.type === 'line';
   const named = graph.series.some(s => s.name.trim() !== '');
-  const many = graph.series.some(s => s.x.length > 300);
+  const many = graph.series.some(s => s.x.length > mostLineMarks);
   const traces: object[] = [];
   graph.series.forEach((series, i) => {
-    const colour = pick(colours, i);
+    const colour = pick(coloursOf(look), i);
     traces.push({
       type: 'scatter',
       mode: isLine ? (many ? 'lines' : 'lines+markers') : 'markers',
@@ -191,7 +198,7 @@ function space(graph: Graph, look: Look): Drawing {
       y: series.y,
       z: series.z,
       text: series.labels?.map(plain),
-      marker: { size: 3, color: pick(colours, i), symbol: pick(spaceMarks, i) },
+      marker: { size: 3, color: pick(coloursOf(look), i), symbol: pick(spaceMarks, i) },
       hovertemplate: `${series.labels ? '<b>%{text}</b><br>' : ''}%{x} ; %{y} ; %{z}<extra></extra>`,
     });
   });
@@ -225,7 +232,7 @@ export function drawingOf(graph: Graph, look: Look): Drawing {
       paper_bgcolor: look.background,
       plot_bgcolor: look.background,
       margin: { l: 60, r: 20, t: 30, b: 50 },
-      legend: { orientation: 'h', y: -0.18 },
+      legend: { orientation: 'h', x: 0, y: 1.01, yanchor: 'bottom' },
       ...layout,
     },
   };

@@ -36,6 +36,7 @@ export function GraphView({ graph, path }: Props) {
           text: colour('--text'),
           grid: colour('--line'),
           background: colour('--panel'),
+          dark,
           font: getComputedStyle(element).fontFamily,
         });
         await plotly.newPlot(element, traces, { ...layout, autosize: true }, config);
@@ -64,7 +65,7 @@ export function GraphView({ graph, path }: Props) {
     <section class="document graph" aria-label={name}>
       <header>
         <div class="document-title">
-          <h3>{name}</h3>
+          <h2>{name}</h2>
         </div>
         <div class="document-buttons">
           {['svg', 'png'].map(format => (

@@ -43,7 +43,11 @@ function widths(sheet: Sheet, places: number[]): { head: number; columns: number
     Math.max(least, Math.min(most, Math.max(...texts.map(t => t.length), 0) * letter + 18));
   const sample = sheet.rows.slice(0, sampled);
   return {
-    head: fit([...sheet.rowTitle, ...sample.map(row => row.name)], 56, 280),
+    head: fit(
+      [...sheet.rowTitle.map(title => `${title}  `), ...sample.map(row => row.name)],
+      56,
+      280,
+    ),
     columns: sheet.columns.map((column, c) =>
       fit(
         [
@@ -140,7 +144,7 @@ export function SheetView({ analysis, info }: Props) {
     <section class="document sheet" aria-label={sheet.title}>
       <header>
         <div class="document-title">
-          <h3>{sheet.title}</h3>
+          <h2>{sheet.title}</h2>
           {sheet.header.map((line, i) => (
             <p key={i}>{line}</p>
           ))}

@@ -37,7 +37,7 @@ export function TextView({ title, text, exports, isResults = false }: Props) {
     <section class={`document text ${isResults ? 'results-text' : ''}`} aria-label={title}>
       <header>
         <div class="document-title">
-          <h3>{title}</h3>
+          <h2>{title}</h2>
         </div>
         <div class="document-buttons">
           <CopyButton text={text} />
@@ -48,7 +48,7 @@ export function TextView({ title, text, exports, isResults = false }: Props) {
           ))}
         </div>
       </header>
-      <pre tabIndex={0} role="region" aria-label={title}>
+      <pre tabIndex={0}>
         {shown.map((line, i) => (
           <span key={i}>
             {language

@@ -3,6 +3,7 @@ import type { ComponentChildren } from 'preact';
 import { useState } from 'preact/hooks';
 import type { RequestOf } from '../protocol';
 import { ListBox } from '../widgets/list_box';
+import { selectOnEntry } from '../widgets/select_on_entry';
 import { Modal } from '../widgets/modal';
 import { word } from '../words';
 import type { Answer } from './requests';
@@ -65,7 +66,7 @@ function EntryWindow(props: EntryProps) {
                     autocomplete="off"
                     value={cells[row]}
                     onInput={event => change(row, event.currentTarget.value)}
-                    onFocus={event => event.currentTarget.select()}
+                    {...selectOnEntry}
                     onKeyDown={event => move(event, row)}
                   />
                 </td>
@@ -124,6 +125,7 @@ export function FormWindow(props: { request: RequestOf<'form'>; answer: Answer }
   return (
     <EntryWindow
       title={request.title}
+      hint={request.hint}
       rowTitle={request.rowTitle}
       column={request.column}
       rows={request.rows}

@@ -59,7 +59,7 @@ export function FileNameWindow(props: { request: RequestOf<'fileName'>; answer: 
           ))}
         </select>
       </div>
-      <p class="hint">.qrv .csv .sav .xlsx .parquet .dta</p>
+      <p class="hint">.qrv .csv .sav .xlsx .parquet</p>
       <p class="warning" role="alert">
         {exists ? word('replace') : reason}
       </p>

@@ -162,6 +162,7 @@ export function Grid(props: GridProps) {
     const key = event.key.toLowerCase();
     if (move) go(move[0], move[1], event.shiftKey);
     else if (control && key === 'c') void copy();
+    else if (!control && key === 's' && props.onSort) props.onSort(at.column);
     else if (control && key === 'a') {
       setAnchor({ row: 0, column: 0 });
       setAt({ row: rows - 1, column: columns.length - 1 });

@@ -26,8 +26,9 @@ export function Modal(props: ModalProps) {
     first?.focus();
     if (first instanceof HTMLInputElement) first.select();
     return () => {
-      element.close();
-      if (before instanceof HTMLElement && before.isConnected) before.focus();
+      // Back to where the focus was, unless what followed has moved it on.
+      const isFree = document.activeElement === null || document.activeElement === document.body;
+      if (isFree && before instanceof HTMLElement && before.isConnected) before.focus();
     };
   }, []);
 

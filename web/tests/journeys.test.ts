@@ -1,0 +1,441 @@
+// Whole journeys of an analyst in a real browser on the real program.
+import assert from 'node:assert/strict';
+import { existsSync, readFileSync } from 'node:fs';
+import { join } from 'node:path';
+import { after, test } from 'node:test';
+import type { Page } from 'playwright-core';
+import {
+  acceptMessages,
+  closeBrowser,
+  control,
+  examples,
+  missing,
+  onWorkbench,
+  openPage,
+  picture,
+  pickVariables,
+  sheetRows,
+  shownDocument,
+  startMethod,
+  tab,
+  Workbench,
+} from './workbench';
+
+after(closeBrowser);
+const reason = await missing();
+const journey = (name: string, body: () => Promise<void>) =>
+  test(name, { skip: reason || false }, body);
+
+const irisLists = [[], ['Species'], ['Sepal.Length', 'Sepal.Width', 'Petal.Length', 'Petal.Width']];
+
+/** Saves every output beside the data; what the file cannot hold is told and accepted. */
+async function savePredictions(page: Page, workbench: Workbench): Promise<void> {
+  await control(page, 'SavePredictionsAndResiduals').click();
+  await page.waitForSelector('.modal.outputs');
+  await page.keyboard.press('Control+a');
+  await page.keyboard.press('Enter');
+  // the open file is not written over without a question
+  await page.locator('.modal.file-name input').fill('iris.csv');
+  await page.keyboard.press('Enter');
+  await page.waitForSelector('.modal.file-name button.danger');
+  await page.locator('.modal.file-name input').fill('saved.csv');
+  await page.keyboard.press('Enter');
+  await acceptMessages(page);
+  const saved = readFileSync(join(workbench.folder, 'saved.csv'), 'utf8').trim().split('\n');
+  assert.equal(saved.length, 151);
+}
+
+journey('nearest neighbours: from the file to saved predictions and deployment code', () =>
+  onWorkbench(`${examples}/iris.csv`, async ({ page, workbench }) => {
+    // the data
+    await page.waitForSelector('.grid-cell:has-text("setosa")');
+    assert.equal(await page.locator('.grid-cell').first().textContent(), '5.1');
+    await picture(page, 'data');
+
+    // the specification
+    await startMethod(page, 'knn');
+    await page.waitForFunction(
+      () => (document.activeElement as HTMLElement).dataset.name === 'Variables',
+    );
+    await page.keyboard.press('Enter');
+    await page.waitForSelector('.picker');
+    await pickVariables(page, irisLists);
+    await page.waitForSelector('.variables-pick dd:has-text("Petal.Width")');
+    await picture(page, 'knn-base');
+    await tab(page, 'Prototypes');
+    await control(page, 'SizeOfPrototypeSample').fill('60');
+    await control(page, 'SeedForRandomSampling').fill('7');
+    await picture(page, 'knn-prototypes');
+    await tab(page, 'Options');
+    await control(page, 'KNearestNeighbors').fill('3');
+    await control(page, 'CityBlock').check();
+    await picture(page, 'knn-options');
+    await tab(page, 'Sélection du modèle');
+    assert.ok(await control(page, 'VValue').isDisabled());
+    await control(page, 'ApplyCrossV').check();
+    await page.waitForSelector('[data-name="VValue"]:enabled');
+    await picture(page, 'knn-selection');
+    await control(page, 'ApplyCrossV').uncheck();
+    await page.waitForSelector('[data-name="VValue"]:disabled');
+    await control(page, 'OK').click();
+
+    // the results
+    await page.waitForSelector('.dialog.results');
+    const summary = await page.locator('.summary').textContent();
+    assert.match(summary ?? '', /No\. of nearest neighbors = 3[\s\S]*City-&?block/);
+    await control(page, 'DescriptiveStat').click();
+    const confusion = await shownDocument(page, 'Matrice de confusion');
+    const counts = (await sheetRows(confusion)).flatMap(row => row.slice(1).map(Number));
+    assert.equal(counts.length, 9);
+    const tested = counts.reduce((sum, count) => sum + count, 0);
+    assert.ok(tested > 30 && tested < 90, `${tested} of 150 cases were tested`);
+    await control(page, 'IncludeInputs').check();
+    await control(page, 'PrintPredictions').click();
+    const predictions = await shownDocument(page, 'Prévisions et résidus');
+    assert.match(
+      (await predictions.locator('.document-size').textContent()) ?? '',
+      RegExp(`^${tested} `),
+    );
+    await picture(page, 'knn-predictions');
+
+    // sorted by a column, copied with its headings
+    await predictions.locator('.grid-head', { hasText: 'Petal.Length' }).click();
+    await page.waitForSelector('.grid-head[aria-sort=ascending]');
+    const lengths = (await sheetRows(predictions)).map(row => Number(row[3]));
+    assert.deepEqual(
+      lengths,
+      [...lengths].sort((a, b) => a - b),
+    );
+    await predictions.locator('.grid-cell').first().click();
+    await page.keyboard.press('Control+a');
+    await page.keyboard.press('Control+c');
+    await page.waitForFunction(async () => (await navigator.clipboard.readText()).includes('\t'));
+    const copied = (await page.evaluate(() => navigator.clipboard.readText())).split('\n');
+    assert.equal(copied.length, tested + 2, 'two lines of headings and every case');
+    assert.match(copied[0] ?? '', /^Obs\.\tSepal\.Length\t/);
+
+    // a graph
+    await tab(page, 'Tracés');
+    await page.locator('#list-SelectedItemX [role=option]', { hasText: 'Petal.Length' }).click();
+    await page.locator('#list-SelectedItemsY [role=option]', { hasText: 'Petal.Width' }).click();
+    await page.locator('[data-name="Plot2DGraphOfXAndY"]:enabled').click();
+    await page.waitForSelector('.plot[data-drawn=scatter] .point');
+    assert.equal(await page.locator('.plot .point').count(), tested);
+    await picture(page, 'knn-scatter');
+    await page.locator('#list-SelectedItemZ [role=option]', { hasText: 'Sepal.Width' }).click();
+    await page.locator('[data-name="Plot3DGraphOfXYZ"]:enabled').click();
+    await page.waitForSelector('.plot[data-drawn=surface] canvas', { timeout: 30_000 });
+    await picture(page, 'knn-surface');
+
+    // a typed case: the second flower of the file, which is a setosa
+    await tab(page, 'Prévisions perso.');
+    await control(page, 'CustomPredictions').click();
+    await page.waitForSelector('.modal.entry input:focus');
+    for (const value of ['4.9', '3', '1.4', '0.2']) {
+      await page.keyboard.type(value);
+      await page.keyboard.press('Enter');
+    }
+    await page.waitForSelector('.modal.entry', { state: 'detached' });
+    await page.locator('[data-name="PrintCustomPredictions"]:enabled').click();
+    const custom = await shownDocument(page, 'Prévisions perso.');
+    assert.equal((await sheetRows(custom)).at(-1)?.[1], 'setosa');
+
+    // saved beside the data, and as a program
+    await tab(page, 'Base');
+    await savePredictions(page, workbench);
+    await control(page, 'CodeGenerator').click();
+    await page.waitForSelector('[role=menuitem]:focus');
+    await page.keyboard.press('Enter');
+    const code = page.locator('.document.text pre');
+    await code.locator('.code-word').first().waitFor();
+    assert.match((await code.textContent()) ?? '', /#include <math\.h>/);
+    await picture(page, 'knn-code');
+
+    // back: everything is as it was left
+    await control(page, 'Cancel').click();
+    await page.waitForSelector('.dialog.specification');
+    await tab(page, 'Options');
+    assert.equal(await control(page, 'KNearestNeighbors').inputValue(), '3');
+  }),
+);
+
+journey('naive Bayes: custom priors, posteriors, saved predictions and deployment code', () =>
+  onWorkbench(`${examples}/iris.csv`, async ({ page, workbench }) => {
+    await startMethod(page, 'nb');
+    await control(page, 'Variables').click();
+    await pickVariables(page, [['Species'], ['Petal.Length', 'Petal.Width']]);
+    await tab(page, 'Echantillonnage');
+    await control(page, 'ApplySampling').uncheck();
+    await page.waitForSelector('[data-name="SizeOfTrainingSample"]:disabled');
+    await tab(page, 'Distributions');
+    await picture(page, 'nb-distributions');
+    await control(page, 'OK').click();
+    await page.waitForSelector('.dialog.results');
+    assert.ok(await control(page, 'TestSubset').isDisabled(), 'nothing was set aside for a test');
+
+    // priors that do not add up to 1 are rescaled: 0.2, 0.2, 0.4 become 0.25, 0.25, 0.5
+    await tab(page, 'Probas a priori');
+    await control(page, 'UseCustomPrior').check();
+    await page.locator('[data-name="Priors.Select"]:enabled').click();
+    await page.waitForSelector('.modal.entry input:focus');
+    for (const value of ['0.2', '0.2', '0.4']) {
+      await page.keyboard.type(value);
+      await page.keyboard.press('Enter');
+    }
+    await page.waitForSelector('.note-list td:text-is("0.25")');
+    const priors = await page.locator('.note-list:visible td:nth-child(2)').allTextContents();
+    assert.deepEqual(priors, ['0.25', '0.25', '0.5']);
+    await picture(page, 'nb-priors');
+
+    // the posterior of a class falls from sure to none along its input
+    await tab(page, 'Distrib. a posteriori');
+    await picture(page, 'nb-posterior-tab');
+    await control(page, 'PosteriorPlot').click();
+    await page.waitForSelector('.plot[data-drawn=line] .legendtext');
+    assert.equal(await page.locator('.plot .scatterlayer .trace').count(), 3);
+    await picture(page, 'nb-posterior');
+    await control(page, 'PosteriorSpreadsheet').click();
+    const posteriors = await shownDocument(page, 'Species posterior class distributions');
+    assert.match((await posteriors.locator('.document-size').textContent()) ?? '', /^200 /);
+    for (const row of await sheetRows(posteriors)) {
+      const sum = row.slice(2).reduce((total, cell) => total + Number(cell), 0);
+      assert.ok(Math.abs(sum - 1) < 1e-3, `posteriors of a row add up to ${sum}`);
+    }
+
+    await tab(page, 'Base');
+    await control(page, 'DescriptiveStat').click();
+    const confusion = await shownDocument(page, 'Matrice de confusion');
+    const counts = (await sheetRows(confusion)).flatMap(row => row.slice(1).map(Number));
+    assert.equal(
+      counts.reduce((sum, count) => sum + count, 0),
+      150,
+    );
+    await savePredictions(page, workbench);
+    await control(page, 'CodeGenerator').click();
+    await page.locator('[data-name="CodeGeneratorPMML"]').click();
+    const code = page.locator('.document.text pre');
+    await code.locator('.code-word').first().waitFor();
+    assert.match((await code.textContent()) ?? '', /<NaiveBayesModel/);
+  }),
+);
+
+journey('support vectors: kernel, search grid, model, saved predictions and deployment code', () =>
+  onWorkbench(`${examples}/iris.csv`, async ({ page, workbench }) => {
+    await startMethod(page, 'svm');
+    await control(page, 'Variables').click();
+    await pickVariables(page, irisLists);
+    await tab(page, 'SVM');
+    assert.ok(await control(page, 'RegressionType1').isDisabled(), 'the dependent is categorical');
+    await control(page, 'ClassType2').check();
+    await page.waitForSelector('[data-name="CParameter"]:disabled');
+    await page.waitForSelector('[data-name="NuParameter"]:enabled');
+    await control(page, 'ClassType1').check();
+    await page.waitForSelector('[data-name="CParameter"]:enabled');
+    await picture(page, 'svm-type');
+    await tab(page, 'Noyau');
+    assert.equal(Number(await control(page, 'Gam').inputValue()), 0.25, '1 / number of inputs');
+    await control(page, 'PolyKernel').check();
+    await page.waitForSelector('[data-name="Degree"]:enabled');
+    await control(page, 'RBFKernel').check();
+    await page.waitForSelector('[data-name="Degree"]:disabled');
+    await picture(page, 'svm-kernel');
+    await tab(page, 'Sélection du modèle');
+    await control(page, 'ApplyCrossV').check();
+    await page.waitForSelector('[data-name="MinimumC"]:enabled');
+    assert.ok(await control(page, 'MinimumNu').isDisabled());
+    await picture(page, 'svm-search');
+    await control(page, 'ApplyCrossV').uncheck();
+    await tab(page, 'Apprentissage');
+    await picture(page, 'svm-training');
+    await control(page, 'OK').click();
+    await page.waitForSelector('.dialog.results');
+    await page.waitForSelector('.summary:has-text("No. of SVs")');
+    await control(page, 'Model').click();
+    await page.locator('[role=treeitem]', { hasText: 'coefficients and support' }).click();
+    const vectors = await shownDocument(page, 'SVM model specifications (coefficients');
+    const count = /No\. of SVs = (\d+)/.exec((await page.locator('.summary').textContent()) ?? '');
+    assert.equal(
+      (await vectors.locator('.document-size').textContent())?.split(' ')[0],
+      count?.[1],
+    );
+    await picture(page, 'svm-model');
+    await savePredictions(page, workbench);
+    await control(page, 'CodeGenerator').click();
+    await page.locator('[data-name="CodeGeneratorQVB"]').click();
+    await page.locator('.document.text .code-word').first().waitFor();
+  }),
+);
+
+journey('a refused option says why and gets the focus, its number selected', () =>
+  onWorkbench(`${examples}/iris.csv`, async ({ page }) => {
+    await startMethod(page, 'knn');
+    await control(page, 'Variables').click();
+    await pickVariables(page, irisLists);
+    await tab(page, 'Options');
+    await control(page, 'KNearestNeighbors').fill('9999');
+    await tab(page, 'Base');
+    await control(page, 'OK').click();
+    const message = page.locator('.modal.message');
+    await message.waitFor();
+    assert.match(
+      (await message.textContent()) ?? '',
+      /Number of nearest neighbors for the specified analysis must lay in the range 1-\d+\./,
+    );
+    await picture(page, 'message');
+    await page.keyboard.press('Enter');
+    await page.waitForFunction(() => {
+      const field = document.activeElement as HTMLInputElement;
+      return (
+        field.dataset.name === 'KNearestNeighbors' &&
+        field.selectionStart === 0 &&
+        field.selectionEnd === 4
+      );
+    });
+  }),
+);
+
+journey(
+  'a training that is cancelled leaves the specification; a reload loses nothing',
+  async () => {
+    let state = 1;
+    const draw = () => ((state = (state * 48271) % 2147483647) / 2147483647).toFixed(4);
+    const columns = Array.from({ length: 12 }, (_, i) => `x${i}`);
+    const rows = Array.from({ length: 6000 }, () => columns.map(draw).join(','));
+    const text = [columns.join(','), ...rows].join('\n');
+    const body = async ({ page }: { page: Page }) => {
+      await startMethod(page, 'knn');
+      await control(page, 'Variables').click();
+      await pickVariables(page, [['x0'], [], ['x3', 'x4', 'x5', 'x6', 'x7', 'x8', 'x9']]);
+      await tab(page, 'Sélection du modèle');
+      await control(page, 'ApplyCrossV').check();
+      await page.waitForSelector('[data-name="MaximumK"]:enabled');
+      await control(page, 'MaximumK').fill('2000');
+      await control(page, 'OK').click();
+      await page.waitForSelector('.modal.progress');
+      await picture(page, 'progress');
+      await page.reload();
+      await page.waitForSelector('.modal.progress');
+      await page.keyboard.press('Escape');
+      await page.waitForSelector('.modal.progress', { state: 'detached' });
+      assert.equal(await page.locator('.modal').count(), 0, 'no message');
+      await tab(page, 'Sélection du modèle');
+      assert.equal(await control(page, 'MaximumK').inputValue(), '2000');
+
+      // a question that stands open survives, too
+      await tab(page, 'Base');
+      await control(page, 'Variables').click();
+      await page.waitForSelector('.picker');
+      await page.reload();
+      await page.waitForSelector('.picker #target-0 [role=option]:has-text("x0")');
+      await page.keyboard.press('Escape');
+      await page.waitForSelector('.picker', { state: 'detached' });
+    };
+    await onWorkbench('noise.csv', body, text);
+  },
+);
+
+journey('a journey by keys alone, seen by a second tab', () =>
+  onWorkbench(`${examples}/mtcars.csv`, async ({ page, workbench }) => {
+    const other = await page.context().newPage();
+    const key = (...keys: string[]) =>
+      keys.reduce((before, k) => before.then(() => page.keyboard.press(k)), Promise.resolve());
+    await other.goto(workbench.address);
+    await page.locator('[data-kind="knn"]').focus();
+    await key('Enter');
+    await page.waitForSelector('.dialog.specification');
+    await page.waitForSelector('[data-name="Variables"]:focus');
+    await key('Alt+v');
+    await page.waitForSelector('#picker-source:focus [role=option]');
+    await page.keyboard.type('mpg'); // type-ahead in the list
+    await key('Alt+1');
+    await page.waitForTimeout(900); // a new word for the type-ahead
+    await page.keyboard.type('disp');
+    await key('Shift+ArrowDown', 'Alt+3', 'Enter');
+    await page.waitForSelector('.variables-pick dd:has-text("disp hp")');
+    await key('Control+PageDown');
+    await page.waitForSelector('[role=tab][aria-selected=true]:has-text("Prototypes")');
+    await key('Alt+r'); // Taille éch. du prototype
+    await page.keyboard.type('50');
+    await key('Enter');
+    await page.waitForSelector('.dialog.results');
+    await key('Alt+d');
+    await shownDocument(page, 'Synthèse de la régression');
+    await other.waitForSelector('[role=treeitem]:has-text("Synthèse de la régression")');
+    await key('Escape');
+    await page.waitForSelector('.dialog.specification');
+    await key('Escape');
+    await page.waitForSelector('.dialog.startup');
+    await key('Escape');
+    await page.waitForSelector('.dialog', { state: 'detached' });
+  }),
+);
+
+journey('text from data is never markup', async () => {
+  const name = '<script>document.title="broken"</script>';
+  const rows = Array.from({ length: 40 }, (_, i) => `${i % 7},${i % 5},<b>${i % 2}</b>`);
+  const text = [`${name},y,<i>class</i>`, ...rows].join('\n');
+  const body = async ({ page }: { page: Page }) => {
+    await page.waitForSelector('.grid-head:has-text("<script>")');
+    await startMethod(page, 'knn');
+    await control(page, 'Variables').click();
+    await pickVariables(page, [[], ['<i>class</i>'], ['<script>', 'y']]);
+    await control(page, 'OK').click();
+    await page.waitForSelector('.dialog.results');
+    await control(page, 'DescriptiveStat').click();
+    const sheet = await shownDocument(page, 'Matrice de confusion');
+    assert.equal((await sheetRows(sheet))[0]?.[0], '<b>0</b>');
+    await tab(page, 'Tracés');
+    await page.locator('#list-SelectedItemX [role=option]', { hasText: '<script>' }).click();
+    await page.locator('[data-name="PlotHistogramsOfX"]:enabled').click();
+    await page.waitForSelector('.plot[data-drawn=histogram]');
+    const axis = await page.locator('.plot .xtitle').textContent();
+    assert.equal(axis, name);
+    assert.notEqual(await page.title(), 'broken');
+    assert.equal(await page.locator('main b:text-is("0"), main i:text-is("class")').count(), 0);
+  };
+  await onWorkbench('odd.csv', body, text);
+});
+
+journey('no accessibility fault that axe knows, in either scheme and language', async () => {
+  const workbench = await Workbench.start(`${examples}/iris.csv`);
+  const axe = readFileSync('node_modules/axe-core/axe.min.js', 'utf8');
+  for (const dark of [false, true]) {
+    const { page } = await openPage(workbench, { dark });
+    const check = async (what: string) => {
+      // Through the debugger: the page's policy lets no other script in.
+      await page.evaluate(axe);
+      const faults = await page.evaluate(async () => {
+        const { axe } = window as unknown as { axe: { run(): Promise<{ violations: object[] }> } };
+        const { violations } = await axe.run();
+        return violations.map(v => {
+          const { id, nodes } = v as { id: string; nodes: { html: string }[] };
+          return `${id}: ${nodes[0]?.html}`;
+        });
+      });
+      assert.deepEqual(faults, [], `${what}, ${dark ? 'dark' : 'light'}`);
+    };
+    try {
+      if (dark) await page.click('.segments label:has-text("EN")');
+      await page.waitForSelector('.grid-cell:has-text("setosa")');
+      await check('data');
+      await startMethod(page, 'knn');
+      await check('specification');
+      await control(page, 'Variables').click();
+      await page.waitForSelector('#picker-source [role=option]');
+      await check('variables');
+      await pickVariables(page, irisLists);
+      await control(page, 'OK').click();
+      await page.waitForSelector('.dialog.results');
+      await control(page, 'DescriptiveStat').click();
+      await sheetRows(await shownDocument(page, 'Matrice de confusion'));
+      await check('results');
+      await tab(page, 'Tracés');
+      await check('plots');
+      await picture(page, dark ? 'results-dark-english' : 'results');
+    } finally {
+      await page.context().close();
+    }
+  }
+  await workbench.stop();
+  assert.ok(!existsSync(workbench.folder));
+});
