@@ -6,10 +6,9 @@ import { get, getText, post } from './api';
 import { DialogView } from './dialogs/dialog_view';
 import { TextView } from './documents/text_view';
 import { DocumentView } from './documents/document_view';
-import { OpenWindow } from './data/open_window';
 import { Requests } from './modals/requests';
 import type { Analysis } from './protocol';
-import { findFile, page, say, show } from './store';
+import { findFile, page, say } from './store';
 import { Modal } from './widgets/modal';
 import { word } from './words';
 
@@ -149,48 +148,18 @@ function ProgressWindow({ analysis }: { analysis: Analysis }) {
 /** The macro as it grows. */
 function MacroView({ analysis }: { analysis: Analysis }) {
   const [text, setText] = useState('');
-  const [asking, setAsking] = useState(false);
   const path = `analyses/${analysis.analysis}/macro`;
   useEffect(() => {
     let current = true;
     getText(path).then(t => current && setText(t), say);
     return () => void (current = false);
   }, [path, analysis.macro.lines]);
-  const rerun = (file: number) => {
-    setAsking(false);
-    post<Analysis>(`analyses/${analysis.analysis}/rerun`, { file }).then(
-      a => show({ view: 'analysis', analysis: a.analysis }),
-      say,
-    );
-  };
+  if (text === '') return <p class="empty">{word('macroEmpty')}</p>;
   return (
-    <div class="macro">
-      <div class="macro-bar">
-        <button type="button" disabled={text === ''} onClick={() => setAsking(true)}>
-          {word('runOn')}
-        </button>
-        {page.state?.files.map(file => (
-          <button
-            key={file.file}
-            type="button"
-            class="quiet"
-            disabled={text === ''}
-            onClick={() => rerun(file.file)}
-          >
-            ▷ {file.name}
-          </button>
-        ))}
-      </div>
-      {text === '' ? (
-        <p class="empty">{word('macroEmpty')}</p>
-      ) : (
-        <TextView
-          title={word('macro')}
-          text={text}
-          exports={[{ label: 'QVB', href: `/api/${path}` }]}
-        />
-      )}
-      {asking && <OpenWindow opened={file => rerun(file.file)} cancel={() => setAsking(false)} />}
-    </div>
+    <TextView
+      title={word('macro')}
+      text={text}
+      exports={[{ label: 'QVB', href: `/api/${path}` }]}
+    />
   );
 }

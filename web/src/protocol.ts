@@ -165,6 +165,7 @@ export type Call =
   | { do: 'type'; name: string; text: string }
   | { do: 'set'; name: string; value: number | string }
   | { do: 'press'; name: string }
+  | { do: 'tab'; name: string } // the person looks at that tab
   | { do: 'ok' }
   | { do: 'cancel' };
 

@@ -69,7 +69,6 @@ const words = {
   ],
   sortHint: ['Trier', 'Sort'],
   undo: ['Choix précédent', 'Previous choice'],
-  runOn: ['Exécuter sur…', 'Run on…'],
   running: ['Calcul', 'Computing'],
   waiting: ['question', 'question'],
   ended: ['Terminée', 'Ended'],

@@ -99,7 +99,11 @@ export function DialogView({ analysis, dialog, busy, modal = false, heading, abo
       name => dialog.controls.find(control => control.name === name)?.visible,
     ),
   );
-  const [tab, setTab] = useState(tabs[0] ?? '');
+  const [tab, putTab] = useState(tabs[0] ?? '');
+  const setTab = (name: string) => {
+    putTab(name);
+    if (name !== tab) void call(analysis, dialog.dialog, { do: 'tab', name });
+  };
   const current = tabs.includes(tab) ? tab : (tabs[0] ?? '');
   const [focus, setFocus] = useState<{ name: string } | null>(null);
 
