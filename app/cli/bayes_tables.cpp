@@ -7,6 +7,7 @@
 #include <numeric>
 
 #include "cli/engine_tables.h"
+#include "data/value_text.h"
 #include "host/list_text.h"
 #include "host/numerics.h"
 #include "score/bayes_verification.h"
@@ -30,13 +31,21 @@ std::vector<int> ReadDistributions(EngineTables& tables, const std::vector<Engin
   if (!ParseListText(tables.Specified("InputDistributions"), lists, error))
     tables.Refuse("the distributions cannot be read: " + error);
   std::vector<int> distributions;
-  for (const EngineField& input : inputs) {
-    int own = input.IsCategorical() ? kDiscrete : kNormal;
-    for (std::size_t list = 0; list < lists.size() && !input.IsCategorical(); ++list)
-      for (const ListMember& member : lists[list])
-        if (member.kind == ListMember::Kind::name && member.name == input.name)
-          own = static_cast<int>(list);
-    distributions.push_back(own);
+  distributions.reserve(inputs.size());
+  for (const EngineField& input : inputs)
+    distributions.push_back(input.IsCategorical() ? kDiscrete : kNormal);
+  const HostDataFile& file = tables.file();
+  for (std::size_t list = 0; list < lists.size(); ++list) {
+    for (const ListMember& member : lists[list]) {
+      // The property has the names as the file has them, the tables as texts write them.
+      for (int variable = 1; variable <= file.NumberOfVariables(); ++variable) {
+        if (member.kind != ListMember::Kind::name || file.getvn5(variable) != member.name) continue;
+        const auto found =
+            std::ranges::find(inputs, VariableName(file, variable), &EngineField::name);
+        if (found != inputs.end())
+          distributions[static_cast<std::size_t>(found - inputs.begin())] = static_cast<int>(list);
+      }
+    }
   }
   return distributions;
 }

@@ -46,21 +46,28 @@ std::string ResultsDialog::InputsText(std::span<const double> values) const {
   return text;
 }
 
-bool ResultsDialog::ReadInputs(std::string_view text, std::vector<double>& inputs) const {
+bool ResultsDialog::ReadInputs(std::string_view property, std::string_view text,
+                               std::vector<double>& inputs) const {
   const std::size_t continuous = data_.roles().continuousPredictors.size();
   CLittleParser parser(text);
   std::vector<double> values(items_.inputs());
   for (std::size_t i = 0; i < values.size(); ++i) {
+    const auto refuse = [&](std::string_view what) {
+      return RefuseText(std::string(property) + " \"" + std::string(text) + "\": value " +
+                        std::to_string(i + 1) + " of " + std::to_string(values.size()) + ", " +
+                        items_.InputName(i) + ", " + std::string(what));
+    };
     std::string word;
     double number = 0;
     const Parsed parsed = ParseValueText(parser, word, number);
-    if (parsed == Parsed::invalid || (i < continuous && parsed != Parsed::number)) return false;
+    if (parsed == Parsed::invalid) return refuse("is missing");
+    if (i < continuous && parsed != Parsed::number) return refuse("is no number");
     if (i < continuous) {
       values[i] = number;
     } else if (!CategoryOfEntry(data_, i - continuous,
                                 parsed == Parsed::number ? parser.text() : word, false,
                                 values[i])) {
-      return false;
+      return refuse("is none of its categories");
     }
   }
   inputs = std::move(values);
@@ -71,7 +78,7 @@ std::string ResultsDialog::CustomCaseText() const { return InputsText(custom.inp
 
 bool ResultsDialog::SetCustomCase(std::string_view text) {
   std::vector<double> values;
-  if (!ReadInputs(text, values)) return false;
+  if (!ReadInputs("CustomPredictions", text, values)) return false;
   custom = {.isEntered = true, .isValid = true, .inputs = std::move(values)};
   return true;
 }

@@ -96,7 +96,9 @@ class ResultsDialog : public CAnalysisDialog {
   bool SetCustomCase(std::string_view text);
   /// One value per input as one text, and from one: numbers, codes or class texts.
   std::string InputsText(std::span<const double> values) const;
-  bool ReadInputs(std::string_view text, std::vector<double>& inputs) const;
+  /// False, and nothing changed: which value of the property's text is missing or wrong is told.
+  bool ReadInputs(std::string_view property, std::string_view text,
+                  std::vector<double>& inputs) const;
 
  protected:
   /// Called before every table or graph of the cases. False, after a message: it is not made.

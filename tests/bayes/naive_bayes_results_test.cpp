@@ -302,8 +302,15 @@ TEST(PosteriorDistribution, IsTabulatedAndDrawnOverTheRange) {
   results.Put("FixedIndependents", "3 2 b");
   EXPECT_EQ(results.Text("FixedIndependents"), "3.00000000000000e+00 2.00000000000000e+00 b");
   EXPECT_NE(results.Table("PosteriorSpreadsheet").columns[1].values[60], graph.series[0].y[60]);
-  EXPECT_FALSE(
-      results.dialog().Put("FixedIndependents", AutomationValue::Text("3 2 c")).Succeeded());
+  for (const auto& [property, wrong, told] :
+       {std::tuple("FixedIndependents", "3 2 c", "\": value 3 of 3, u, is none of its categories"),
+        {"InputForPosteriorPlot", "v", "\" is none of 1=x, 2=n, 3=u"},
+        {"InputForPosteriorPlot", "1 2", "\" is none of 1=x, 2=n, 3=u"}}) {
+    EXPECT_FALSE(results.dialog().Put(property, AutomationValue::Text(wrong)).Succeeded());
+    EXPECT_EQ(results.host.messages,
+              (std::vector<Message>{{0, std::string(property) + " \"" + wrong + told}}));
+    results.host.messages.clear();
+  }
   results.Put("InputForPosteriorPlot", "n");
   EXPECT_EQ(results.Number("MaximumRange"), 3) << "of the other input";
   results.Put("InputForPosteriorPlot", 3);

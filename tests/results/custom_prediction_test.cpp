@@ -70,9 +70,19 @@ TEST(CustomCase, AsTextIsComparedByCaseAndRefusedAsAWhole) {
   KnnAnalysis knn(People(), "| genre | x | u", 4);
   knn.Train();
   knn.Put("CustomPredictions", "160 Femme");
-  for (const char* wrong : {"160 femme", "160", "Femme 160", "160 3", ""}) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"160 femme", "value 2 of 2, u, is none of its categories"},
+      {"160", "value 2 of 2, u, is missing"},
+      {"Femme 160", "value 1 of 2, x, is no number"},
+      {"160 3", "value 2 of 2, u, is none of its categories"},
+      {"", "value 1 of 2, x, is missing"}};
+  for (const auto& [wrong, told] : rows) {
     const auto result = knn.dialog().Put("CustomPredictions", AutomationValue::Text(wrong));
     EXPECT_EQ(result.code, kAutomationFailure) << wrong;
+    EXPECT_EQ(
+        knn.host.messages,
+        (std::vector<Message>{{0, "CustomPredictions \"" + std::string(wrong) + "\": " + told}}));
+    knn.host.messages.clear();
     EXPECT_EQ(knn.Text("CustomPredictions"), "1.60000000000000e+02 Femme") << wrong;
   }
 }
