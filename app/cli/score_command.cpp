@@ -12,6 +12,7 @@
 #include "cli/interrupt.h"
 #include "datafile/host_data_file.h"
 #include "host/numerics.h"
+#include "score/bayes_verification.h"
 #include "score/c_program.h"
 #include "score/pmml_document.h"
 #include "score/qvb_script.h"
@@ -69,29 +70,48 @@ bool ReadText(const std::string& path, std::string_view begin, std::string_view 
   return false;
 }
 
-std::unique_ptr<DeployedModel> OpenModel(const ScoreOptions& options, const HostDataFile& file,
-                                         const std::atomic<bool>& cancel, std::string& error) {
-  std::string text;
+bool ReadSource(const ScoreOptions& options, std::string& text, std::string& error) {
+  if (!options.qvb.empty())
+    return ReadText(options.qvb, "'#Uses", "a generated QVB script", text, error);
+  if (!options.pmml.empty())
+    return ReadText(options.pmml, "<?xml", "a generated PMML document", text, error);
+  return ReadText(options.c, "//", "a generated C program", text, error);
+}
+
+std::unique_ptr<DeployedModel> OpenModel(const ScoreOptions& options, const std::string& text,
+                                         const HostDataFile& file, const std::atomic<bool>& cancel,
+                                         std::string& error) {
   if (!options.qvb.empty()) {
-    if (!ReadText(options.qvb, "'#Uses", "a generated QVB script", text, error)) return nullptr;
     ScriptLimits limits;
     limits.steps = options.stepLimit;
     limits.cancel = &cancel;
-    return QvbScript::Read(options.qvb, std::move(text), file, limits, error);
+    return QvbScript::Read(options.qvb, text, file, limits, error);
   }
-  if (options.c.empty()) {
-    if (!ReadText(options.pmml, "<?xml", "a generated PMML document", text, error)) return nullptr;
-    return ReadPmmlDocument(text, error);
-  }
+  if (!options.pmml.empty()) return ReadPmmlDocument(text, error);
   CHeader header;
-  if (!ReadText(options.c, "//", "a generated C program", text, error) ||
-      !ReadCHeader(
+  if (!ReadCHeader(
           text, [&](const std::string& name) { return Scoring::FindVariable(file, name) != 0; },
           header, error))
     return nullptr;
   const Patience patience{std::chrono::milliseconds(std::llround(options.timeLimit * 1000)),
                           &cancel};
   return CProgram::Open(text, std::move(header), patience, error);
+}
+
+/// Inputs that a generated text leaves out until its user has completed it.
+void WarnOfPlaceholders(const ScoreOptions& options, const std::string& text,
+                        const DeployedModel& model) {
+  if (!options.pmml.empty()) return;
+  const CodeDialect dialect = options.qvb.empty() ? CodeDialect::c : CodeDialect::qvb;
+  std::string names;
+  for (const std::size_t input : PlaceholderInputs(dialect, text))
+    if (input < model.inputs.size())
+      names += (names.empty() ? "" : ", ") + model.inputs[input].name;
+  if (!names.empty())
+    Complain(
+        "warning: the text leaves its gamma and Poisson densities to its user; without one "
+        "these inputs count for nothing: " +
+        names);
 }
 
 /// A field of delimited text; quoted where it must be.
@@ -184,7 +204,9 @@ int Score(const ScoreOptions& options) {
   file->SetPassHook([&cancel](int) { return cancel.load(); });
   std::string error;
   const std::string& source = options.Source();
-  const auto model = OpenModel(options, *file, cancel, error);
+  std::string text;
+  const auto model =
+      ReadSource(options, text, error) ? OpenModel(options, text, *file, cancel, error) : nullptr;
   if (model == nullptr) {
     if (cancel) return kExitCancelled;
     Complain(source + ": " + error);
@@ -195,6 +217,7 @@ int Score(const ScoreOptions& options) {
     Complain(options.open.path + ": " + error);
     return kExitFailed;
   }
+  WarnOfPlaceholders(options, text, *model);
   PredictionTable table(*file, *model, scoring);
   ScoringSummary summary;
   const ScoringOutcome outcome =

@@ -51,6 +51,10 @@ class PrintedBayes final : public PrintedModel {
   void Multiply(std::size_t d, std::span<const Term> sums, PrintedPrediction& prediction) const;
 };
 
+/// Positions of the gamma and Poisson inputs whose densities a C program or script of naive Bayes
+/// still leaves to its user; none for another text.
+std::vector<std::size_t> PlaceholderInputs(CodeDialect dialect, std::string_view text);
+
 /// Compared are threshold, distributions, categories, priors, moments and frequencies.
 class EngineBayes final : public EngineModel {
  public:

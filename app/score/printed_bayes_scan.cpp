@@ -187,6 +187,26 @@ void ScanPmml(std::string_view text, PrintedBayes& model) {
 
 }  // namespace
 
+std::vector<std::size_t> PlaceholderInputs(CodeDialect dialect, std::string_view text) {
+  // What stands in the place of each density.
+  constexpr std::string_view kPlaces[][2] = {{"//Place the Gamma function here\n\treturn 0;",
+                                              "//Place the Poisson function here\n\treturn 0;"},
+                                             {"'Place Gamma density here\n\tLogGamma = 0\n",
+                                              "'Place Poisson density here\n\tLogPoisson = 0\n"}};
+  const auto& places = kPlaces[dialect == CodeDialect::c ? 0 : 1];
+  const bool isOpen[] = {text.find(places[0]) != text.npos, text.find(places[1]) != text.npos};
+  std::vector<std::size_t> inputs;
+  PrintedBayes model;
+  std::string error;
+  if ((!isOpen[0] && !isOpen[1]) || !PrintedBayes::Read(dialect, text, model, error)) return inputs;
+  for (std::size_t k = 0; k < model.continuousInputs; ++k) {
+    const int distribution = model.distributions[k];
+    if ((distribution == kGamma && isOpen[0]) || (distribution == kPoisson && isOpen[1]))
+      inputs.push_back(k);
+  }
+  return inputs;
+}
+
 bool PrintedBayes::Read(CodeDialect dialect, std::string_view text, PrintedBayes& model,
                         std::string& error) {
   constexpr void (*kScans[])(std::string_view, PrintedBayes&) = {ScanC, ScanQvb, ScanPmml};

@@ -180,6 +180,12 @@ TEST(NaiveBayesVerification, ATextThatWasTamperedWithFails) {
     EXPECT_FALSE(check.Passed());
     EXPECT_NE(Faults(check).find(change.fault), std::string::npos) << Faults(check);
   }
+  // Of nine inputs 2 and 8 are gamma, 3 and 6 Poisson.
+  const std::string script = trained.Texts(qvb).at(0);
+  EXPECT_EQ(PlaceholderInputs(qvb, script), (std::vector<std::size_t>{2, 3, 6, 8}));
+  EXPECT_EQ(PlaceholderInputs(qvb, Replaced(script, "LogGamma = 0", "LogGamma = M+S")),
+            (std::vector<std::size_t>{3, 6}));
+  EXPECT_EQ(PlaceholderInputs(c, trained.Texts(c).at(0)).size(), 4u);
   // A C program's values, without its compiler.
   const std::string program = trained.Texts(c).at(0);
   for (const auto& [from, to] : {std::pair("condMean[1][0][2]=", "condMean[1][0][2]=9"),

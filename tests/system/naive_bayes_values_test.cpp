@@ -57,6 +57,7 @@ class NaiveBayesTexts : public ProgramTest {
       if (entry.path().extension() == text.ending) path = entry.path().string();
     const Outcome scored = Run({"score", text.kind, path, data});
     EXPECT_EQ(scored.code, 0) << scored.err;
+    EXPECT_EQ(scored.err.find("warning"), std::string::npos) << scored.err;
     return scored.out;
   }
   static int Count(const std::string& lines, const std::string& part) {
