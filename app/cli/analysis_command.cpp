@@ -92,7 +92,7 @@ class AnalysisRun {
     const bool done = RunSteps();
     const int status = done && task_ != nullptr ? task_->run(analysis_, calls_) : kExitDone;
     analysis_.host().progress.ClearLine();
-    if (!analysis_.Save(true) || !analysis_.SaveMacro(options_.open)) return kExitFailed;
+    if (!analysis_.Save(true) || !analysis_.SaveRunFiles(options_.open)) return kExitFailed;
     return done && !cancel_ ? status : Failed();
   }
 

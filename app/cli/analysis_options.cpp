@@ -134,7 +134,11 @@ void AddRunOptions(CommandLine& line, RunOptions& options, std::string& formats)
            "Formats of the documents' files: txt, json, csv, xlsx, svg, png (default txt,json)")
       .Group(group);
   line.AddFlag("--overwrite", options.overwrite,
-               "Let what is saved (ResultsSaveFileName, --record) replace existing files")
+               "Let what is saved (ResultsSaveFileName, --record, --diagnostics) replace existing "
+               "files")
+      .Group(group);
+  line.Add("--diagnostics", options.diagnostics, "File for what solvers print while they work")
+      .TypeName("FILE")
       .Group(group);
   line.Add("--threads", options.threads, "Threads (default: all cores)")
       .Range(1, 4096)

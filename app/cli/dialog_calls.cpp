@@ -18,7 +18,7 @@ std::string ValueText(const std::variant<double, std::string>& value) {
 std::string_view OptionThatAnswers(AnswerMember member) {
   switch (member) {
     case AnswerMember::variables:
-      return "no variables are chosen: give --variables";
+      return "no dependent variable is chosen: give --variables";
     case AnswerMember::codes:
       return "codes are missing: give --response-codes or --predictor-codes";
     default:

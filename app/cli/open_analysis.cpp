@@ -53,6 +53,7 @@ OpenAnalysis::OpenAnalysis(const RunOptions& options, OpenedFile& opened,
   session_.onAnswer = [this](std::string_view name, std::string_view text) {
     host_.automation.RecordAnswer(name, text);
   };
+  if (!options.diagnostics.empty()) OpenDiagnostics();
   session_.beforeOK = [this](QrvAnalysisDialog& dialog) { host_.automation.RecordSeeds(dialog); };
   session_.afterOK = [this] {
     host_.automation.RecordRun();
@@ -135,17 +136,43 @@ bool OpenAnalysis::SaveMacro(const OpenOptions& file) {
   return saved;
 }
 
+void OpenAnalysis::OpenDiagnostics() {
+  FileError error;
+  // What goes wrong here is told at the end: the file is then not good.
+  if (diagnosticsFile_.Begin(options_.diagnostics, options_.overwrite, error))
+    diagnostics_.open(diagnosticsFile_.Working(), std::ios::binary);
+  host_.diagnostics.write = [this](std::string_view text) { diagnostics_ << text; };
+}
+
+bool OpenAnalysis::SaveDiagnostics() {
+  if (options_.diagnostics.empty()) return true;
+  FileError error;
+  error.what = "the diagnostics cannot be written to the disk";
+  diagnostics_.close();
+  if (diagnostics_.good() && diagnosticsFile_.Commit(error)) return true;
+  Tell("--diagnostics: " + error.Text());
+  return false;
+}
+
+bool OpenAnalysis::SaveRunFiles(const OpenOptions& file) {
+  return SaveMacro(file) && SaveDiagnostics();
+}
+
 bool CheckRunFiles(const RunOptions& options, std::string& error) {
   if (!options.out.empty() && !DocumentFiles(options.out, options.formats).Check(error)) {
     error = "--out: " + error;
     return false;
   }
-  FileError failure;
-  WholeFile macro;
-  if (options.record.empty() || macro.Begin(options.record, options.overwrite, failure))
-    return true;
-  error = "--record: " + failure.Text();
-  return false;
+  const std::pair<const char*, const std::string&> files[] = {
+      {"--record", options.record}, {"--diagnostics", options.diagnostics}};
+  for (const auto& [option, path] : files) {
+    FileError failure;
+    WholeFile file;
+    if (path.empty() || file.Begin(path, options.overwrite, failure)) continue;
+    error = std::string(option) + ": " + failure.Text();
+    return false;
+  }
+  return true;
 }
 
 }  // namespace qrvml

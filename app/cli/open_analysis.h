@@ -3,12 +3,14 @@
 #pragma once
 
 #include <atomic>
+#include <fstream>
 #include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "datafile/whole_file.h"
 #include "documents/document_files.h"
 #include "documents/json_renderer.h"
 #include "host/analysis_host.h"
@@ -33,9 +35,10 @@ struct RunOptions {
   std::vector<const DocumentFormat*> formats = {};
   int threads = 0;  // 0: all cores
   bool interactive = true;
-  bool prints = true;       // without a folder; else documents stay in the workbook
-  bool overwrite = false;   // what is saved may replace existing files
-  std::string record = {};  // file for the macro that equals the run; empty: none
+  bool prints = true;            // without a folder; else documents stay in the workbook
+  bool overwrite = false;        // what is saved may replace existing files
+  std::string record = {};       // file for the macro that equals the run; empty: none
+  std::string diagnostics = {};  // file for what solvers print; empty: nobody sees it
 };
 
 class OpenAnalysis {
@@ -56,14 +59,18 @@ class OpenAnalysis {
   /// Writes the documents that are new; at the end also the files of the whole run. False: why is
   /// told.
   bool Save(bool atEnd);
-  /// Writes the macro where one was asked for; `file`: how the data file was opened.
-  bool SaveMacro(const OpenOptions& file);
+  /// Completes the macro and the diagnostics where they were asked for; `file`: how the data file
+  /// was opened. False: why is told.
+  bool SaveRunFiles(const OpenOptions& file);
 
   /// Called instead of telling a message of the module at once.
   std::function<void(const LoggedMessage&)> onMessage;
 
  private:
   void DocumentChanged(std::size_t position);
+  void OpenDiagnostics();
+  bool SaveMacro(const OpenOptions& file);
+  bool SaveDiagnostics();
   bool WriteReport(std::string& error);
   RunReport Report();
 
@@ -73,6 +80,8 @@ class OpenAnalysis {
   AnalysisHost host_;
   AnalysisSession session_;
   DocumentFiles files_;
+  WholeFile diagnosticsFile_;
+  std::ofstream diagnostics_;
   std::vector<NamedValue> properties_;   // of the dialog that was left last
   std::optional<RunReport> lastReport_;  // of the analysis that a changed file ended
   const AnalysisCommand* kind_ = nullptr;

@@ -95,7 +95,7 @@ class ShellMacro final : public MacroHost {
   bool Finish() {
     if (!analysis_) return true;
     analysis_->host().progress.ClearLine();
-    return analysis_->Save(true) && analysis_->SaveMacro(file_);
+    return analysis_->Save(true) && analysis_->SaveRunFiles(file_);
   }
 
  private:

@@ -1,5 +1,7 @@
 #include "host/answering_dialogs.h"
 
+#include <algorithm>
+
 namespace qrvml {
 namespace {
 
@@ -23,11 +25,22 @@ bool AnsweringDialogs::NotHere(std::string_view what) {
 
 bool AnsweringDialogs::RunModalDialog(int templateId, CAnalysisDialog& dialog) {
   if (templateId == kTrainingTemplate) return dialog.OnOK();
+  if (templateId == kPenaltyTemplate) return AnswerPenalties(dialog);
   std::string answer;
   if (answers_.Take(AnswerMember::option, Asked("a dialog", dialog.Title()), answer)) {
     if (answer == "OK") return dialog.OnOK();
     if (answer != "Cancel") Refuse(AnswerMember::option, answer, "OK or Cancel is needed");
   }
+  dialog.OnCancel();
+  return false;
+}
+
+bool AnsweringDialogs::AnswerPenalties(CAnalysisDialog& dialog) {
+  const CAnalysisDialog& standing = *sequence_.current();
+  const Control& list = *std::ranges::find(standing.Controls(), "PenaltyList", &Control::name);
+  const Control& penalties = *std::ranges::find(dialog.Controls(), "Penalties", &Control::name);
+  if (penalties.bind.enter(dialog, list.bind.text(standing))) return dialog.OnOK();
+  answers_.Note(AnswerMember::none, false, "PenaltyList: " + dialog.TakeExplanation());
   dialog.OnCancel();
   return false;
 }

@@ -15,6 +15,8 @@ namespace qrvml {
 
 /// The template of the dialog that runs a training by itself as soon as it opens.
 inline constexpr int kTrainingTemplate = 3751;
+/// The template of the dialog that asks for the penalties of classes.
+inline constexpr int kPenaltyTemplate = 3765;
 
 class AnsweringDialogs : public DialogServices {
  public:
@@ -54,6 +56,8 @@ class AnsweringDialogs : public DialogServices {
   const AnswerNames& names() const { return names_; }
 
  private:
+  /// By the penalty list of the dialog that stands.
+  bool AnswerPenalties(CAnalysisDialog& dialog);
   bool AnswerVariableLists(VariableListsRequest& request, bool leadingEmpty);
   /// Notes an answer that cannot be used; false.
   bool Refuse(AnswerMember member, const std::string& answer, const std::string& error);

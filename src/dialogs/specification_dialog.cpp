@@ -261,6 +261,17 @@ bool SpecificationDialog::ReadCases(TrainingRowSink* sink) {
   return data_.ScanCases(profile_.method) && data_.LoadCases(profile_.method, sink);
 }
 
+bool SpecificationDialog::ReadSetting(std::string_view name, double& value) {
+  if (ReadFieldInRange(name, value)) return true;
+  const Control& control = *FindControl(name);
+  Explain(std::string(name) +
+          (control.kind == ControlKind::integer ? " takes a whole number from "
+                                                : " takes a number from ") +
+          ShortestText(control.range.lowest) + " to " + ShortestText(HighestOf(control)) +
+          ", not \"" + FieldText(control) + '"');
+  return Refuse(125);
+}
+
 bool SpecificationDialog::Train(const std::function<bool(bool silent)>& train,
                                 TrainingDisplay*& display) {
   const HostServices& services = analysis().services();

@@ -93,6 +93,9 @@ class SpecificationDialog : public CAnalysisDialog {
   bool SampleVariableIsNoAnalysisVariable();  // 315
   bool DrawSample();                          // unreadable field, percentage text, 207, 104
   bool ReadCases(TrainingRowSink* sink = nullptr);
+  /// Reads an edit field within its range. False, after message 125: the result says which field
+  /// takes what.
+  bool ReadSetting(std::string_view name, double& value);
   /// Calls train(silent): silently where a program drives the analysis, else inside the training
   /// progress dialog, to which `display` then refers.
   bool Train(const std::function<bool(bool silent)>& train, TrainingDisplay*& display);

@@ -149,10 +149,7 @@ class DialogAutomation final : public QrvAnalysisDialog {
   }
 
   AutomationResult OAOK() override {
-    return Call([&] {
-      dialog_->explanation_.clear();
-      return dialog_->OnOK() ? kDone : Failure(std::exchange(dialog_->explanation_, {}));
-    });
+    return Call([&] { return dialog_->OnOK() ? kDone : Failure(dialog_->TakeExplanation()); });
   }
   AutomationResult OACancel() override {
     return Call([&] { return dialog_->OnCancel() ? kDone : Failure(); });
@@ -253,7 +250,7 @@ class DialogAutomation final : public QrvAnalysisDialog {
         if (control.bind.enter == nullptr) {
           KeepTyped(control, text);
         } else if (!control.bind.enter(*dialog_, text)) {
-          return Failure();
+          return Failure(dialog_->TakeExplanation());
         }
         Record(control, text);
         return kDone;
@@ -345,9 +342,7 @@ bool CAnalysisDialog::ReadFieldInRange(std::string_view name, double& value) con
   } else if (!ReadField(name, read)) {
     return false;
   }
-  const double highest =
-      control.range.upTo == nullptr ? control.range.highest : control.range.upTo(*this);
-  if (!(read >= control.range.lowest && read <= highest)) return false;
+  if (!(read >= control.range.lowest && read <= HighestOf(control))) return false;
   value = read;
   return true;
 }

@@ -111,6 +111,13 @@ class CAnalysisDialog {
   /// Reads an edit field; false when its text is no number (integer: no 32-bit integer).
   bool ReadField(std::string_view name, double& value) const;
   bool ReadField(std::string_view name, std::int32_t& value) const;
+  /// Why the last call failed where no message box said it; empty otherwise.
+  std::string TakeExplanation() { return std::exchange(explanation_, {}); }
+
+  /// The upper bound of a field's range as it is now.
+  double HighestOf(const Control& control) const {
+    return control.range.upTo == nullptr ? control.range.highest : control.range.upTo(*this);
+  }
   /// Reads an edit field by its kind; false also when the number is outside the field's range.
   bool ReadFieldInRange(std::string_view name, double& value) const;
 
@@ -119,7 +126,7 @@ class CAnalysisDialog {
   void RefreshField(std::string_view name);
   /// A tab is shown to a person.
   virtual void TabShown(std::string_view) {}
-  /// Why the OK in progress fails, where no message box says it: the text of the automation result.
+  /// Why the call in progress fails, where no message box says it: the automation result's text.
   void Explain(std::string text) { explanation_ = std::move(text); }
 
  private:

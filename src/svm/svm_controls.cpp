@@ -52,6 +52,7 @@ constexpr auto usesGamma =
 constexpr auto usesBias = When<Dialog>([](const Dialog& d) {
   return d.choices().kernelType == kPolynomialKernel || d.choices().kernelType == kSigmoidKernel;
 });
+constexpr auto penalising = When<Dialog>([](const Dialog& d) { return d.engine().usePenalty; });
 constexpr auto hasContinuousInput =
     When<Dialog>([](const Dialog& d) { return d.HasContinuousPredictors(); });
 
@@ -251,6 +252,52 @@ std::vector<Control> LearningRows() {
                   d.data().scaleOutputs = value != 0;
                   return true;
                 })}},
+      {.name = "UsePenalty",
+       .kind = ControlKind::check,
+       .label = "&Use penalty for unbalanced class labels",
+       .tab = kTab,
+       .row = OptionRow(50412),
+       .enabled = !regression,
+       .bind = {.number = Of::Number([](const Dialog& d) {
+                  return d.engine().usePenalty && d.HasCategoricalDependents();
+                }),
+                .assign = Of::Assign([](Dialog& d, double value) {
+                  d.engine().SetUsePenalty(value != 0);
+                  return true;
+                })}},
+      {.name = "PenaltyList",
+       .kind = ControlKind::text,
+       .label = "Penalties in the order of the class texts",
+       .tab = kTab,
+       .row = OptionRow(50424, 5),
+       .enabled = penalising && !regression,
+       .bind = {.text = Of::Text([](const Dialog& d) { return d.engine().penaltyList; }),
+                .enter = Of::Enter(
+                    [](Dialog& d, std::string_view text) { return d.SetPenaltyList(text); })}},
+  };
+}
+
+/// A bound of a scaling range, outside the automation interface.
+Control RangeField(std::string_view name, std::string_view label, std::string_view group,
+                   Number number) {
+  Control control =
+      RealField(name, label, svm::kLearningTab, {-1, 1}, {}, hasContinuousInput, number);
+  control.group = group;
+  return control;
+}
+
+std::vector<Control> ScalingRangeRows() {
+  constexpr std::string_view kInputs = "Normer les vars indépendantes continues";
+  constexpr std::string_view kOutput = "Normer la variable dépendante continue";
+  return {
+      RangeField("Learning.InputLow", "inférieur", kInputs,
+                 Of::Number([](const Dialog& d) { return d.data().inputRange.lowest; })),
+      RangeField("Learning.InputHigh", "supérieur", kInputs,
+                 Of::Number([](const Dialog& d) { return d.data().inputRange.highest; })),
+      RangeField("Learning.OutputLow", "inférieur", kOutput,
+                 Of::Number([](const Dialog& d) { return d.data().outputRange.lowest; })),
+      RangeField("Learning.OutputHigh", "supérieur", kOutput,
+                 Of::Number([](const Dialog& d) { return d.data().outputRange.highest; })),
   };
 }
 
@@ -281,6 +328,7 @@ std::vector<Control> MakeTable() {
               {.identifier = 41204, .role = 1, .kind = 2, .type = 1, .after = 50379}),
           rows::SampleCodeProperty(kSampling, "CodeForLearningSample",
                                    {.identifier = 41205, .kind = 2, .type = 5, .after = 41204})});
+  Append(table, ScalingRangeRows());
   Append(table, {rows::SampleButton(kSampling), rows::SampleVariable(kSampling),
                  rows::SampleCode(kSampling), rows::SampleActive(kSampling),
                  rows::SampleState(kSampling), rows::SelectionConditions(), rows::CaseWeights()});

@@ -1,9 +1,13 @@
 #include "svm/svm_dialog.h"
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
 #include "host/analysis_support.h"
 #include "host/numerics.h"
+#include "svm/penalty_dialog.h"
+#include "svm/penalty_list.h"
 #include "svm/svm_dialog_texts.h"
 
 namespace qrvml {
@@ -116,10 +120,12 @@ bool SVMDialog::OnOK() {
   }
   if (!(SampleVariableIsNoAnalysisVariable()  // 315
         && DrawSample()                       // 296, percentage text, 207, 104
+        && ReadScalingRanges()                // 125
         && ReadCases(&engine_)))              // 104, 116, 218 to 221
     return false;
   engine_.ScaleSvmProblem();
-  if (!(ReadSettings()  // 125
+  if (!(ReadSettings()      // 125
+        && TakePenalties()  // no message box: the penalty list says what is wrong
         && Train([this](bool silent) { return engine_.TrainSvm(silent); },
                  engine_.display)))  // texts of the parameter check, 104, 155
     return false;
@@ -127,11 +133,76 @@ bool SVMDialog::OnOK() {
   return true;
 }
 
+bool SVMDialog::ReadScalingRanges() {
+  return (!data().scaleInputs ||
+          ReadScalingRange("Learning.InputLow", "Learning.InputHigh", data().inputRange)) &&
+         (!data().scaleOutputs ||
+          ReadScalingRange("Learning.OutputLow", "Learning.OutputHigh", data().outputRange));
+}
+
+bool SVMDialog::ReadScalingRange(std::string_view low, std::string_view high, ScalingRange& range) {
+  ScalingRange read{};
+  if (!ReadSetting(low, read.lowest) || !ReadSetting(high, read.highest)) return false;
+  if (read.lowest >= read.highest) {
+    Explain(std::string(low) + " must be below " + std::string(high));
+    return Refuse(125);
+  }
+  range = read;
+  return true;
+}
+
+bool SVMDialog::SetPenaltyList(std::string_view text) {
+  if (text.size() > kLongestPenaltyList) {
+    Explain("PenaltyList is at most " + std::to_string(kLongestPenaltyList) + " characters long");
+    return false;
+  }
+  engine_.penaltyList = text;
+  return true;
+}
+
+bool SVMDialog::TakePenalties() {
+  if (!engine_.usePenalty || !HasCategoricalDependents()) {
+    engine_.DiscardClassWeights();
+    return true;
+  }
+  if (!analysis().services().automation->IsOleAutomation()) return AskForPenalties();
+  std::string error;
+  if (engine_.TakePenaltyList(error)) return true;
+  Explain("PenaltyList: " + error);
+  return false;
+}
+
+bool SVMDialog::AskForPenalties() {
+  const auto classes = data().dependentCategories(0).classes();
+  const SVMParameters& parameters = engine_.parameters;
+  // Those of an earlier OK, if they belong to these classes.
+  const bool known = std::ranges::equal(
+      classes, parameters.classWeightLabels,
+      [](const CategoryTable::Class& entry, std::int32_t label) { return entry.code == label; });
+  PenaltyDialog dialog(
+      analysis(), classes,
+      known ? std::span<const double>(parameters.classWeights) : std::span<const double>());
+  if (!analysis().services().dialogs->RunModalDialog(PenaltyDialog::kTemplate, dialog)) {
+    engine_.DiscardClassWeights();
+    return false;
+  }
+  // A macro has nobody to ask.
+  const std::string list = dialog.ListText();
+  std::vector<double> given;
+  std::string error;
+  if (!ReadPenaltyList(engine_.penaltyList, classes, given, error) || given != dialog.penalties())
+    analysis().services().automation->RecordControlValue(*this, *FindControl("PenaltyList"), list,
+                                                         0);
+  engine_.SetClassWeights(dialog.penalties());
+  engine_.penaltyList = list;
+  return true;
+}
+
 bool SVMDialog::ReadSettings() {
   const auto read = [this](std::span<const StoredField> fields) {
     for (const StoredField& field : fields) {
       double value = 0;
-      if (!ReadFieldInRange(field.name, value)) return Refuse(125);
+      if (!ReadSetting(field.name, value)) return false;
       field.store(engine_, value);
     }
     return true;

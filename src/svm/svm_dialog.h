@@ -42,13 +42,20 @@ class SVMDialog final : public SpecificationDialog {
   /// A change sets V back to its default.
   void SetCrossValidation(bool apply);
   void SetShrinking(bool on) { choices_.shrinking = on; }
+  /// False, with the reason: the text is too long for its box.
+  bool SetPenaltyList(std::string_view text);
 
  protected:
   void VariablesChanged() override;
   void TabShown(std::string_view tab) override;
 
  private:
+  bool ReadScalingRanges();  // 125
+  bool ReadScalingRange(std::string_view low, std::string_view high, ScalingRange& range);
   bool ReadSettings();  // 125
+  /// The class weights: by the penalty list, or by a person in the penalty dialog.
+  bool TakePenalties();
+  bool AskForPenalties();
 
   SVMEngine& engine_;
   Choices choices_;

@@ -4,10 +4,9 @@
 #include <new>
 
 #include "host/analysis_support.h"
-#include "host/little_parser.h"
 #include "host/numerics.h"
 #include "host/string_table.h"
-#include "svm/svm_texts.h"
+#include "svm/penalty_list.h"
 
 namespace qrvml {
 namespace {
@@ -22,6 +21,7 @@ void SVMEngine::SetDefaults() {
   parameters = {};
   solver.maxIterations = 1000;
   usePenalty = applyCrossValidation = false;
+  penaltyList.clear();
   folds = 10;
   crossValidationSeed = static_cast<std::int32_t>(std::time(nullptr) / 1000);
   minimumC = 1.0, maximumC = 10.0, deltaC = 1.0;
@@ -60,11 +60,15 @@ void SVMEngine::ReleaseStatistics() {
 // --- Class weights ------------------------------------------------------------------------------
 
 void SVMEngine::SetUsePenalty(bool use) {
-  if (use && !usePenalty) {
-    parameters.classWeightLabels.clear();
-    parameters.classWeights.clear();
-  }
+  if (use == usePenalty) return;
+  if (use) DiscardClassWeights();
+  penaltyList.clear();
   usePenalty = use;
+}
+
+void SVMEngine::DiscardClassWeights() {
+  parameters.classWeightLabels.clear();
+  parameters.classWeights.clear();
 }
 
 void SVMEngine::SetClassWeights(std::span<const double> penalties) {
@@ -75,14 +79,12 @@ void SVMEngine::SetClassWeights(std::span<const double> penalties) {
   }
 }
 
-bool SVMEngine::TakePenaltyList(std::string_view text) {
-  std::vector<double> penalties(data_.dependentCategories(0).classes().size());
-  CLittleParser parser(text);
-  for (double& penalty : penalties) {
-    if (parser.Next() != CLittleParser::Symbol::number) return false;
-    penalty = parser.number();
-  }
+bool SVMEngine::TakePenaltyList(std::string& error) {
+  std::vector<double> penalties;
+  if (!ReadPenaltyList(penaltyList, data_.dependentCategories(0).classes(), penalties, error))
+    return false;
   SetClassWeights(penalties);
+  penaltyList = PenaltyListText(penalties);
   return true;
 }
 
@@ -173,9 +175,9 @@ bool SVMEngine::TrainSvm(bool silent) {
       SearchSvmParameters(silent);
       show(GetResourceString(310));
     }
-    show(kTrainingBegins);
+    show(GetResourceString(313));
     model = SvmTrain(problem, parameters, solver);
-    show(kTrainingEnds);
+    show(GetResourceString(314));
     show(GetResourceString(IsClassification() ? 311 : 312));
   } catch (const Cancelled&) {
     return fail();

@@ -43,13 +43,17 @@ class SVMEngine final : public TrainingRowSink {
   double minimumNu = 0.1, maximumNu = 0.5, deltaNu = 0.1;  // kept, not searched
   TrainingDisplay* display = nullptr;                      // where progress texts go; null: nowhere
 
-  /// Switching it on lets go of earlier class weights.
+  /// The penalties as a text in class order, as it was given or as OK made it.
+  std::string penaltyList;
+
+  /// A change empties the list; switching it on lets go of earlier class weights.
   void SetUsePenalty(bool use);
   /// One penalty per class of the dependent, in text order.
   void SetClassWeights(std::span<const double> penalties);
-  /// The same from a text of numbers separated by blanks. False, without a message: a class has no
+  /// The same from the list, which then holds just them. False, with what is wrong: a class has no
   /// number there.
-  bool TakePenaltyList(std::string_view text);
+  bool TakePenaltyList(std::string& error);
+  void DiscardClassWeights();
 
   // --- The training problem ----------------------------------------------------------------------
   SVMProblem problem;

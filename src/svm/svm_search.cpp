@@ -6,7 +6,6 @@
 #include "host/analysis_support.h"
 #include "host/string_table.h"
 #include "svm/svm_engine.h"
-#include "svm/svm_texts.h"
 
 namespace qrvml {
 namespace {
@@ -15,6 +14,7 @@ const HostServices& Host() { return CAnalysisContext::Current()->services(); }
 
 /// Points of a grid from minimum on; its maximum is not one of them.
 std::int32_t GridPoints(double minimum, double maximum, double delta) {
+  if (delta == 0) return 1;
   const double points = (maximum - minimum) / delta;
   return points >= 1.0 ? static_cast<std::int32_t>(std::min(points, 2147483647.0)) : 0;
 }
@@ -42,7 +42,7 @@ void SVMEngine::SearchSvmParameters(bool silent) {
 }
 
 void SVMEngine::ShuffleProblem(bool silent, HostArray<std::int32_t>& permutation) {
-  if (!silent) ShowStatus(kShuffleBegins);
+  if (!silent) ShowStatus(GetResourceString(352));
   const auto l = static_cast<std::int32_t>(lists_.size());
   for (std::int32_t i = 0; i < l;) {
     const double draw = Host().random->rnd_(crossValidationSeed);
@@ -62,7 +62,7 @@ void SVMEngine::ShuffleProblem(bool silent, HostArray<std::int32_t>& permutation
     if (!silent && Host().progress->pcancel() != 0) throw Cancelled();
     ++i;
   }
-  if (!silent) ShowStatus(kShuffleEnds);
+  if (!silent) ShowStatus(GetResourceString(353));
 }
 
 void SVMEngine::RestoreProblem(const HostArray<std::int32_t>& permutation) {
@@ -79,7 +79,7 @@ void SVMEngine::SearchGrid(bool silent) {
   double chosenEpsilon = parameters.epsilon;
   bestError = std::numeric_limits<double>::max();
   bestAccuracy = 0;
-  if (!silent) ShowStatus(kCrossValidationBegins);
+  if (!silent) ShowStatus(GetResourceString(354));
   const std::int32_t pointsC = GridPoints(minimumC, maximumC, deltaC);
   const std::int32_t pointsEpsilon = GridPoints(minimumEpsilon, maximumEpsilon, deltaEpsilon);
   const GridUse use = kGridUses[parameters.svmType];
@@ -115,7 +115,7 @@ void SVMEngine::PassFolds(bool silent) {
 
 void SVMEngine::ShowFold(bool silent, std::int32_t fold) const {
   if (silent) return;
-  ShowStatus(std::string(kCrossValidationSet) + " " + std::to_string(fold + 1));
+  ShowStatus(std::string(GetResourceString(355)) + " " + std::to_string(fold + 1));
 }
 
 double SVMEngine::CrossValidateSvm(bool silent) {

@@ -138,7 +138,7 @@ TEST(AnalysisOptionsUsage, WhatIsWrongIsNamed) {
       {{"f", "--do", "Summary,,"}, "--do"},
       {{"f", "g"}, "g"},
       {{"f", "--KNearestNeighbors", "5", "--KNearestNeighbors", "6"}, "--KNearestNeighbors"},
-      {{"f", "--diagnostics", "d.txt"}, "unknown option --diagnostics"},
+      {{"f", "--diagnose", "d.txt"}, "did you mean --diagnostics?"},
   };
   for (const auto& [arguments, part] : kCases) {
     const std::string text = Wrong(arguments);

@@ -219,11 +219,14 @@ TEST(SvmPenalties, AreListedInTextOrderAndChangeTheModel) {
   ASSERT_TRUE(analysis.Train());
   const double plain = analysis.engine.solver.objective;
   analysis.engine.SetUsePenalty(true);
+  std::string error;
   for (const char* text : {"", "2", "2 x", "2 ,", "nothing"}) {
-    EXPECT_FALSE(analysis.engine.TakePenaltyList(text)) << text;
+    analysis.engine.penaltyList = text;
+    EXPECT_FALSE(analysis.engine.TakePenaltyList(error)) << text;
   }
   EXPECT_EQ(analysis.engine.parameters.classWeightCount(), 0);
-  ASSERT_TRUE(analysis.engine.TakePenaltyList(" 0.01 3 "));
+  analysis.engine.penaltyList = " 0.01 3 ";
+  ASSERT_TRUE(analysis.engine.TakePenaltyList(error));
   EXPECT_EQ(analysis.engine.parameters.classWeightLabels, (std::vector<std::int32_t>{2, 1}));
   EXPECT_EQ(analysis.engine.parameters.classWeights, (Numbers{0.01, 3}));
   ASSERT_TRUE(analysis.engine.TrainSvm(true));

@@ -440,7 +440,7 @@ TEST(SvmPenaltyTable, ListsTheClassesInTextOrderWithTheirTrainingCases) {
   Results results(Triangle(), "| k | x z |", 3);
   results.engine.SetUsePenalty(true);
   ASSERT_TRUE(results.Load());
-  ASSERT_TRUE(results.engine.TakePenaltyList("2.5 1"));
+  results.engine.SetClassWeights(std::vector{2.5, 1.0});
   results.OpenResults();
   const Spreadsheet& table = results.Table("ClassPenalty");
   EXPECT_EQ(table.title, "Penalty for imbalanced data, k");

@@ -81,10 +81,59 @@ TEST_F(Shell, ARefusedOkEndsWithOneGivesTheMessageAndWritesNothing) {
 }
 
 TEST_F(Shell, WhatTheModuleMissesWithoutAMessageIsSaid) {
-  const Outcome outcome = Run({"knn", Example("iris.csv"), "--out", Out().string()});
-  EXPECT_EQ(outcome.code, 1);
-  EXPECT_NE(outcome.err.find("give --variables"), std::string::npos) << outcome.err;
-  EXPECT_FALSE(fs::exists(Out()));
+  const std::string iris = Example("iris.csv"), species = "| Species | 1-4 |";
+  const std::string classes = "in this order: setosa, versicolor, virginica";
+  const struct {
+    Words words;
+    std::string part;
+  } kCases[] = {
+      {{"knn", iris}, "give --variables"},
+      {{"svm", iris, "--variables", "| | 1-4 |"},
+       "no dependent variable is chosen: give --variables"},
+      {{"svm", iris, "--variables", species, "--use-penalty"}, "PenaltyList: the list is empty"},
+      {{"svm", iris, "--variables", species, "--use-penalty", "--penalty-list", "1 2"}, classes},
+      {{"svm", iris, "--variables", species, "--use-penalty", "--penalty-list", "1 x 2",
+        "--interactive=0"},
+       classes},
+  };
+  for (const auto& [words, part] : kCases) {
+    Words all = words;
+    all.insert(all.end(), {"--out", Out().string()});
+    if (words[0] == "svm") all.insert(all.end(), {"--diagnostics", Out().string() + ".log"});
+    const Outcome outcome = Run(all);
+    EXPECT_EQ(outcome.code, 1);
+    EXPECT_NE(outcome.err.find(part), std::string::npos) << outcome.err;
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_FALSE(fs::exists(Out()) || fs::exists(Out().string() + ".log"));
+  }
+}
+
+TEST_F(Shell, DiagnosticsGoToTheirFileAndNowhereElse) {
+  const std::string log = (root() / "solver.log").string();
+  Words words = {"svm",
+                 Example("iris.csv"),
+                 "--variables",
+                 "| Species | 1-4 |",
+                 "--apply-sampling",
+                 "0",
+                 "--do",
+                 "Summary"};
+  const Outcome without = Run(words);
+  EXPECT_EQ(without.code, 0) << without.err;
+  EXPECT_EQ(without.out.find("obj ="), std::string::npos);
+  words.insert(words.end(), {"--diagnostics", log});
+  const Outcome with = Run(words);
+  EXPECT_EQ(with.code, 0) << with.err;
+  EXPECT_EQ(with.out, without.out);
+  const std::string text = Content(log);
+  int pairs = 0;  // one optimisation for each pair of the three classes
+  for (std::size_t at = 0; (at = text.find("obj = ", at)) != std::string::npos; ++at) ++pairs;
+  EXPECT_EQ(pairs, 3);
+  EXPECT_TRUE(text.find("Total nSV = ") != std::string::npos) << text;
+  const Outcome again = Run(words);
+  EXPECT_EQ(again.code, 1);
+  EXPECT_NE(again.err.find("--diagnostics"), std::string::npos) << again.err;
+  EXPECT_EQ(Content(log), text);
 }
 
 TEST_F(Shell, ARefusedSettingNamesItAndWhatThereIs) {

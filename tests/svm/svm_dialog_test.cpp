@@ -1,0 +1,577 @@
+// The specification dialog through automation: its table, what is enabled when, what each step of
+// OK stores and refuses, penalties, and everything that can be refused or cancelled on the way.
+#include "svm/svm_dialog.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+
+#include "host/string_table.h"
+#include "support/scripted_host.h"
+#include "svm/penalty_dialog.h"
+
+namespace qrvml::test {
+namespace {
+
+constexpr const char* kHeader = "y k=rot,blau,gelb x z g=a,b part";
+
+TableFile Twelve() {
+  std::vector<std::string> rows;
+  const char* const classes[] = {"rot", "blau", "gelb"};
+  for (int t = 0; t < 12; ++t) {
+    rows.push_back(std::to_string(10 + t * t) + ' ' + classes[t % 3] + ' ' + std::to_string(t) +
+                   ' ' + std::to_string(t * 7 % 5) + (t % 4 < 2 ? " a " : " b ") +
+                   std::to_string(1 + t / 9));
+  }
+  return TableFile(kHeader, rows);
+}
+
+class SvmSession : public AnalysisSession {
+ public:
+  explicit SvmSession(std::string_view variables = {}) : AnalysisSession(Twelve()) {
+    OpenStartup();
+    EXPECT_TRUE(OK().Succeeded());
+    if (variables.empty()) return;
+    Put("Variables", variables);
+    Put("ApplySampling", 0);
+  }
+  SVMEngine& engine() { return *analysis.svmEngine(); }
+  AutomationResult TryPut(std::string_view name, std::string_view text) {
+    return dialog().Put(name, AutomationValue::Text(std::string(text)));
+  }
+  /// OK without going on to the results.
+  AutomationResult Accept() {
+    host.ForgetStreams();
+    host.exitStep = -1;
+    return dialog().OAOK();
+  }
+};
+
+struct FieldRow {
+  const char* name;
+  double standard, lowest, highest;
+  double other;  // a value within the range that is not the default
+  std::function<double(SVMEngine&)> stored;
+};
+constexpr double kMostReal = 999999999.9;
+
+/// The edits in the order in which OK reads them.
+std::vector<FieldRow> Fields() {
+  using E = SVMEngine;
+  return {
+      {"CParameter", 10, 1e-20, kMostReal, 3.5, [](E& e) { return e.parameters.C; }},
+      {"NuParameter", 0.5, 0, 1, 1, [](E& e) { return e.parameters.nu; }},
+      {"EpsilonParameter", 0.1, 0, kMostReal, 0.25, [](E& e) { return e.parameters.epsilon; }},
+      {"Degree", 3, 1, 999999999, 2, [](E& e) { return e.parameters.degree; }},
+      {"Gam", 0.5, 0, kMostReal, 0.75, [](E& e) { return e.parameters.gamma; }},
+      {"Bias", 0, 0, kMostReal, 1.5, [](E& e) { return e.parameters.coef0; }},
+      {"VValue", 10, 1, 12, 4, [](E& e) { return e.folds; }},
+      {"CrossVSeed", -1, 0, 999999999, 7, [](E& e) { return e.crossValidationSeed; }},
+      {"MinimumC", 1, 1e-20, kMostReal, 2, [](E& e) { return e.minimumC; }},
+      {"MaximumC", 10, 1e-20, kMostReal, 4, [](E& e) { return e.maximumC; }},
+      {"DeltaC", 1, 0, kMostReal, 2.5, [](E& e) { return e.deltaC; }},
+      {"MinimumEpsilon", 0.1, 0, kMostReal, 0.2, [](E& e) { return e.minimumEpsilon; }},
+      {"MaximumEpsilon", 0.5, 0, kMostReal, 0.7, [](E& e) { return e.maximumEpsilon; }},
+      {"DeltaEpsilon", 0.1, 0, kMostReal, 0.3, [](E& e) { return e.deltaEpsilon; }},
+      {"MinimumNu", 0.1, 0, 1, 0.2, [](E& e) { return e.minimumNu; }},
+      {"MaximumNu", 0.5, 0, 1, 0.6, [](E& e) { return e.maximumNu; }},
+      {"DeltaNu", 0.1, 0, kMostReal, 0.3, [](E& e) { return e.deltaNu; }},
+      {"MaxNoOfIterations", 1000, 1, 999999999, 50, [](E& e) { return e.solver.maxIterations; }},
+      {"StoppingAccuracy", 0.001, 1e-20, kMostReal, 0.01,
+       [](E& e) { return e.parameters.stoppingAccuracy; }},
+      {"CacheSize", 40, 0, 999999999, 5, [](E& e) { return e.parameters.cacheSize; }},
+  };
+}
+
+TEST(SvmDialog, HasTheDescribedRowsInTheirOrderWithTheirDefaults) {
+  const struct {
+    const char* name;
+    int identifier, type = 1;
+    double standard = 0;  // of a choice
+    int role = 0, kind = 2;
+  } rows[] = {{"CasewiseDeletionOfMD", 50367, 1, 1},
+              {"MeanSubstitutionOfMD", 50368},
+              {"Variables", 50370, 1, 0, 1},
+              {"ResponseCodes", 50371, 6, 0, 2, 1},
+              {"PredictorCodes", 50372, 6, 0, 2, 1},
+              {"ApplySampling", 50373, 1, 1},
+              {"UseRandomSampling", 50374, 1, 1},
+              {"UseSubsetvariable", 50375},
+              {"UseFirstNCases", 50376},
+              {"SizeOfTrainingSample", 50377, 2, 75},
+              {"SeedForRandomSampling", 50378, 1, -1},
+              {"NValue", 50379, 1, 9},
+              {"AnalysisAndCrossValidationSamples", 41204, 1, 0, 1},
+              {"CodeForLearningSample", 41205, 5},
+              {"UseCrossvalidationSample", 41206, 1, 1},
+              {"ClassType1", 50380, 1, 1},
+              {"ClassType2", 50381},
+              {"RegressionType1", 50382},
+              {"RegressionType2", 50383},
+              {"LinearKernel", 50384},
+              {"PolyKernel", 50385},
+              {"RBFKernel", 50386, 1, 1},
+              {"SigmoidKernel", 50387},
+              {"Degree", 50388, 1, 3},
+              {"Gam", 50389, 2, 0.5},
+              {"Bias", 50390, 2, 0},
+              {"CParameter", 50391, 2, 10},
+              {"EpsilonParameter", 50392, 2, 0.1},
+              {"NuParameter", 50393, 2, 0.5},
+              {"ApplyCrossV", 50394},
+              {"VValue", 50395, 1, 10},
+              {"CrossVSeed", 50396, 1, -1},
+              {"MinimumC", 50397, 2, 1},
+              {"MaximumC", 50398, 2, 10},
+              {"DeltaC", 50399, 2, 1},
+              {"MinimumEpsilon", 50400, 2, 0.1},
+              {"MaximumEpsilon", 50401, 2, 0.5},
+              {"DeltaEpsilon", 50402, 2, 0.1},
+              {"MinimumNu", 50403, 2, 0.1},
+              {"MaximumNu", 50404, 2, 0.5},
+              {"DeltaNu", 50405, 2, 0.1},
+              {"MaxNoOfIterations", 50406, 1, 1000},
+              {"StoppingAccuracy", 50407, 2, 0.001},
+              {"CacheSize", 50408, 1, 40},
+              {"ShrinkData", 50409, 1, 1},
+              {"ScaleInputs", 50410},
+              {"ScaleOutputs", 50411},
+              {"UsePenalty", 50412},
+              {"PenaltyList", 50424, 5}};
+  SvmSession session;
+  session.Put("Variables", "| k | x z |");
+  const auto description = session.dialog().DialogControlDescr();
+  ASSERT_EQ(description.size(), std::size(rows));
+  for (std::size_t i = 0; i < std::size(rows); ++i) {
+    SCOPED_TRACE(rows[i].name);
+    EXPECT_EQ(description[i].control->name, rows[i].name);
+    EXPECT_EQ(description[i].identifier, rows[i].identifier);
+    EXPECT_EQ(description[i].type, rows[i].type);
+    EXPECT_EQ(description[i].role, rows[i].role);
+    EXPECT_EQ(description[i].kind, rows[i].kind);
+    const ControlKind kind = description[i].control->kind;
+    if (kind == ControlKind::text || kind == ControlKind::pick || rows[i].standard < 0) continue;
+    EXPECT_EQ(session.Number(rows[i].name), rows[i].standard);
+  }
+  for (const FieldRow& field : Fields()) {
+    const Control* control = session.host.dialog->FindControl(field.name);
+    EXPECT_EQ(control->range.lowest, field.lowest) << field.name;
+    if (std::string_view(field.name) != "VValue") {
+      EXPECT_EQ(control->range.highest, field.highest) << field.name;
+    }
+  }
+  // The interface: settings of the SVM tab before those of the kernel, the sample's at its end.
+  std::vector<std::string_view> names, tabs;
+  for (const Control& control : session.dialog().Controls()) {
+    if (control.IsAutomated()) names.push_back(control.name);
+    if (!control.tab.empty() && std::ranges::count(tabs, control.tab) == 0)
+      tabs.push_back(control.tab);
+  }
+  const auto at = [&](std::string_view name) { return std::ranges::find(names, name); };
+  EXPECT_LT(at("NuParameter"), at("LinearKernel"));
+  EXPECT_EQ((std::vector(names.end() - 4, names.end())),
+            (std::vector<std::string_view>{"PenaltyList", "UseCrossvalidationSample",
+                                           "AnalysisAndCrossValidationSamples",
+                                           "CodeForLearningSample"}));
+  EXPECT_EQ(tabs, (std::vector<std::string_view>{"Base", "Echantillonnage", "SVM", "Noyau",
+                                                 "Sélection du modèle", "Apprentissage"}));
+}
+
+TEST(SvmDialog, EnablesItsControlsAsTheStateAsks) {
+  using Names = std::vector<std::string_view>;
+  const Names cGrid = {"MinimumC", "MaximumC", "DeltaC"};
+  const Names epsilonGrid = {"MinimumEpsilon", "MaximumEpsilon", "DeltaEpsilon"};
+  const Names nuGrid = {"MinimumNu", "MaximumNu", "DeltaNu"};
+  const auto plus = [](Names a, std::initializer_list<Names> more) {
+    for (const Names& b : more) a.insert(a.end(), b.begin(), b.end());
+    return a;
+  };
+  const struct {
+    const char *variables, *switched;
+    Names enabled, disabled;
+  } rows[] = {
+      {"", "RBFKernel", {}, {"ClassType1", "ClassType2", "RegressionType1", "RegressionType2"}},
+      {"| k | x |", "ClassType1", plus({"ClassType2", "CParameter", "ScaleInputs"}, {}),
+       plus({"RegressionType1", "RegressionType2", "NuParameter", "EpsilonParameter", "VValue",
+             "CrossVSeed", "ScaleOutputs"},
+            {cGrid, epsilonGrid, nuGrid})},
+      {"| k | x |", "ClassType2", {"NuParameter"}, {"CParameter", "EpsilonParameter"}},
+      {"y | | | g",
+       "RegressionType1",
+       {"CParameter", "EpsilonParameter", "ScaleOutputs"},
+       {"ClassType1", "ClassType2", "NuParameter", "ScaleInputs", "Learning.InputLow"}},
+      {"y | | x |",
+       "RegressionType2",
+       {"CParameter", "NuParameter", "Learning.InputHigh"},
+       {"EpsilonParameter", "UsePenalty", "PenaltyList"}},
+      {"| k | x |", "ApplyCrossV", plus({"VValue", "CrossVSeed"}, {cGrid}),
+       plus({"CParameter"}, {epsilonGrid, nuGrid})},
+      {"y | | x |", "ApplyCrossV", plus(cGrid, {epsilonGrid}),
+       plus({"CParameter", "EpsilonParameter"}, {nuGrid})},
+      {"| k | x |", "LinearKernel", {}, {"Degree", "Gam", "Bias"}},
+      {"| k | x |", "PolyKernel", {"Degree", "Gam", "Bias"}, {}},
+      {"| k | x |", "RBFKernel", {"Gam"}, {"Degree", "Bias"}},
+      {"| k | x |", "SigmoidKernel", {"Gam", "Bias"}, {"Degree"}},
+      {"| | x |", "ShrinkData", {}, {"ClassType1", "RegressionType1", "RBFKernel", "Gam"}},
+      {"| k | x |", "UsePenalty", {"PenaltyList"}, {}},
+      {"| k | x |", "ShrinkData", {"UsePenalty"}, {"PenaltyList"}},
+  };
+  for (const auto& row : rows) {
+    SvmSession session(row.variables);
+    session.Put(row.switched, 1);
+    for (const auto name : row.enabled)
+      EXPECT_TRUE(session.dialog().IsEnabled(name)) << row.variables << row.switched << ' ' << name;
+    for (const auto name : row.disabled)
+      EXPECT_FALSE(session.dialog().IsEnabled(name)) << row.variables << row.switched << name;
+  }
+  // The nu types search the nu row; the other C types both.
+  SvmSession session("y | | x |");
+  session.Put("RegressionType2", 1);
+  session.Put("ApplyCrossV", 1);
+  for (const auto name : plus(cGrid, {nuGrid})) EXPECT_TRUE(session.dialog().IsEnabled(name));
+  for (const auto name : epsilonGrid) EXPECT_FALSE(session.dialog().IsEnabled(name));
+  EXPECT_FALSE(session.TryPut("ClassType1", "1").Succeeded());
+  EXPECT_EQ(session.host.TakeMessages(), std::vector{0});
+  EXPECT_EQ(session.Number("RegressionType2"), 1);
+}
+
+TEST(SvmDialog, VariablesResetTypeAndGammaAndNothingElse) {
+  SvmSession session("| k | x z | g");
+  session.Put("ClassType2", 1);
+  session.Put("Gam", 7);
+  session.Put("LinearKernel", 1);
+  session.Put("CParameter", 2);
+  session.Put("Variables", "y | | x z | g part");
+  EXPECT_EQ(session.Number("RegressionType1"), 1);
+  EXPECT_EQ(session.Number("Gam"), 0.25);
+  EXPECT_EQ(session.Number("LinearKernel"), 1);
+  EXPECT_EQ(session.Number("CParameter"), 2);
+  session.Put("Variables", "| k | x z | g");
+  EXPECT_EQ(session.Number("ClassType1"), 1);
+  EXPECT_EQ(session.Number("Gam"), 1.0 / 3);
+  session.Put("Variables", "| | x z |");
+  EXPECT_EQ(session.engine().parameters.svmType, kOneClass);
+  session.host.variableListAnswers = {{{1}, {}, {3}, {}}};  // OK asks for a dependent
+  EXPECT_FALSE(session.Accept().Succeeded());
+  EXPECT_TRUE(session.host.messages.empty());
+  EXPECT_EQ(session.Text("Variables"), "y |  | x | ");
+}
+
+TEST(SvmDialog, TabsHideAndRefreshTheirFieldsWhenTheyShow) {
+  SvmSession session;
+  EXPECT_TRUE(session.dialog().ShowTab("Noyau").Succeeded());
+  EXPECT_EQ(session.Number("Gam"), 0.2) << "six variables in the file";
+  session.Put("Variables", "| | x |");
+  EXPECT_FALSE(session.dialog().HasTab("Noyau"));
+  EXPECT_FALSE(session.dialog().ShowTab("Noyau").Succeeded());
+  EXPECT_FALSE(session.dialog().ShowTab("Nirgends").Succeeded());
+  session.Put("Variables", "| k | x |");
+  EXPECT_TRUE(session.dialog().HasTab("Noyau"));
+  session.Put("Gam", 0);
+  EXPECT_TRUE(session.dialog().ShowTab("Apprentissage").Succeeded());
+  EXPECT_EQ(session.Number("Gam"), 0);
+  EXPECT_TRUE(session.dialog().ShowTab("Noyau").Succeeded());
+  EXPECT_EQ(session.Number("Gam"), 0.2);
+  session.Put("Gam", 3);
+  EXPECT_TRUE(session.dialog().ShowTab("Noyau").Succeeded());
+  EXPECT_EQ(session.Number("Gam"), 3);
+
+  session.Put("VValue", 4);
+  session.Put("ApplyCrossV", 0);  // no change
+  EXPECT_EQ(session.Number("VValue"), 4);
+  session.Put("ApplyCrossV", 1);
+  EXPECT_EQ(session.Number("VValue"), 10);
+  session.Put("VValue", 4);
+  EXPECT_TRUE(session.dialog().ShowTab("Sélection du modèle").Succeeded());
+  EXPECT_EQ(session.Number("VValue"), 10);
+}
+
+// --- OK ------------------------------------------------------------------------------------------
+
+TEST(SvmDialog, StoresTheFieldsUpToTheFirstThatCannotBeRead) {
+  const std::vector<FieldRow> fields = Fields();
+  for (std::size_t wrong = 0; wrong < fields.size(); ++wrong) {
+    const FieldRow& bad = fields[wrong];
+    SCOPED_TRACE(bad.name);
+    const std::string above = std::to_string(bad.highest + 1);
+    const std::string below = bad.lowest > 0 ? "0" : "-0.5";
+    for (const std::string& text : {std::string("x"), std::string(), above, below}) {
+      SvmSession session("| k | x z |");
+      session.Put("ClassType2", 1);
+      session.Put("SigmoidKernel", 1);
+      session.Put("ApplyCrossV", 1);
+      session.Put("ShrinkData", 0);
+      const std::int32_t seed = session.engine().crossValidationSeed;
+      for (const FieldRow& field : fields) session.Put(field.name, field.other);
+      EXPECT_TRUE(session.dialog().Type(bad.name, text).Succeeded());
+      if (bad.name == std::string_view("CacheSize") && text == "0") continue;
+      const AutomationResult result = session.Accept();
+      EXPECT_FALSE(result.Succeeded()) << text;
+      EXPECT_EQ(session.host.TakeMessages(), std::vector{125}) << text;
+      EXPECT_EQ(result.text.find(std::string(bad.name) + " takes a "), 0u) << result.text;
+      for (std::size_t i = 0; i < fields.size(); ++i) {
+        const double old = fields[i].standard < 0 ? seed : fields[i].standard;
+        EXPECT_EQ(fields[i].stored(session.engine()), i < wrong ? fields[i].other : old)
+            << fields[i].name;
+      }
+      EXPECT_EQ(session.engine().parameters.svmType, kNuClassification);
+      EXPECT_EQ(session.engine().parameters.kernelType, wrong > 2 ? kSigmoidKernel : kRadialKernel);
+      EXPECT_EQ(session.engine().applyCrossValidation, wrong > 5);
+      EXPECT_EQ(session.engine().parameters.shrinking, 1);
+      EXPECT_EQ(session.Number("ShrinkData"), 0) << "the dialog keeps what was chosen";
+    }
+  }
+}
+
+TEST(SvmDialog, GivesTheMessagesOfOkInTheirOrder) {
+  constexpr const char* kPercentage = "Size of training sample must lay in the range 0-100";
+  using Puts = std::vector<std::pair<const char*, const char*>>;
+  const struct {
+    Puts puts;  // the last one is typed
+    int message;
+    const char* text;
+  } rows[] = {
+      {{{"UseSubsetvariable", "1"}, {"Sample.Variable", "x"}, {"Gam", "y"}}, 315, ""},
+      {{{"UseRandomSampling", "1"}, {"Gam", "y"}, {"SizeOfTrainingSample", "viel"}}, 296, ""},
+      {{{"UseRandomSampling", "1"}, {"SizeOfTrainingSample", "0"}}, 0, kPercentage},
+      {{{"UseRandomSampling", "1"}, {"SizeOfTrainingSample", "100"}}, 0, kPercentage},
+      {{{"UseRandomSampling", "1"}, {"SeedForRandomSampling", "1.5"}}, 296, ""},
+      {{{"UseFirstNCases", "1"}, {"NValue", "1e"}}, 296, ""},
+      {{{"UseFirstNCases", "1"}, {"NValue", "1"}},
+       207,
+       "La valeur des N premières obs. doit être supérieure à 1 et inférieure à 12."},
+      {{{"UseFirstNCases", "1"}, {"NValue", "11"}}, 207, ""},
+      {{{"UseFirstNCases", "1"}, {"Gam", "y"}, {"NValue", "10"}}, 125, ""},
+      {{{"ApplySampling", "0"}, {"CParameter", "0"}}, 125, ""},
+      {{{"ApplySampling", "0"}, {"ScaleInputs", "1"}, {"Learning.InputLow", "1"}}, 125, ""},
+      {{{"ApplySampling", "0"}, {"CacheSize", "0"}}, 0, "Cache size must be larger than zero."},
+      {{{"ApplySampling", "0"}, {"ClassType2", "1"}, {"NuParameter", "1"}}, 155, ""},
+      {{{"ApplySampling", "0"}, {"Learning.InputLow", "1"}}, -1, ""},
+      {{{"UseFirstNCases", "1"}, {"NValue", "10"}}, -1, ""},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.puts.back().first) + ' ' + row.puts.back().second);
+    SvmSession session;
+    session.Put("Variables", "| k | x z |");
+    for (const auto& [name, text] : row.puts) {
+      const Control* control = session.host.dialog->FindControl(name);
+      if (control->IsField()) {
+        EXPECT_TRUE(session.dialog().Type(name, text).Succeeded());
+      } else {
+        session.Put(name, text);
+      }
+    }
+    EXPECT_EQ(session.Accept().Succeeded(), row.message < 0);
+    EXPECT_EQ(session.host.exitStep, row.message < 0 ? 105 : -1);
+    ASSERT_EQ(session.host.messages.size(), row.message < 0 ? 0u : 1u);
+    if (row.message < 0) continue;
+    EXPECT_EQ(session.host.messages[0].number, row.message);
+    if (*row.text != '\0') {
+      EXPECT_EQ(session.host.messages[0].text, row.text);
+    }
+  }
+}
+
+TEST(SvmDialog, ScalesOncePerOkAndIntoTheRangesThatAreShown) {
+  SvmSession session("y | | x z |");
+  session.Put("ScaleInputs", 1);
+  session.Put("ScaleOutputs", 1);
+  EXPECT_TRUE(session.data().scaleInputs && session.data().scaleOutputs) << "stored at once";
+  EXPECT_EQ(session.Number("Learning.OutputLow"), -1);
+  session.Put("Learning.InputLow", -0.5);
+  session.Put("Learning.OutputHigh", 0.5);
+  for (int run = 0; run < 2; ++run) {
+    ASSERT_TRUE(session.Accept().Succeeded());
+    const SVMProblem& problem = session.engine().problem;
+    for (int t = 0; t < 12; ++t) {
+      // x goes from 0 to 11, y from 10 to 131.
+      EXPECT_NEAR(problem.x[t].nodes[0].value, -0.5 + 1.5 * t / 11, 1e-12);
+      EXPECT_NEAR(problem.y[t], -1 + 1.5 * t * t / 121, 1e-12);
+    }
+  }
+}
+
+TEST(SvmDialog, ShowsItsProgressOnlyToAPerson) {
+  SvmSession session("| k | x z |");
+  session.Put("ApplyCrossV", 1);
+  session.Put("VValue", 3);
+  session.Put("MaximumC", 3);
+  session.Put("MaximumEpsilon", 0.2);
+  ASSERT_TRUE(session.Accept().Succeeded());
+  EXPECT_TRUE(session.host.statusTexts.empty());
+  session.host.isAutomation = false;
+  ASSERT_TRUE(session.Accept().Succeeded());
+  EXPECT_EQ(session.host.statusTexts,
+            (std::vector<std::string>{
+                "Initialisation de la validation croisée...",
+                "Mélange des données pour la validation croisée...", "Mélange des données terminé",
+                "Application de la validation croisée...", "Ensemble validation croisée 1",
+                "Ensemble validation croisée 2", "Ensemble validation croisée 3",
+                "Ensemble validation croisée 1", "Ensemble validation croisée 2",
+                "Ensemble validation croisée 3", "Validation croisée terminée",
+                "Initialisation de l'apprentissage...", "Apprentissage terminé",
+                "Calcul des statistiques de classification en cours..."}));
+  EXPECT_EQ(session.host.detailTexts, std::vector<std::string>{"Itérations... 1"});
+}
+
+TEST(SvmDialog, SetsTheSampleIdentifierDirectly) {
+  SvmSession session;
+  session.Put("Variables", "| k | x z |");
+  session.Put("UseSubsetvariable", 1);
+  session.Put("AnalysisAndCrossValidationSamples", "part");
+  EXPECT_EQ(session.Text("CodeForLearningSample"), "1");
+  EXPECT_EQ(session.Number("UseCrossvalidationSample"), 1);
+  EXPECT_EQ(session.Text("Sample.State"), "oui");
+  ASSERT_TRUE(session.Accept().Succeeded());
+  EXPECT_EQ(session.data().trainingCount(), 9);
+  session.Put("CodeForLearningSample", "2");
+  ASSERT_TRUE(session.Accept().Succeeded());
+  EXPECT_EQ(session.data().trainingCount(), 3);
+  session.host.variableAnswers = {5};
+  EXPECT_TRUE(session.Press("AnalysisAndCrossValidationSamples").Succeeded());
+  EXPECT_EQ(session.Text("Sample.Variable"), "g");
+  session.Put("UseCrossvalidationSample", 0);
+  EXPECT_EQ(session.Text("Sample.State"), "non");
+  EXPECT_EQ(session.Text("AnalysisAndCrossValidationSamples"), "");
+}
+
+// --- Penalties -----------------------------------------------------------------------------------
+
+TEST(SvmPenaltyList, ANumberForEachClassInTextOrderOrNothingRuns) {
+  SvmSession session("| k | x z |");
+  session.Put("UsePenalty", 1);
+  const struct {
+    const char *list, *reason;
+  } rows[] = {{"", "the list is empty"},
+              {"1 2", "only 2 of 3"},
+              {"1 zwei 3", "\"zwei\""},
+              {"1, 2, 3", "\",\" is no penalty"},
+              {"1 2 -3", "\"-3\" is no"}};
+  for (const auto& row : rows) {
+    session.Put("PenaltyList", row.list);
+    const AutomationResult result = session.Accept();
+    EXPECT_FALSE(result.Succeeded());
+    EXPECT_NE(result.text.find(row.reason), std::string::npos) << result.text;
+    EXPECT_NE(result.text.find("blau, gelb, rot"), std::string::npos) << result.text;
+    EXPECT_TRUE(session.host.messages.empty());
+    EXPECT_EQ(session.engine().model, nullptr);
+  }
+  session.Put("PenaltyList", "0.5  4 2");
+  ASSERT_TRUE(session.Accept().Succeeded());
+  EXPECT_EQ(session.engine().model->parameters.classWeightLabels,
+            (std::vector<std::int32_t>{2, 3, 1}));
+  EXPECT_EQ(session.engine().model->parameters.classWeights, (std::vector<double>{0.5, 4, 2}));
+
+  EXPECT_FALSE(session.TryPut("PenaltyList", std::string(5001, ' ')).Succeeded());
+  EXPECT_EQ(session.Text("PenaltyList"), "0.5 4 2 ");
+  session.Put("UsePenalty", 0);
+  EXPECT_EQ(session.Text("PenaltyList"), "");
+  ASSERT_TRUE(session.Accept().Succeeded());
+  EXPECT_TRUE(session.engine().model->parameters.classWeights.empty()) << "not passed on";
+  session.Put("PenaltyList", "1 2 3");
+  session.Put("UsePenalty", 1);
+  EXPECT_EQ(session.Text("PenaltyList"), "") << "every toggle empties it";
+  session.Put("UsePenalty", 1);
+  session.Put("PenaltyList", "1 2 3");
+  session.Put("UsePenalty", 1);  // no toggle
+  EXPECT_EQ(session.Text("PenaltyList"), "1 2 3");
+
+  session.Put("Variables", "y | | x |");
+  EXPECT_EQ(session.Number("UsePenalty"), 0) << "shown only for classes";
+  ASSERT_TRUE(session.Accept().Succeeded());
+  EXPECT_TRUE(session.engine().model->parameters.classWeights.empty());
+}
+
+TEST(SvmPenaltyDialog, AsksAPersonAndBeginsWhereTheLastOkEnded) {
+  SvmSession session("| k | x z |");
+  session.host.isAutomation = false;
+  session.Put("UsePenalty", 1);
+  std::string table;
+  std::function<bool(PenaltyDialog&)> answer;
+  session.host.modal = [&](int id, CAnalysisDialog& dialog) {
+    if (id != PenaltyDialog::kTemplate) return dialog.OnOK();
+    EXPECT_EQ(dialog.Automation()->Name(), "MachineLearningPenaltySelection");
+    AutomationValue text;
+    EXPECT_TRUE(dialog.Automation()->Get("Penalties.Table", text).Succeeded());
+    table = text.text;
+    return answer(static_cast<PenaltyDialog&>(dialog));
+  };
+  answer = [&](PenaltyDialog& dialog) {
+    const auto put = [&](const char* name, const char* text) {
+      return dialog.Automation()->Put(name, AutomationValue::Text(text));
+    };
+    EXPECT_FALSE(put("Penalties.Cell", "2 1 9").Succeeded());  // a name
+    EXPECT_FALSE(put("Penalties.Cell", "4 3 9").Succeeded());  // below the table
+    EXPECT_EQ(session.host.TakeMessages(), (std::vector{317, 317}));
+    EXPECT_FALSE(put("Penalties", "1 2").Succeeded());
+    EXPECT_TRUE(put("Penalties.Cell", "2 3 viel").Succeeded());
+    EXPECT_FALSE(dialog.OnOK());
+    EXPECT_EQ(session.host.TakeMessages(), std::vector{125});
+    EXPECT_TRUE(put("Penalties.Cell", "2 3 2.50").Succeeded());
+    EXPECT_TRUE(dialog.EditCell(1, 3, " 3 "));
+    return dialog.OnOK();
+  };
+  ASSERT_TRUE(session.Accept().Succeeded());
+  EXPECT_EQ(table, "Nom de la classe\tEffectifs\tPénalité\nblau\t4\t1\ngelb\t4\t1\nrot\t4\t1");
+  EXPECT_EQ(session.engine().model->parameters.classWeights, (std::vector<double>{3, 2.5, 1}));
+  EXPECT_EQ(session.Text("PenaltyList"), "3 2.50 1 ");
+  EXPECT_EQ(session.host.recorded.back(), (Recorded{"PenaltyList", "3 2.50 1 "}));
+
+  answer = [](PenaltyDialog&) { return false; };  // Cancel
+  EXPECT_FALSE(session.Accept().Succeeded());
+  EXPECT_NE(table.find("blau\t4\t3\ngelb\t4\t2.5\n"), std::string::npos) << table;
+  EXPECT_TRUE(session.engine().parameters.classWeights.empty());
+  EXPECT_EQ(session.host.exitStep, -1);
+
+  answer = [](PenaltyDialog& dialog) { return dialog.TakeList("1 2 3") && dialog.OnOK(); };
+  ASSERT_TRUE(session.Accept().Succeeded());
+  session.Put("UsePenalty", 0);
+  session.Put("UsePenalty", 1);
+  ASSERT_TRUE(session.Accept().Succeeded());
+  EXPECT_NE(table.find("blau\t4\t1\ngelb\t4\t1\nrot\t4\t1"), std::string::npos) << "from 1 again";
+}
+
+// --- Faults --------------------------------------------------------------------------------------
+
+TEST(SvmDialogFaults, MemoryRefusedOrACancelAnywhereKeepsTheDialogAndTheNextOkIsWhole) {
+  for (const bool cancels : {false, true}) {
+    SvmSession session;
+    session.Put("Variables", "| k | x z | g");
+    session.Put("UseFirstNCases", 1);
+    session.Put("NValue", 10);
+    session.Put("UsePenalty", 1);
+    session.Put("PenaltyList", "1 2 3");
+    session.Put("ApplyCrossV", 1);
+    session.Put("VValue", 2);
+    session.Put("MaximumC", 3);
+    session.host.isAutomation = false;
+    session.host.modal = [](int id, CAnalysisDialog& dialog) {
+      if (id == PenaltyDialog::kTemplate) static_cast<PenaltyDialog&>(dialog).TakeList("1 2 3");
+      return dialog.OnOK();
+    };
+    ASSERT_TRUE(session.Accept().Succeeded());
+    const std::vector<double> expected(session.engine().model->coefficients.begin(),
+                                       session.engine().model->coefficients.end());
+    const double chosenC = session.engine().parameters.C;
+    int faults = 0;
+    for (bool done = false; !done;) {
+      session.Put("CParameter", 10);
+      session.host.refuseAllocation = cancels ? 0 : session.host.allocations + faults + 1;
+      session.host.cancelAtPoll = cancels ? session.host.polls + faults + 1 : 0;
+      done = session.Accept().Succeeded();
+      session.host.cancelAtPoll = session.host.refuseAllocation = 0;
+      if (done) break;
+      ++faults;
+      EXPECT_EQ(session.host.TakeMessages(), cancels ? std::vector<int>() : std::vector{104});
+      EXPECT_EQ(session.host.openPasses + session.host.openIterDisplays, 0);
+      EXPECT_EQ(session.Text("PenaltyList"), "1 2 3 ");
+    }
+    EXPECT_GT(faults, cancels ? 10 : 60);
+    EXPECT_EQ(session.engine().parameters.C, chosenC);
+    EXPECT_TRUE(std::ranges::equal(session.engine().model->coefficients, expected));
+  }
+}
+
+}  // namespace
+}  // namespace qrvml::test
