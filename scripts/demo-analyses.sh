@@ -61,6 +61,10 @@ Show "Support vectors: six classes, inputs scaled, the vote shares of each class
   examples/fgl.csv --variables '|type|1-9|' --ScaleInputs --Gam 4 --seed-for-random-sampling 7 \
   --do 'Summary,DescriptiveStat,IncludeConfidence=1,PrintPredictions'
 
+Show "Rare classes made dear by penalties" svm examples/fgl.csv --variables '|type|1-9|' \
+  --ScaleInputs --Gam 4 --UsePenalty --PenaltyList '3 3 5 2 1 1' --seed-for-random-sampling 7 \
+  --do 'ClassPenalty,DescriptiveStat'
+
 Show "A regression by support vectors as a macro: C and epsilon by cross-validation, a typed case" \
   run examples/airquality.qvb
 

@@ -13,30 +13,23 @@ namespace {
 
 using Dialog = SVMResultsDialog;
 
-constexpr std::string_view kPenaltyTab = "Pénalité";
-
-constexpr auto hasPenalties = When<Dialog>([](const Dialog& d) { return d.HasPenalties(); });
-
 template <class Act>
 Control TableButton(std::string_view name, std::string_view label, std::string_view tab,
-                    int identifier, Act act, Rule enabled = nullptr) {
+                    int identifier, Act act) {
   return {.name = name,
           .kind = ControlKind::action,
           .label = label,
           .tab = tab,
           .row = {.identifier = identifier, .role = 4, .kind = 1, .type = 1},
-          .enabled = enabled,
           .bind = {.press = On<Dialog>::Press(act)}};
 }
 
 template <class Text>
-Control Note(std::string_view name, std::string_view label, std::string_view tab, Text text,
-             Rule enabled = nullptr) {
+Control Note(std::string_view name, std::string_view label, std::string_view tab, Text text) {
   return {.name = name,
           .kind = ControlKind::note,
           .label = label,
           .tab = tab,
-          .enabled = enabled,
           .bind = {.text = On<Dialog>::Text(text)}};
 }
 
@@ -73,9 +66,8 @@ std::vector<Control> MakeTable() {
       rows::IncludeCaseNames(),
       rows::CustomPredictions(),
       rows::PrintCustomPredictions(),
-      TableButton(
-          "ClassPenalty", "Pé&nalité", kPenaltyTab, 50450,
-          [](Dialog& d) { return d.ShowPenalties(); }, hasPenalties),
+      TableButton("ClassPenalty", "Pé&nalité", Dialog::kPenaltyTab, 50450,
+                  [](Dialog& d) { return d.ShowPenalties(); }),
       rows::CodeGenerator(),
       rows::CodeGeneratorCLang(),
       rows::CodeGeneratorQVB(),
@@ -83,10 +75,8 @@ std::vector<Control> MakeTable() {
       // Outside the automation interface.
       Note("Plot.Dependent", rows::kDependentLabel, rows::kPlotTab,
            [](const Dialog& d) { return d.items().DependentName(0); }),
-      Note(
-          "Penalties.List", {}, kPenaltyTab,
-          [](const Dialog& d) { return d.HasPenalties() ? d.PenaltyLines() : std::string(); },
-          hasPenalties),
+      Note("Penalties.List", {}, Dialog::kPenaltyTab,
+           [](const Dialog& d) { return d.HasPenalties() ? d.PenaltyLines() : std::string(); }),
   };
 }
 

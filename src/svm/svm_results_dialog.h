@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "results/results_dialog.h"
@@ -13,6 +14,7 @@ namespace qrvml {
 class SVMResultsDialog final : public ResultsDialog {
  public:
   static constexpr int kTemplate = 3758;
+  static constexpr std::string_view kPenaltyTab = "Pénalité";
 
   /// Writes the results text. The engine has a model and statistics. Throws MemoryRefused.
   SVMResultsDialog(CAnalysisSupport& analysis, AnalysisDataSet& data, SVMEngine& engine);
@@ -20,8 +22,10 @@ class SVMResultsDialog final : public ResultsDialog {
   static std::span<const Control> Table();
   std::span<const Control> Controls() const override { return Table(); }
 
-  const SVMEngine& engine() const { return engine_; }
-
+  /// The penalties' tab is there only while there are penalties.
+  bool IsTabHidden(std::string_view tab) const override {
+    return tab == kPenaltyTab && !HasPenalties();
+  }
   bool HasPenalties() const { return engine_.usePenalty && IsClassification(); }
   /// The lines of the results text.
   std::vector<std::string> ResultsText() const;
