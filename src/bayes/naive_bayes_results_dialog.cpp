@@ -167,43 +167,12 @@ std::string NaiveBayesResultsDialog::PriorList() const {
 
 // --- Choices -------------------------------------------------------------------------------------
 
-bool NaiveBayesResultsDialog::SelectOne(std::string_view property, std::string_view text,
-                                        std::size_t count,
-                                        const std::function<std::string(std::size_t)>& name,
-                                        std::size_t& chosen) const {
-  std::vector<std::vector<ListMember>> lists;
-  std::string error;
-  const bool isOne = ParseListText(text, lists, error) && lists.size() == 1 && lists[0].size() == 1;
-  for (std::size_t i = 0; i < count && isOne; ++i) {
-    const ListMember& member = lists[0][0];
-    const bool isChosen = member.kind == ListMember::Kind::number
-                              ? IsEqual(member.number, static_cast<double>(i + 1))
-                              : member.kind == ListMember::Kind::name && member.name == name(i);
-    if (!isChosen) continue;
-    chosen = i;
-    return true;
-  }
-  constexpr std::size_t kNamed = 8;
-  std::string offered;
-  for (std::size_t i = 0; i < std::min(count, kNamed); ++i)
-    offered += (i == 0 ? "" : ", ") + std::to_string(i + 1) + '=' + name(i);
-  if (count > kNamed) offered += " and so on to " + std::to_string(count);
-  return RefuseText(std::string(property) + " \"" + std::string(text) + "\" is none of " + offered);
-}
-
-bool NaiveBayesResultsDialog::SelectDependent(std::string_view property, std::string_view text,
-                                              std::size_t& chosen) const {
-  return SelectOne(
-      property, text, items().dependents(),
-      [this](std::size_t d) { return items().DependentName(d); }, chosen);
-}
-
 bool NaiveBayesResultsDialog::SelectPriorDependent(std::string_view text) {
-  return SelectDependent("SelectedOutputForPriorAssignment", text, priorDependent);
+  return SelectOneDependent("SelectedOutputForPriorAssignment", text, priorDependent);
 }
 
 bool NaiveBayesResultsDialog::SelectPosteriorDependent(std::string_view text) {
-  return SelectDependent("OutputForPosteriorPlot", text, posterior.dependent);
+  return SelectOneDependent("OutputForPosteriorPlot", text, posterior.dependent);
 }
 
 bool NaiveBayesResultsDialog::SelectPosteriorInput(std::string_view text) {

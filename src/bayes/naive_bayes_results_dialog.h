@@ -74,11 +74,6 @@ class NaiveBayesResultsDialog final : public ResultsDialog {
   bool ReadBound(std::string_view field, std::string_view name, double& value);
   bool ReadRange(double& minimum, double& maximum);
   Curves Vary(double minimum, double maximum);
-  /// The position of one of `count` names, given by name or number, that the property's text
-  /// chooses. False: it chooses none, which is told.
-  bool SelectOne(std::string_view property, std::string_view text, std::size_t count,
-                 const std::function<std::string(std::size_t)>& name, std::size_t& chosen) const;
-  bool SelectDependent(std::string_view property, std::string_view text, std::size_t& chosen) const;
   Spreadsheet SpecificationOf(std::size_t d) const;
 
   NaiveBayesEngine& engine_;

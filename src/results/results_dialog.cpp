@@ -43,22 +43,42 @@ void ResultsDialog::VisitRows(RowPolicy policy, bool predict,
   });
 }
 
-bool ResultsDialog::SelectDependent(std::string_view text) {
+bool ResultsDialog::SelectOne(std::string_view property, std::string_view text, std::size_t count,
+                              const std::function<std::string(std::size_t)>& name,
+                              std::size_t& chosen) const {
   std::vector<std::vector<ListMember>> lists;
   std::string error;
-  if (!ParseListText(text, lists, error) || lists.size() != 1 || lists[0].size() != 1) return false;
-  const ListMember& member = lists[0][0];
-  for (std::size_t d = 0; d < items_.dependents(); ++d) {
-    const bool chosen =
-        member.kind == ListMember::Kind::number
-            ? IsEqual(member.number, static_cast<double>(d + 1))
-            : member.kind == ListMember::Kind::name && member.name == items_.DependentName(d);
-    if (!chosen) continue;
-    // The lists offer other items now.
-    if (plot.dependent != d) plot = {.dependent = d, .x = -1, .y = {}, .z = -1};
+  const bool isOne = ParseListText(text, lists, error) && lists.size() == 1 && lists[0].size() == 1;
+  for (std::size_t i = 0; i < count && isOne; ++i) {
+    const ListMember& member = lists[0][0];
+    const bool isChosen = member.kind == ListMember::Kind::number
+                              ? IsEqual(member.number, static_cast<double>(i + 1))
+                              : member.kind == ListMember::Kind::name && member.name == name(i);
+    if (!isChosen) continue;
+    chosen = i;
     return true;
   }
-  return false;
+  constexpr std::size_t kNamed = 8;
+  std::string offered;
+  for (std::size_t i = 0; i < std::min(count, kNamed); ++i)
+    offered += (i == 0 ? "" : ", ") + std::to_string(i + 1) + '=' + name(i);
+  if (count > kNamed) offered += " and so on to " + std::to_string(count);
+  return RefuseText(std::string(property) + " \"" + std::string(text) + "\" is none of " + offered);
+}
+
+bool ResultsDialog::SelectOneDependent(std::string_view property, std::string_view text,
+                                       std::size_t& chosen) const {
+  return SelectOne(
+      property, text, items_.dependents(),
+      [this](std::size_t d) { return items_.DependentName(d); }, chosen);
+}
+
+bool ResultsDialog::SelectDependent(std::string_view text) {
+  std::size_t chosen = 0;
+  if (!SelectOneDependent("SelectOutputForPlotting", text, chosen)) return false;
+  // The lists offer other items now.
+  if (plot.dependent != chosen) plot = {.dependent = chosen, .x = -1, .y = {}, .z = -1};
+  return true;
 }
 
 std::string ResultsDialog::SelectedDependentText() const {
@@ -67,10 +87,19 @@ std::string ResultsDialog::SelectedDependentText() const {
 
 bool ResultsDialog::SelectItems(std::string_view text, bool several,
                                 std::vector<int>& chosen) const {
+  const std::vector<ResultItem> offered = PlotItems();
+  const auto refuse = [&] {
+    constexpr std::size_t kNamed = 8;
+    std::string names;
+    for (std::size_t p = 0; p < std::min(offered.size(), kNamed); ++p)
+      names += ' ' + std::to_string(p + 1) + '=' + MemberText(items_.ListText(offered[p]));
+    if (offered.size() > kNamed) names += " and so on to " + std::to_string(offered.size());
+    return RefuseText('"' + std::string(text) + "\" chooses " +
+                      (several ? "something else than" : "not one of") + names);
+  };
   std::vector<std::vector<ListMember>> lists;
   std::string error;
-  if (!ParseListText(text, lists, error) || lists.size() != 1) return false;
-  const std::vector<ResultItem> offered = PlotItems();
+  if (!ParseListText(text, lists, error) || lists.size() != 1) return refuse();
   const auto count = static_cast<int>(offered.size());
   std::vector<int> positions;
   const auto addRange = [&](double first, double last) {
@@ -83,10 +112,10 @@ bool ResultsDialog::SelectItems(std::string_view text, bool several,
   for (const ListMember& member : lists[0]) {
     switch (member.kind) {
       case ListMember::Kind::number:
-        if (!addRange(member.number, member.number)) return false;
+        if (!addRange(member.number, member.number)) return refuse();
         break;
       case ListMember::Kind::range:
-        if (!addRange(member.number, member.upper)) return false;
+        if (!addRange(member.number, member.upper)) return refuse();
         break;
       case ListMember::Kind::all:
         addRange(1, count);
@@ -98,13 +127,13 @@ bool ResultsDialog::SelectItems(std::string_view text, bool several,
         while (position < count &&
                items_.ListText(offered[static_cast<std::size_t>(position)]) != member.name)
           ++position;
-        if (position == count) return false;
+        if (position == count) return refuse();
         positions.push_back(position);
         break;
       }
     }
   }
-  if (!several && positions.size() > 1) return false;
+  if (!several && positions.size() > 1) return refuse();
   chosen = std::move(positions);
   return true;
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -87,7 +88,7 @@ class ResultsDialog : public CAnalysisDialog {
   bool SelectDependent(std::string_view text);
   std::string SelectedDependentText() const;
   /// Items by number from 1, "*", "None" or their list texts. `several`: more than one may be
-  /// chosen.
+  /// chosen. False, and nothing changed: the text chooses something else, which is told.
   bool SelectItems(std::string_view text, bool several, std::vector<int>& chosen) const;
   /// "1=Sepal.Length 2=…", the chosen ones marked with an asterisk.
   std::string OfferedText(std::span<const int> chosen) const;
@@ -101,6 +102,12 @@ class ResultsDialog : public CAnalysisDialog {
                   std::vector<double>& inputs) const;
 
  protected:
+  /// The position of one of `count` names, given by name or number, that the property's text
+  /// chooses. False: it chooses none, which is told.
+  bool SelectOne(std::string_view property, std::string_view text, std::size_t count,
+                 const std::function<std::string(std::size_t)>& name, std::size_t& chosen) const;
+  bool SelectOneDependent(std::string_view property, std::string_view text,
+                          std::size_t& chosen) const;
   /// Called before every table or graph of the cases. False, after a message: it is not made.
   virtual bool IsReady() { return true; }
   /// Lines below the title of the predictions table.

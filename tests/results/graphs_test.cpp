@@ -39,6 +39,11 @@ TEST(PlotLists, OfferTheInputsFirstThenTheDependentsItems) {
   for (const char* wrong : {"8", "0", "1.5", "nowhere", "1 2"}) {
     EXPECT_FALSE(knn.dialog().Put("SelectedItemX", AutomationValue::Text(wrong)).Succeeded())
         << wrong;
+    EXPECT_EQ(knn.host.messages,
+              (std::vector<Message>{{0, '"' + std::string(wrong) +
+                                            "\" chooses not one of 1=x 2=u 3=Observées 4=Prévues "
+                                            "5=Residus 6=\"Résidus abs.\" 7=\"Résidus carrés\""}}));
+    knn.host.messages.clear();
   }
   knn.Put("SelectedItemsY", "1 4-5");
   EXPECT_EQ(knn.Text("SelectedItemsY").substr(0, 5), "1=x* ");
