@@ -18,6 +18,10 @@ set_source_files_properties(
   "${test_places}"
   PROPERTIES COMPILE_DEFINITIONS
              "QRVML_PROGRAM=\"${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/qrvml\";QRVML_EXAMPLES=\"${CMAKE_CURRENT_SOURCE_DIR}/examples\";QRVML_TEST_DATA=\"${test_root}/data\"")
+# The one file of the tests that sees the header of the web library.
+set_source_files_properties(
+  "${test_root}/server/web_client.cpp" PROPERTIES COMPILE_OPTIONS "${HTTPLIB_CFLAGS}"
+                                                  SKIP_PRECOMPILE_HEADERS ON)
 # A folder of tests/ that is named like a room of src/ tests the module; every other one tests the
 # application, where tests/apphost/ stands for app/host/.
 function(qrvml_folders variable parent)

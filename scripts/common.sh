@@ -15,6 +15,8 @@ build_packages=(
   libreadstat-dev=/usr/include/readstat.h
   libpugixml-dev=/usr/include/pugixml.hpp
   libzip-dev=/usr/include/zip.h
+  libcpp-httplib-dev=/usr/include/httplib.h
+  pkg-config=pkg-config
 )
 test_packages=(
   libgtest-dev=/usr/include/gtest/gtest.h

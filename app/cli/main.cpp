@@ -16,6 +16,7 @@
 #include "cli/score_command.h"
 #include "cli/suggestion.h"
 #include "cli/verify_command.h"
+#include "cli/workbench_command.h"
 
 namespace qrvml {
 namespace {
@@ -33,7 +34,7 @@ constexpr Command kCommands[] = {
     {"run", "replay a macro", true},
     {"score", "apply a generated text to a file", true},
     {"verify", "check generated texts", true},
-    {"workbench", "the page in a browser", false},
+    {"workbench", "the page in a browser", true},
 };
 
 int WrongUsage(const std::string& text) {
@@ -93,6 +94,7 @@ int Dispatch(std::span<const std::string> words) {
   if (name == "run") return RunMacroCommand(arguments);
   if (name == "score") return RunScoreCommand(arguments);
   if (name == "verify") return RunVerifyCommand(arguments);
+  if (name == "workbench") return RunWorkbenchCommand(arguments, QRVML_VERSION);
   return DataCommand(arguments);
 }
 
