@@ -10,6 +10,7 @@
 
 #include "cli/command_line.h"
 #include "cli/exit_code.h"
+#include "cli/open_analysis.h"
 #include "host/module_library.h"
 #include "server/workbench_server.h"
 
@@ -63,6 +64,9 @@ int Run(const WorkbenchOptions& options, const std::string& version) {
   WorkbenchSettings settings;
   settings.version = version;
   settings.threads = options.open.threads;
+  settings.memory = options.open.memory;
+  for (const AnalysisCommand& kind : AnalysisCommands())
+    settings.kinds.push_back({kind.command, kind.title, kind.position, kind.specificationStep});
   std::string error;
   settings.factory = ModuleLibrary::Load(error);
   if (settings.factory == nullptr) {
@@ -79,6 +83,10 @@ int Run(const WorkbenchOptions& options, const std::string& version) {
 
   const sigset_t interrupts = HoldInterrupts();
   WorkbenchServer server(settings, ProgramFolder() / "page");
+  if (!data.empty() && !server.api().OpenNamedFile(options.open, error)) {
+    Complain(error);
+    return kExitFailed;
+  }
   if (!server.Start(options.port, error)) {
     Complain(error);
     return kExitFailed;

@@ -62,13 +62,17 @@ std::span<double> DataTable::Column(std::size_t chunk, int variable) {
 }
 
 void DataTable::Hold(std::size_t chunk) const {
-  if (const auto held = std::ranges::find(inUse_, chunk); held != inUse_.end()) {
-    newest_ = static_cast<std::size_t>(held - inUse_.begin());
-    return;
+  const std::lock_guard lock(held_->mutex);
+  auto& ring = held_->ring;
+  std::size_t& newest = held_->newest;
+  if (const auto found = std::ranges::find(ring, chunk); found != ring.end()) {
+    newest = static_cast<std::size_t>(found - ring.begin());
+  } else {
+    newest = (newest + 1) % ring.size();
+    if (ring[newest] != kNoChunk) chunks_[ring[newest]].cells.PutAside();
+    ring[newest] = chunk;
   }
-  newest_ = (newest_ + 1) % inUse_.size();
-  if (inUse_[newest_] != kNoChunk) chunks_[inUse_[newest_]].cells.PutAside();
-  inUse_[newest_] = chunk;
+  held_->last.store(chunk, std::memory_order_relaxed);
 }
 
 double DataTable::Value(int caseNumber, int variable) const {

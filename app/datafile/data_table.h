@@ -7,7 +7,10 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstddef>
+#include <memory>
+#include <mutex>
 #include <span>
 #include <string>
 #include <string_view>
@@ -39,7 +42,7 @@ struct Variable {
 /// How many categories a categorical variable of an analysis may have.
 inline constexpr std::size_t kMostCategories = 500;
 
-/// Used by one thread at a time, reading included: which chunks are in use is kept.
+/// Several threads may read; one that changes something must be alone.
 class DataTable {
  public:
   int NumberOfVariables() const { return static_cast<int>(variables_.size()); }
@@ -104,7 +107,7 @@ class DataTable {
 
   double* CellsOf(std::size_t chunk, int variable) const {
     const Chunk& from = chunks_[chunk];
-    if (from.cells.IsOnDisk() && chunk != inUse_[newest_]) Hold(chunk);
+    if (from.cells.IsOnDisk() && chunk != held_->last.load(std::memory_order_relaxed)) Hold(chunk);
     return from.cells.Cells() + static_cast<std::size_t>(variable - 1) * from.cases;
   }
   void Hold(std::size_t chunk) const;
@@ -115,10 +118,16 @@ class DataTable {
   std::vector<std::string> notes_;
   std::size_t cases_ = 0;
 
-  // The chunks on the disk that are held in memory, in a ring.
+  // The chunks on the disk that are held in memory, in a ring. A chunk that is put aside while
+  // another thread reads it comes in again by itself.
   static constexpr std::size_t kNoChunk = static_cast<std::size_t>(-1);
-  mutable std::array<std::size_t, 4> inUse_{kNoChunk, kNoChunk, kNoChunk, kNoChunk};
-  mutable std::size_t newest_ = 0;
+  struct HeldChunks {
+    std::mutex mutex;
+    std::array<std::size_t, 4> ring{kNoChunk, kNoChunk, kNoChunk, kNoChunk};
+    std::size_t newest = 0;
+    std::atomic<std::size_t> last{kNoChunk};  // the one in ring[newest]
+  };
+  std::unique_ptr<HeldChunks> held_ = std::make_unique<HeldChunks>();
 };
 
 /// The missing-data code of a column that holds the numbers `held` (those that matter are -9999,

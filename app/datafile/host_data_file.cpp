@@ -62,9 +62,9 @@ std::string ValueAsText(const DataTable& table, int variable, double value) {
 }
 
 HostDataFile::HostDataFile(DataTable table, std::string path)
-    : table_(std::move(table)),
+    : table_(std::make_shared<DataTable>(std::move(table))),
       path_(std::move(path)),
-      width_(static_cast<std::size_t>(table_.NumberOfVariables())),
+      width_(static_cast<std::size_t>(table_->NumberOfVariables())),
       untilHook_(kCasesBetweenHooks) {
   rows_.resize(width_ *
                std::clamp(kRowCells / std::max<std::size_t>(width_, 1), kFewestRows, kMostRows));
@@ -76,16 +76,16 @@ CaseStatus HostDataFile::cstrtw(int caseNumber, double* values, CaseInfo& info) 
   info.weight = 1;
   if (weight_ != 0) {
     const double weight = values[weight_];
-    info.weight = weight == table_.At(weight_).missingCode ? 0 : weight;
+    info.weight = weight == table_->At(weight_).missingCode ? 0 : weight;
   }
   info.name = {};
   if (caseNames_ != 0) {
     const double value = values[caseNames_];
-    const Variable& names = table_.At(caseNames_);
+    const Variable& names = table_->At(caseNames_);
     if (names.wasText && value != names.missingCode) {
       info.name = names.labels[static_cast<std::size_t>(value) - 1].text;
     } else {
-      nameOfNumber_ = ValueAsText(table_, caseNames_, value);
+      nameOfNumber_ = ValueAsText(*table_, caseNames_, value);
       info.name = nameOfNumber_;
     }
   }
@@ -107,9 +107,9 @@ CaseStatus HostDataFile::Deliver(int caseNumber, double* values) {
 
   if (caseNumber < rowsFirst_ || caseNumber >= rowsEnd_) {
     if (!inOrder) {
-      const DataTable::Place place = table_.Find(caseNumber);
-      const std::size_t cases = table_.CasesIn(place.chunk);
-      const double* cell = std::as_const(table_).Column(place.chunk, 1).data() + place.position;
+      const DataTable::Place place = table_->Find(caseNumber);
+      const std::size_t cases = table_->CasesIn(place.chunk);
+      const double* cell = std::as_const(*table_).Column(place.chunk, 1).data() + place.position;
       for (std::size_t i = 1; i <= width_; ++i, cell += cases) values[i] = *cell;
       return CaseStatus::delivered;
     }
@@ -121,10 +121,10 @@ CaseStatus HostDataFile::Deliver(int caseNumber, double* values) {
 
 void HostDataFile::LoadRows(int firstCase) {
   constexpr std::size_t kTogether = 8;  // variables: a cache line of every row
-  const DataTable::Place place = table_.Find(firstCase);
-  const std::size_t cases = table_.CasesIn(place.chunk);
+  const DataTable::Place place = table_->Find(firstCase);
+  const std::size_t cases = table_->CasesIn(place.chunk);
   const std::size_t rows = std::min(rows_.size() / width_, cases - place.position);
-  const double* cells = std::as_const(table_).Column(place.chunk, 1).data() + place.position;
+  const double* cells = std::as_const(*table_).Column(place.chunk, 1).data() + place.position;
   std::size_t column = 0;
   for (; column + kTogether <= width_; column += kTogether) {
     const double* from = cells + column * cases;
@@ -143,7 +143,7 @@ void HostDataFile::LoadRows(int firstCase) {
 }
 
 int HostDataFile::vvlcod(int variable, float code, std::string& label) const {
-  const std::string* found = table_.FindLabel(variable, code);
+  const std::string* found = table_->FindLabel(variable, code);
   if (!found) return 1;
   label = *found;
   return 0;
@@ -151,20 +151,20 @@ int HostDataFile::vvlcod(int variable, float code, std::string& label) const {
 
 std::string HostDataFile::getlab(int caseNumber) {
   if (caseNames_ == 0) return {};
-  return ValueAsText(table_, caseNames_, table_.Value(caseNumber, caseNames_));
+  return ValueAsText(*table_, caseNames_, table_->Value(caseNumber, caseNames_));
 }
 
 bool HostDataFile::IsSpecialFormatVariable(int variable) const {
-  return table_.At(variable).format != DisplayFormat::number;
+  return table_->At(variable).format != DisplayFormat::number;
 }
 
 bool HostDataFile::IsDateVar(int variable) const {
-  const DisplayFormat format = table_.At(variable).format;
+  const DisplayFormat format = table_->At(variable).format;
   return format == DisplayFormat::date || format == DisplayFormat::dateTime;
 }
 
 std::string HostDataFile::WriteSpecialFormatVariable(int variable, double value, int width) const {
-  const DisplayFormat format = table_.At(variable).format;
+  const DisplayFormat format = table_->At(variable).format;
   const std::string text = NumberAsText(format, value);
   return fmt::format("{:>{}}", text, std::max(width, 0));
 }
@@ -174,11 +174,11 @@ std::string HostDataFile::DataFileText() const {
 }
 
 bool HostDataFile::SetWeight(int variable, FileError& error) {
-  if (variable != 0 && table_.At(variable).wasText) {
+  if (variable != 0 && table_->At(variable).wasText) {
     error = {};
     error.file = path_;
-    error.what =
-        "the variable \"" + table_.At(variable).name + "\" holds texts and cannot be a case weight";
+    error.what = "the variable \"" + table_->At(variable).name +
+                 "\" holds texts and cannot be a case weight";
     error.right = "A case weight is a variable whose values are all numbers";
     return false;
   }
@@ -190,7 +190,7 @@ bool HostDataFile::SetWeight(int variable, FileError& error) {
 bool HostDataFile::SetSelection(const std::string& condition, FileError& error) {
   std::vector<std::uint8_t> selected;
   const bool all = TrimBlanks(condition).empty();
-  if (!all && !EvaluateCondition(table_, condition, selected, error)) return false;
+  if (!all && !EvaluateCondition(*table_, condition, selected, error)) return false;
   condition_ = all ? std::string() : condition;
   selected_ = std::move(selected);
   ++revision_;
@@ -217,10 +217,10 @@ bool HostDataFile::SetMissingCode(int variable, double code, FileError& error) {
     return false;
   };
   if (!std::isfinite(code)) return refuse("a missing-data code is a finite number");
-  table_.SetMissingCode(variable, code);
+  table_->SetMissingCode(variable, code);
   rowsEnd_ = rowsFirst_;
   if (!condition_.empty() && !SetSelection(condition_, error)) {
-    table_.SetMissingCode(variable, old);
+    table_->SetMissingCode(variable, old);
     return false;
   }
   ++revision_;
@@ -251,7 +251,7 @@ bool HostDataFile::FindVariable(const std::string& text, int& variable, FileErro
       name.erase(at, 1);
     }
   }
-  const int found = table_.FindVariable(name);
+  const int found = table_->FindVariable(name);
   if (found != 0) {
     variable = found;
     return true;

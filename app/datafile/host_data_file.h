@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,17 +14,19 @@
 
 namespace qrvml {
 
-/// Cases are served fastest in order. Used by one thread at a time.
+/// Cases are served fastest in order. Used by one thread at a time; a copy, which shares the cells
+/// and has settings of its own, may be used by another. Missing-data codes belong to the cells:
+/// they are set before there are copies.
 class HostDataFile final : public DataFile {
  public:
   HostDataFile(DataTable table, std::string path);
 
-  int NumberOfVariables() const override { return table_.NumberOfVariables(); }
-  int NumberOfCases() const override { return table_.NumberOfCases(); }
+  int NumberOfVariables() const override { return table_->NumberOfVariables(); }
+  int NumberOfCases() const override { return table_->NumberOfCases(); }
   CaseStatus cstrtw(int caseNumber, double* values, CaseInfo& info) override;
   CaseStatus cstart(int caseNumber, double* values) override;
-  double getmd5(int variable) const override { return table_.At(variable).missingCode; }
-  std::string getvn5(int variable) const override { return table_.At(variable).name; }
+  double getmd5(int variable) const override { return table_->At(variable).missingCode; }
+  std::string getvn5(int variable) const override { return table_->At(variable).name; }
   int vvlcod(int variable, float code, std::string& label) const override;
   std::string getlab(int caseNumber) override;
   bool IsSpecialFormatVariable(int variable) const override;
@@ -33,7 +36,7 @@ class HostDataFile final : public DataFile {
   /// The file's name without its folder.
   std::string DataFileText() const override;
 
-  const DataTable& Table() const { return table_; }
+  const DataTable& Table() const { return *table_; }
   const std::string& Path() const { return path_; }
   /// Grows with every change of missing-data codes, weight, selection or case names; whoever keeps
   /// something read from the file compares it.
@@ -75,7 +78,7 @@ class HostDataFile final : public DataFile {
     return rows_.data() + static_cast<std::size_t>(caseNumber - rowsFirst_) * width_;
   }
 
-  DataTable table_;
+  std::shared_ptr<DataTable> table_;
   const std::string path_;
   const std::size_t width_;  // variables
   std::uint64_t revision_ = 1;

@@ -145,6 +145,15 @@ bool ReadFormats(std::string_view text, std::vector<const DocumentFormat*>& form
   }
 }
 
+std::string DocumentFileName(std::size_t number, const Document& document,
+                             const DocumentFormat& format) {
+  char digits[32];
+  std::snprintf(digits, sizeof digits, "%03zu-", number);
+  const bool plain = format.name == kTxt.name;
+  return digits + Slug(DocumentTitle(document)) + '.' +
+         (plain ? TextExtension(document) : std::string(format.name));
+}
+
 std::string Slug(std::string_view title) {
   std::string slug;
   for (std::size_t at = 0; at < title.size() && slug.size() < kLongestSlug;) {
@@ -219,21 +228,17 @@ bool DocumentFiles::Write(const Workbook& workbook, std::string& error) {
 bool DocumentFiles::WriteDocument(const Workbook& workbook, std::size_t position,
                                   std::string& error) const {
   const Document& document = workbook.documents()[position];
-  char number[32];
-  std::snprintf(number, sizeof number, "%03zu-", position + 1);
-  const std::string name = number + Slug(DocumentTitle(document)) + '.';
   std::vector<const DocumentFormat*> holders;
   std::ranges::copy_if(formats_, std::back_inserter(holders),
                        [&](const DocumentFormat* format) { return format->holds(document); });
   if (holders.empty()) holders.push_back(&kTxt);
   for (const DocumentFormat* format : holders) {
     if (format->write == nullptr) continue;
-    const bool plain = format->name == kTxt.name;
-    const std::string extension = plain ? TextExtension(document) : std::string(format->name);
     const auto write = [&](const fs::path& file, std::string& reason) {
       return format->write(document, workbook.caseName, file, reason);
     };
-    if (!WriteFileWhole(folder_ / (name + extension), write, error)) return false;
+    if (!WriteFileWhole(folder_ / DocumentFileName(position + 1, document, *format), write, error))
+      return false;
   }
   return true;
 }

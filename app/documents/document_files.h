@@ -24,6 +24,10 @@ struct DocumentFormat {
                 std::string& error);
 };
 
+/// "003-predictions.csv": number with three digits, slug of the title, extension of the format.
+std::string DocumentFileName(std::size_t number, const Document& document,
+                             const DocumentFormat& format);
+
 /// Reads "txt,json"; a document that none of the formats holds is written as txt. False with
 /// `error` naming an unknown format and those that exist.
 bool ReadFormats(std::string_view text, std::vector<const DocumentFormat*>& formats,

@@ -18,7 +18,7 @@ struct TitleOf {
 void Workbook::PutResults(std::vector<std::string> lines) {
   const bool stands =
       !documents_.empty() && std::holds_alternative<ResultsText>(documents_.front());
-  if (!stands) documents_.insert(documents_.begin(), ResultsText{});
+  if (!stands) documents_.emplace_front(ResultsText{});
   std::get<ResultsText>(documents_.front()).lines = std::move(lines);
   if (onChange) onChange(0);
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <deque>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -23,7 +24,8 @@ using Document = std::variant<ResultsText, Spreadsheet, Graph, TextDocument>;
 
 class Workbook {
  public:
-  const std::vector<Document>& documents() const { return documents_; }
+  /// A document stays where it is in memory when others are added.
+  const std::deque<Document>& documents() const { return documents_; }
   /// The results text: always the first document; a later one takes its place.
   void PutResults(std::vector<std::string> lines);
   /// Puts a document behind the others.
@@ -35,7 +37,7 @@ class Workbook {
   std::function<void(std::size_t)> onChange;
 
  private:
-  std::vector<Document> documents_;
+  std::deque<Document> documents_;
 };
 
 /// The document's title; "results" for a results text.

@@ -104,6 +104,10 @@ AutomationResult AnalysisSession::Type(std::string_view name, std::string_view t
   return Call([&](QrvAnalysisDialog& open) { return open.Type(name, text); });
 }
 
+AutomationResult AnalysisSession::ShowTab(std::string_view tab) {
+  return Call([&](QrvAnalysisDialog& open) { return open.ShowTab(tab); });
+}
+
 AutomationResult AnalysisSession::Press(std::string_view name) {
   return Act([&](QrvAnalysisDialog& open) { return open.Press(name); });
 }

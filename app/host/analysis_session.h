@@ -41,6 +41,7 @@ class AnalysisSession {
   AutomationResult Get(std::string_view name, AutomationValue& value);
   AutomationResult Put(std::string_view name, const AutomationValue& value);
   AutomationResult Type(std::string_view name, std::string_view text);
+  AutomationResult ShowTab(std::string_view tab);
   AutomationResult Press(std::string_view name);
   AutomationResult OK();
   AutomationResult Cancel();

@@ -37,6 +37,14 @@ void AutomationHost::RecordAnswer(std::string_view member, std::string_view text
                       .value = std::string(text)});
 }
 
+void AutomationHost::InsertAnswer(std::size_t position, std::string_view member,
+                                  std::string_view text) {
+  changes_.insert(changes_.begin() + static_cast<std::ptrdiff_t>(position),
+                  {.what = RecordedChange::What::answer,
+                   .control = std::string(member),
+                   .value = std::string(text)});
+}
+
 bool AutomationHost::IsSetSinceRun(std::string_view control) const {
   for (const RecordedChange& change : changes_ | std::views::reverse) {
     if (change.what == RecordedChange::What::run) return false;

@@ -41,6 +41,8 @@ class AutomationHost : public AutomationServices {
 
   /// Records what the module does not tell: answers, and OK with the seeds that it read.
   void RecordAnswer(std::string_view member, std::string_view text);
+  /// The same before what stands at `position` of the changes, which the answer belongs to.
+  void InsertAnswer(std::size_t position, std::string_view member, std::string_view text);
   void RecordSeeds(QrvAnalysisDialog& dialog);
   void RecordRun() { changes_.push_back({.what = RecordedChange::What::run}); }
 

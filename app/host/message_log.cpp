@@ -5,6 +5,11 @@ namespace qrvml {
 BoxButton MessageLog::DspMessageBox(BoxType type, int number, std::string_view text) {
   messages_.push_back({number, std::string(text), step});
   if (show) show(messages_.back());
+  const bool asks = ask && !answers_.Has(AnswerMember::option);
+  if (asks) {
+    const LoggedMessage asked = messages_.back();
+    return ask(type, asked);
+  }
   if (type == BoxType::information) return BoxButton::ok;
   std::string answer;
   if (!answers_.Take(AnswerMember::option, "the question above", answer)) return BoxButton::cancel;

@@ -26,6 +26,9 @@ class MessageLog : public MessageServices {
 
   /// Shows a message when it comes; absent: it is only logged.
   std::function<void(const LoggedMessage&)> show;
+  /// Asks a person: a message that was not answered beforehand waits for its button. Absent: nobody
+  /// is there.
+  std::function<BoxButton(BoxType, const LoggedMessage&)> ask;
   /// What runs now; its messages carry the name.
   std::string step;
 

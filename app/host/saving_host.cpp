@@ -101,8 +101,10 @@ void SavingHost::SetFile(const HostDataFile* file) {
   file_ = file;
 }
 
-bool SavingHost::PickOutputs(std::string_view title, std::string_view,
+bool SavingHost::PickOutputs(std::string_view title, std::string_view prompt,
                              std::span<const std::string> offered, std::vector<int>& picked) {
+  if (askOutputs && !answers_.Has(AnswerMember::selection))
+    return askOutputs(title, prompt, offered, picked);
   std::string answer, error;
   if (!answers_.Take(AnswerMember::selection,
                      "a choice of outputs (\"" + std::string(title) + "\")", answer))
@@ -113,6 +115,7 @@ bool SavingHost::PickOutputs(std::string_view title, std::string_view,
 }
 
 bool SavingHost::DoSaveFileNameDlg(std::string& path) {
+  if (askFileName && !answers_.Has(AnswerMember::saveFileName)) return askFileName(path);
   return answers_.Take(AnswerMember::saveFileName, "the name of the new data file", path);
 }
 

@@ -2,6 +2,7 @@
 // that the target's name tells.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -27,6 +28,11 @@ class SavingHost : public SavingServices {
   void SetFile(const HostDataFile* file);
   /// Whether existing files may be replaced.
   bool overwrite = false;
+  /// Ask a person for what was not answered beforehand; absent: nobody is there.
+  std::function<bool(std::string_view title, std::string_view prompt,
+                     std::span<const std::string> offered, std::vector<int>& picked)>
+      askOutputs;
+  std::function<bool(std::string& path)> askFileName;
 
   /// The answer has numbers from 1, ranges, names or a lone `*` (all) or `None`; or it is just one
   /// of the names.

@@ -18,15 +18,17 @@ using httplib::Request;
 using httplib::Response;
 
 constexpr std::size_t kLargestBody = std::size_t{1} << 20;
-constexpr std::size_t kLargestUpload = std::size_t{2} << 30;
 constexpr std::size_t kThreads = 48;
 constexpr int kMostStreams = 24;  // of events; each takes a thread
 constexpr auto kPing = std::chrono::seconds(2);
 
 // Nothing but what comes from here, and no script or style inside the page's text.
 constexpr const char* kContentPolicy =
-    "default-src 'none'; script-src 'self'; style-src 'self'; style-src-attr 'unsafe-inline'; "
-    "img-src 'self' data: blob:; font-src 'self'; connect-src 'self'; worker-src 'self' blob:; "
+    "default-src 'none'; script-src 'self'; "
+    // The hash is that of no text: a library may make an empty style element and fill it by script.
+    "style-src 'self' 'sha256-47DEQpj8HBSa+/TImW+5JCeuQeRkm5NMpJWZG3hSuFU='; "
+    "style-src-attr 'unsafe-inline'; img-src 'self' data: blob:; font-src 'self'; connect-src "
+    "'self'; worker-src 'self' blob:; "
     "base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
 
 RequestOrigin OriginOf(const Request& request) {
@@ -111,11 +113,18 @@ class WorkbenchServer::Web {
       return false;
     }
     guard_ = std::make_unique<RequestGuard>(port, RandomToken());
-    thread_ = std::thread([this] { server_.listen_after_bind(); });
+    thread_ = std::thread([this] {
+      server_.listen_after_bind();
+      ended_ = true;
+    });
+    // A stop that came before it listens would go unheard.
+    while (!server_.is_running() && !ended_)
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
     return true;
   }
 
   void Stop() {
+    api_.EndAnalyses();
     api_.state().Close();
     stopping_ = true;
     server_.stop();
@@ -190,6 +199,9 @@ class WorkbenchServer::Web {
   /// A body is read to its end whatever becomes of it: what stayed on the connection would be taken
   /// for the next request.
   void TakeBody(const Request& request, Response& response, const httplib::ContentReader& reader) {
+    if (request.path == "/api/uploads" && request.method == "POST" &&
+        guard_->Check(OriginOf(request)) == 0)
+      return TakeUpload(request, response, reader);
     ApiRequest asked;
     bool tooLong = false;
     const auto take = [&](const char* data, std::size_t size) {
@@ -207,6 +219,29 @@ class WorkbenchServer::Web {
     if (!ReadApiPath(request.path, asked.path))
       return Send(response, ApiReply::Refusal(404, "there is nothing at this address"));
     Answer(request, std::move(asked), response);
+  }
+
+  /// Straight to the disk; what does not fit is read and dropped.
+  void TakeUpload(const Request& request, Response& response,
+                  const httplib::ContentReader& reader) {
+    const std::string name = request.get_param_value("name");
+    std::string error;
+    auto upload = api_.uploads().Begin(name, error);
+    std::uint64_t size = 0;
+    const auto take = [&](const char* data, std::size_t bytes) {
+      size += bytes;
+      if (upload != nullptr && !upload->Append(data, bytes)) upload.reset();
+      return true;
+    };
+    const bool read = request.is_multipart_form_data()
+                          ? reader([](const httplib::MultipartFormData&) { return true; }, take)
+                          : reader(take);
+    if (!error.empty()) return Send(response, ApiReply::Refusal(422, error));
+    const std::string id = upload != nullptr && read ? api_.uploads().Finish(*upload) : "";
+    if (id.empty())
+      return Send(response,
+                  ApiReply::Refusal(413, "the file is too large, was cut off or cannot be kept"));
+    Send(response, ApiReply::Of({{"upload", id}, {"name", name}, {"size", size}}));
   }
 
   void StreamEvents(const Request& request, Response& response) {
@@ -241,7 +276,7 @@ class WorkbenchServer::Web {
   std::unique_ptr<RequestGuard> guard_;
   httplib::Server server_;
   std::thread thread_;
-  std::atomic<bool> stopping_{false};
+  std::atomic<bool> stopping_{false}, ended_{false};
   std::atomic<int> streams_{0};
 };
 

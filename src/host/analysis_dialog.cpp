@@ -111,6 +111,35 @@ class DialogAutomation final : public QrvAnalysisDialog {
     });
   }
 
+  std::string ShownText(std::string_view name) const override {
+    const Control* control = Find(name);
+    if (control == nullptr) return {};
+    switch (control->kind) {
+      case ControlKind::integer:
+      case ControlKind::real:
+      case ControlKind::text:
+      case ControlKind::pick:
+        return dialog_->FieldText(*control);
+      case ControlKind::choice:
+      case ControlKind::note: {
+        CAnalysisContext::Scope scope(&dialog_->analysis());
+        if (control->bind.text != nullptr) return control->bind.text(*dialog_);
+        return std::string(control->kind == ControlKind::note ? control->label : "");
+      }
+      default:
+        return {};
+    }
+  }
+  OfferedItems Offered(std::string_view name) const override {
+    const Control* control = Find(name);
+    if (control == nullptr || control->bind.offered == nullptr) return {};
+    CAnalysisContext::Scope scope(&dialog_->analysis());
+    return control->bind.offered(*dialog_);
+  }
+  std::string LastFieldRead() const override {
+    return dialog_ == nullptr ? std::string() : dialog_->lastRead_;
+  }
+
   AutomationResult Get(std::string_view name, AutomationValue& value) override {
     return Call([&] {
       if (const AnswerMember member = FindAnswerMember(name); member != AnswerMember::none) {
@@ -149,7 +178,10 @@ class DialogAutomation final : public QrvAnalysisDialog {
   }
 
   AutomationResult OAOK() override {
-    return Call([&] { return dialog_->OnOK() ? kDone : Failure(dialog_->TakeExplanation()); });
+    return Call([&] {
+      dialog_->lastRead_.clear();
+      return dialog_->OnOK() ? kDone : Failure(dialog_->TakeExplanation());
+    });
   }
   AutomationResult OACancel() override {
     return Call([&] { return dialog_->OnCancel() ? kDone : Failure(); });
@@ -180,6 +212,9 @@ class DialogAutomation final : public QrvAnalysisDialog {
     return operation(*control);
   }
 
+  const Control* Find(std::string_view name) const {
+    return dialog_ == nullptr ? nullptr : dialog_->FindControl(name);
+  }
   AutomationServices& Automation() const { return *dialog_->analysis().services().automation; }
 
   static ControlDescription Describe(const Control& control) {
@@ -325,10 +360,12 @@ std::string CAnalysisDialog::FieldText(const Control& control) const {
 }
 
 bool CAnalysisDialog::ReadField(std::string_view name, double& value) const {
+  lastRead_ = name;
   return TextToDouble(FieldText(*FindControl(name)), value);
 }
 
 bool CAnalysisDialog::ReadField(std::string_view name, std::int32_t& value) const {
+  lastRead_ = name;
   return TextToInt(FieldText(*FindControl(name)), value);
 }
 

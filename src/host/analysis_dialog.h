@@ -64,6 +64,13 @@ class QrvAnalysisDialog {
   virtual bool HasTab(std::string_view tab) const = 0;
   /// The client shows a tab to a person. Fails for a tab that is hidden or does not exist.
   virtual AutomationResult ShowTab(std::string_view tab) = 0;
+  /// What a person sees: the text of a field as it was typed, the members of a pick, the words of a
+  /// choice, the text of a note. Empty for other controls.
+  virtual std::string ShownText(std::string_view name) const = 0;
+  /// What a list-valued text offers; nothing for other controls.
+  virtual OfferedItems Offered(std::string_view name) const = 0;
+  /// The edit field that the current or the last OK has read last; empty for none.
+  virtual std::string LastFieldRead() const = 0;
 
   /// Reads a property; of an action: performs it. Answer members can be read and put, too.
   virtual AutomationResult Get(std::string_view name, AutomationValue& value) = 0;
@@ -140,6 +147,7 @@ class CAnalysisDialog {
   std::shared_ptr<QrvAnalysisDialog> automation_;
   std::vector<Typed> typed_;  // fields that hold more than their setting
   std::string explanation_;
+  mutable std::string lastRead_;  // field of the running OK
 };
 
 /// Automation objects alive in this process; the library may be unloaded at 0.

@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace qrvml {
 
@@ -70,6 +71,12 @@ struct DescriptionRow {
 
 using Rule = bool (*)(const CAnalysisDialog&);
 
+/// The items that a list-valued text offers, and the chosen ones as positions from 0.
+struct OfferedItems {
+  std::vector<std::string> names;
+  std::vector<int> chosen;
+};
+
 /// What a control does. Handlers get the dialog whose table holds the row.
 struct Binding {
   double (*number)(const CAnalysisDialog&) = nullptr;     // check, radio, choice: value;
@@ -80,8 +87,9 @@ struct Binding {
                                                                 // pick: instead of an answer
   bool (*press)(CAnalysisDialog&) = nullptr;                    // pick, button, action
   std::span<const std::string_view> (*items)() = nullptr;  // choice: names that stand for positions
-  int (*constant)(const CAnalysisDialog&) = nullptr;       // host constant recorded for the value
-  AnswerMember answer = AnswerMember::none;                // pick: the service that it answers
+  OfferedItems (*offered)(const CAnalysisDialog&) = nullptr;  // text: what a list offers
+  int (*constant)(const CAnalysisDialog&) = nullptr;  // host constant recorded for the value
+  AnswerMember answer = AnswerMember::none;           // pick: the service that it answers
 };
 
 struct Control {

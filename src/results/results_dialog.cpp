@@ -151,6 +151,21 @@ std::string ResultsDialog::OfferedText(std::span<const int> chosen) const {
   return text;
 }
 
+OfferedItems ResultsDialog::OfferedPlotItems(std::vector<int> chosen) const {
+  OfferedItems items;
+  for (const ResultItem& item : PlotItems()) items.names.push_back(items_.ListText(item));
+  items.chosen = std::move(chosen);
+  return items;
+}
+
+OfferedItems ResultsDialog::OfferedDependents() const {
+  OfferedItems items;
+  for (const int variable : data_.roles().dependents)
+    items.names.push_back(analysis().services().file->getvn5(variable));
+  if (!items.names.empty()) items.chosen = {static_cast<int>(plot.dependent)};
+  return items;
+}
+
 std::string ResultsDialog::FileText() const {
   return '(' + analysis().services().file->DataFileText() + ')';
 }

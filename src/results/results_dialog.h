@@ -92,6 +92,9 @@ class ResultsDialog : public CAnalysisDialog {
   bool SelectItems(std::string_view text, bool several, std::vector<int>& chosen) const;
   /// "1=Sepal.Length 2=…", the chosen ones marked with an asterisk.
   std::string OfferedText(std::span<const int> chosen) const;
+  /// The same as items and positions.
+  OfferedItems OfferedPlotItems(std::vector<int> chosen) const;
+  OfferedItems OfferedDependents() const;
   /// The custom case as one text, and from one.
   std::string CustomCaseText() const;
   bool SetCustomCase(std::string_view text);

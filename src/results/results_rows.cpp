@@ -106,7 +106,13 @@ Control OneItem(std::string_view name, std::string_view label, int identifier) {
                      if (!d.SelectItems(text, false, chosen)) return false;
                      d.plot.*axis = chosen.empty() ? -1 : chosen.front();
                      return true;
-                   })}};
+                   }),
+                   .offered = [](const CAnalysisDialog& d) {
+                     const auto& dialog = static_cast<const Dialog&>(d);
+                     const int chosen = dialog.plot.*axis;
+                     return dialog.OfferedPlotItems(chosen < 0 ? std::vector<int>()
+                                                               : std::vector<int>{chosen});
+                   }}};
 }
 
 }  // namespace
@@ -160,7 +166,10 @@ Control SelectOutputForPlotting() {
           .row = TextRow(50440),
           .bind = {.text = Of::Text([](const Dialog& d) { return d.SelectedDependentText(); }),
                    .enter = Of::Enter(
-                       [](Dialog& d, std::string_view text) { return d.SelectDependent(text); })}};
+                       [](Dialog& d, std::string_view text) { return d.SelectDependent(text); }),
+                   .offered = [](const CAnalysisDialog& d) {
+                     return static_cast<const Dialog&>(d).OfferedDependents();
+                   }}};
 }
 
 Control SelectedItemX() { return OneItem<&PlotChoice::x>("SelectedItemX", "Axe X", 50441); }
@@ -175,7 +184,11 @@ Control SelectedItemsY() {
           .bind = {.text = Of::Text([](const Dialog& d) { return d.OfferedText(d.plot.y); }),
                    .enter = Of::Enter([](Dialog& d, std::string_view text) {
                      return d.SelectItems(text, true, d.plot.y);
-                   })}};
+                   }),
+                   .offered = [](const CAnalysisDialog& d) {
+                     const auto& dialog = static_cast<const Dialog&>(d);
+                     return dialog.OfferedPlotItems(dialog.plot.y);
+                   }}};
 }
 
 Control PlotHistogramsOfX() {

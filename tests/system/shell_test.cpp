@@ -37,7 +37,7 @@ TEST_F(Shell, WrongUsageEndsWithTwoSaysWhyAndWritesNothing) {
   } kCases[] = {
       {{}, "a command is missing"},
       {{"kn"}, "unknown command kn; did you mean knn?"},
-      {{"workbench"}, "not available in this version"},
+      {{"workbench", iris, "--port", "70000"}, "--port"},
       {{"knn"}, "FILE is missing"},
       {{"knn", iris, "--KNearestNeighbours", "3", "--out", out},
        "did you mean --KNearestNeighbors?"},

@@ -1,0 +1,40 @@
+#include "server/analysis_mailbox.h"
+
+#include <utility>
+
+namespace qrvml {
+
+std::optional<AnalysisMailbox::Waiting> AnalysisMailbox::Post(bool isAnswer, int target,
+                                                              Json content, int& call) {
+  const std::lock_guard lock(mutex_);
+  if (closed_ || target <= 0 || target != (isAnswer ? request_ : dialog_)) return std::nullopt;
+  dialog_ = request_ = 0;
+  call = isAnswer ? 0 : ++calls_;
+  letter_ = {isAnswer, call, std::move(content), std::make_shared<std::promise<LetterReply>>()};
+  Waiting reply = letter_->reply->get_future();
+  changed_.notify_all();
+  return reply;
+}
+
+void AnalysisMailbox::Close() {
+  const std::lock_guard lock(mutex_);
+  closed_ = true;
+  changed_.notify_all();
+}
+
+bool AnalysisMailbox::IsClosed() const {
+  const std::lock_guard lock(mutex_);
+  return closed_;
+}
+
+std::optional<Letter> AnalysisMailbox::Wait(int dialog, int request) {
+  std::unique_lock lock(mutex_);
+  dialog_ = dialog;
+  request_ = request;
+  changed_.wait(lock, [this] { return closed_ || letter_; });
+  dialog_ = request_ = 0;
+  // What came in time is still answered.
+  return std::exchange(letter_, std::nullopt);
+}
+
+}  // namespace qrvml

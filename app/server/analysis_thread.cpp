@@ -1,0 +1,540 @@
+#include "server/analysis_thread.h"
+
+#include <algorithm>
+#include <exception>
+
+#include "datafile/whole_file.h"
+#include "host/numerics.h"
+#include "macro/macro_text.h"
+#include "server/dialog_json.h"
+
+namespace qrvml {
+namespace {
+
+constexpr auto kPatience = std::chrono::milliseconds(200);  // of a page for the end of its calls
+constexpr int kStartupStep = 101;
+constexpr int kFirstResultsStep = 105;
+
+AutomationResult Failure(std::string text) { return {kAutomationFailure, std::move(text)}; }
+
+const Control* FindControl(QrvAnalysisDialog& dialog, std::string_view name) {
+  const auto controls = dialog.Controls();
+  const auto found = std::ranges::find(controls, name, &Control::name);
+  return found == controls.end() ? nullptr : &*found;
+}
+
+DialogLevel LevelOf(int step) {
+  if (step == kStartupStep) return DialogLevel::startup;
+  return step < kFirstResultsStep ? DialogLevel::specification : DialogLevel::results;
+}
+
+AutomationValue ValueOf(const Json& call) {
+  const Json& value = call.at("value");
+  if (value.is_boolean()) return AutomationValue::Number(value.get<bool>() ? 1 : 0);
+  if (value.is_number()) return AutomationValue::Number(value.get<double>());
+  return AutomationValue::Text(value.get<std::string>());
+}
+
+/// The same calls for the session's dialog and for a modal one.
+template <class Target, class OK, class Cancel>
+AutomationResult Make(Target& target, const Json& call, OK ok, Cancel cancel) {
+  const std::string kind = call.at("do").get<std::string>();
+  const std::string name = call.value("name", std::string());
+  if (kind == "ok") return ok();
+  if (kind == "cancel") return cancel();
+  if (kind == "press") return target.Press(name);
+  if (kind == "tab") return target.ShowTab(name);
+  if (kind == "type") return target.Type(name, call.at("text").get<std::string>());
+  if (kind == "set") return target.Put(name, ValueOf(call));
+  return Failure("there is no call \"" + kind + '"');
+}
+
+}  // namespace
+
+AnalysisThread::AnalysisThread(const AnalysisSurroundings& surroundings, int id,
+                               const FileShelf::Ref& file, const OfferedKind* kind)
+    : surroundings_(surroundings),
+      id_(id),
+      fileId_(file->id),
+      publisher_(*surroundings.state, id),
+      documents_(publisher_),
+      host_(
+          {.interactive = true, .threads = surroundings.threads, .memoryLimit = 0, .terminal = {}},
+          cancel_),
+      asker_(publisher_, mailbox_),
+      dialogs_(host_.sequence, host_.answers, asker_),
+      progress_(publisher_, cancel_) {
+  Take(file);
+  ConnectServices();
+  publisher_.TellWhole({{"file", file->id},
+                        {"kind", kind == nullptr ? "" : kind->kind},
+                        {"step", 0},
+                        {"state", "open"},
+                        {"reason", ""},
+                        {"busy", true},
+                        {"call", 0},
+                        {"dialog", nullptr},
+                        {"requests", Json::array()},
+                        {"progress", nullptr},
+                        {"documents", Json::array()},
+                        {"messages", Json::array()},
+                        {"macro", {{"lines", 0}}},
+                        {"canUndo", false}});
+  thread_ = std::thread([this, kind] { Run(kind); });
+}
+
+AnalysisThread::~AnalysisThread() {
+  try {
+    cancel_ = true;
+    mailbox_.Close();
+    thread_.join();
+    publisher_.Tell("analysisClosed", Json::object());
+  } catch (const std::exception&) {
+    // Without memory for an event; pages learn it when they ask again.
+  }
+}
+
+bool AnalysisThread::WaitUntilOpen(std::string& error) {
+  error = opened_.get_future().get();
+  return error.empty();
+}
+
+// --- What other threads ask ----------------------------------------------------------------------
+
+LetterReply AnalysisThread::PostCalls(const Json& body) {
+  int call = 0;
+  auto waiting = mailbox_.Post(false, body.at("dialog").get<int>(), body.at("calls"), call);
+  if (!waiting) return {409, {{"error", "the dialog has changed, or something runs"}}};
+  if (waiting->wait_for(kPatience) == std::future_status::ready) return waiting->get();
+  return {200, {{"analysis", id_}, {"call", call}, {"done", false}}};
+}
+
+LetterReply AnalysisThread::PostAnswer(const Json& body) {
+  int call = 0;
+  auto waiting = mailbox_.Post(true, body.at("request").get<int>(), body, call);
+  if (!waiting) return {409, {{"error", "this is not asked now"}}};
+  return waiting->get();
+}
+
+std::string AnalysisThread::MacroText() const {
+  const std::lock_guard lock(macroMutex_);
+  return macro_;
+}
+
+// --- The analysis's thread -----------------------------------------------------------------------
+
+void AnalysisThread::Run(const OfferedKind* kind) {
+  std::string error;
+  bool told = false;
+  try {
+    const bool open = OpenSession(kind, error);
+    if (open) TellNewDialog();
+    told = true;
+    opened_.set_value(open ? "" : error);
+    while (open) {
+      const auto letter = mailbox_.Wait(dialogNumber_, 0);
+      if (!letter) break;
+      letter->Reply(RunCalls(*letter));
+    }
+  } catch (const std::exception& failure) {
+    error = failure.what();
+    if (!told) opened_.set_value(error);
+  }
+  session_.reset();
+  if (!error.empty())
+    publisher_.TellWhole({{"state", "failed"},
+                          {"reason", error},
+                          {"busy", false},
+                          {"dialog", nullptr},
+                          {"requests", Json::array()},
+                          {"progress", nullptr}});
+}
+
+bool AnalysisThread::OpenSession(const OfferedKind* kind, std::string& error) {
+  session_ = std::make_unique<AnalysisSession>(Services(), host_.sequence, host_.random);
+  session_->beforeActing = [this] { return LookAtFile(); };
+  session_->beforeOK = [this](QrvAnalysisDialog& dialog) { host_.automation.RecordSeeds(dialog); };
+  session_->afterOK = [this] { host_.automation.RecordRun(); };
+  if (!session_->Open(surroundings_.factory, error)) return false;
+  if (kind == nullptr) return true;
+  const AutomationResult chosen =
+      session_->Put("TypeOfAnalysis", AutomationValue::Number(kind->position));
+  if (chosen.Succeeded() && session_->OK().Succeeded() &&
+      session_->step() == kind->specificationStep)
+    return true;
+  error = "the analysis cannot be opened: " + kind->title;
+  return false;
+}
+
+void AnalysisThread::ConnectServices() {
+  host_.workbook.onChange = [this](std::size_t position) {
+    documents_.Changed(host_.workbook.documents()[position], data_.back());
+  };
+  host_.messages.show = [this](const LoggedMessage& message) {
+    publisher_.Tell(
+        "message",
+        {{"message",
+          {{"number", message.number}, {"text", message.text}, {"step", message.step}}}});
+  };
+  host_.messages.ask = [this](BoxType type, const LoggedMessage& message) {
+    return AskMessage(type, message);
+  };
+  host_.saving.askOutputs = [this](auto title, auto prompt, auto offered, auto& picked) {
+    return AskForOutputs(title, prompt, offered, picked);
+  };
+  host_.saving.askFileName = [this](std::string& path) {
+    return AskForFileName(path, host_.saving.overwrite);
+  };
+  progress_.casesRead = [this] { return watched_->lastCase(); };
+  progress_.onBegin = [this] {
+    if (shown_ != nullptr && shown_->IsOpen()) fieldOfPass_ = shown_->LastFieldRead();
+  };
+  dialogs_.openFile = [this] { return AskForFile(); };
+  dialogs_.defineSelection = [this] { return takesNewData_ || AskForSelection(); };
+  dialogs_.defineWeight = [this] { return AskForWeight(); };
+  dialogs_.labelsOf = [this](int variable) {
+    Json labels = Json::array();
+    for (const ValueLabel& label : data_.back()->Table().At(variable).labels) {
+      if (labels.size() < kMostCategories) labels.push_back({label.code, label.text});
+    }
+    return labels;
+  };
+  dialogs_.onAnswer = [this](AnswerMember member, const std::string& text) {
+    given_.emplace_back(member, text);
+  };
+  asker_.runModalCalls = [this](const Letter& letter, QrvAnalysisDialog& dialog, int number,
+                                Json& states, bool& ended, bool& accepted) {
+    return RunModalCalls(letter, dialog, number, states, ended, accepted);
+  };
+}
+
+// --- Calls ---------------------------------------------------------------------------------------
+
+AutomationResult AnalysisThread::MakeCall(const Json& call, std::string& control) {
+  control = call.value("name", std::string());
+  host_.messages.step = control.empty() ? "OK" : control;
+  return Make(
+      *session_, call,
+      [&] {
+        AutomationResult result = session_->OK();
+        if (shown_ != nullptr && shown_->IsOpen()) {
+          // The field that was read last is the one that was refused, unless cases were read since.
+          const std::string field = shown_->LastFieldRead();
+          if (!result.Succeeded() && field != fieldOfPass_) control = field;
+        }
+        return result;
+      },
+      [&] { return session_->Cancel(); });
+}
+
+std::string AnalysisThread::ReasonOf(const AutomationResult& result, std::size_t messagesBefore) {
+  std::string reason = result.text;
+  for (const AnswerNote& note : host_.answers.TakeNotes()) {
+    if (note.missing) continue;
+    reason += (reason.empty() ? "" : "; ") + note.text;
+  }
+  const bool said = host_.messages.messages().size() > messagesBefore;
+  if (!result.Succeeded() && reason.empty() && !said && !cancel_ && !asker_.TakeAsked())
+    reason = "this is not possible now";
+  return reason;
+}
+
+LetterReply AnalysisThread::RunCalls(const Letter& letter) {
+  if (!letter.content.is_array()) return {422, {{"error", "calls are a list"}}};
+  cancel_ = mailbox_.IsClosed();
+  Json outcome = {{"analysis", id_}, {"call", letter.call}, {"done", true}, {"ok", true},
+                  {"failed", -1},    {"control", ""},       {"error", ""}};
+  bool tellsBusy = false;
+  for (std::size_t i = 0; i < letter.content.size(); ++i) {
+    const Json& call = letter.content[i];
+    std::string control;
+    AutomationResult result;
+    const std::size_t messages = host_.messages.messages().size();
+    const std::size_t position = host_.automation.changes().size();
+    given_.clear();
+    fieldOfPass_.clear();
+    asker_.TakeAsked();
+    try {
+      const std::string kind = call.at("do").get<std::string>();
+      if (!tellsBusy && (kind == "ok" || kind == "press")) {
+        tellsBusy = true;
+        publisher_.Tell("busy", {{"busy", true}, {"call", letter.call}});
+      }
+      result = MakeCall(call, control);
+    } catch (const Json::exception&) {
+      result = Failure("the call is not understood");
+    }
+    if (nextFile_ != nullptr) {
+      std::string error;
+      Take(std::exchange(nextFile_, nullptr));
+      if (!session_->ReplaceFile(Services(), error)) result = Failure(error);
+    }
+    RecordAnswers(result.Succeeded() ? position : host_.automation.changes().size(), call);
+    outcome["error"] = ReasonOf(result, messages);
+    if (result.Succeeded()) continue;
+    outcome["ok"] = false;
+    outcome["failed"] = i;
+    outcome["control"] = control;
+    break;
+  }
+  Json changed = Json::array();
+  TellDialog(&changed);
+  TellMacro();
+  outcome["controls"] = std::move(changed);
+  if (tellsBusy) publisher_.Tell("busy", {{"busy", false}, {"call", letter.call}});
+  publisher_.state().Publish("done", outcome);
+  return {200, std::move(outcome)};
+}
+
+LetterReply AnalysisThread::RunModalCalls(const Letter& letter, QrvAnalysisDialog& dialog,
+                                          int number, Json& states, bool& ended, bool& accepted) {
+  Json outcome = {{"analysis", id_}, {"call", letter.call}, {"done", true}, {"ok", true},
+                  {"failed", -1},    {"control", ""},       {"error", ""}};
+  for (std::size_t i = 0; i < letter.content.size() && !ended; ++i) {
+    const Json& call = letter.content[i];
+    const std::size_t messages = host_.messages.messages().size();
+    AutomationResult result;
+    try {
+      result = Make(
+          dialog, call,
+          [&] {
+            AutomationResult end = dialog.OAOK();
+            ended = accepted = end.Succeeded();
+            return end;
+          },
+          [&] {
+            ended = true;
+            return dialog.OACancel();
+          });
+    } catch (const Json::exception&) {
+      result = Failure("the call is not understood");
+    }
+    outcome["error"] = ReasonOf(result, messages);
+    if (result.Succeeded()) continue;
+    outcome["ok"] = false;
+    outcome["failed"] = i;
+    outcome["control"] = call.value("name", std::string());
+    break;
+  }
+  Json changed = ChangedStates(states, ControlStates(dialog));
+  if (!changed.empty()) publisher_.Tell("controls", {{"dialog", number}, {"controls", changed}});
+  outcome["controls"] = std::move(changed);
+  publisher_.state().Publish("done", outcome);
+  return {200, std::move(outcome)};
+}
+
+// --- What pages see ------------------------------------------------------------------------------
+
+void AnalysisThread::TellDialog(Json* changed) {
+  if (session_->dialog() != shown_) return TellNewDialog();
+  if (shown_ == nullptr) return;
+  *changed = ChangedStates(states_, ControlStates(*shown_));
+  if (!changed->empty())
+    publisher_.Tell("controls", {{"dialog", dialogNumber_}, {"controls", *changed}});
+}
+
+void AnalysisThread::TellNewDialog() {
+  shown_ = session_->dialog();
+  dialogNumber_ = shown_ == nullptr ? 0 : AnalysisPublisher::NewNumber();
+  const int step = shown_ == nullptr ? 0 : session_->step();
+  Json whole = {{"step", step},
+                {"state", shown_ == nullptr ? "ended" : "open"},
+                {"busy", false},
+                {"dialog", nullptr},
+                {"file", fileId_.load()}};
+  if (shown_ != nullptr) {
+    states_ = ControlStates(*shown_);
+    whole["dialog"] =
+        DialogJson(*shown_, dialogNumber_, host_.sequence.templateId(), step, LevelOf(step));
+  }
+  for (const OfferedKind& kind : surroundings_.kinds) {
+    if (kind.specificationStep == step) whole["kind"] = kind.kind;
+  }
+  publisher_.TellWhole(whole);
+}
+
+void AnalysisThread::TellMacro() {
+  const auto& changes = host_.automation.changes();
+  if (changes.size() == changes_) return;
+  changes_ = changes.size();
+  std::string text = qrvml::MacroText(file_->options, changes);
+  const auto lines = std::ranges::count(text, '\n');
+  {
+    const std::lock_guard lock(macroMutex_);
+    macro_ = std::move(text);
+  }
+  publisher_.Tell("macro", {{"lines", lines}});
+}
+
+/// A script that replays an action needs the answers that a person gave; a choice that is recorded
+/// as a value has them already.
+void AnalysisThread::RecordAnswers(std::size_t position, const Json& call) {
+  const Control* control = shown_ == nullptr || !shown_->IsOpen()
+                               ? nullptr
+                               : FindControl(*shown_, call.value("name", std::string()));
+  if (control != nullptr && control->kind == ControlKind::pick) return;
+  if (position >= host_.automation.changes().size()) return;
+  for (const auto& [member, text] : given_)
+    host_.automation.InsertAnswer(position++, kAnswerNames[static_cast<std::size_t>(member)], text);
+}
+
+// --- The data file -------------------------------------------------------------------------------
+
+HostServices AnalysisThread::Services() {
+  const HostDataFile* data = data_.back().get();
+  LabelLookup codeOfLabel = [data](int variable, std::string_view label, double& code) {
+    return data->Table().FindCode(variable, label, code);
+  };
+  HostServices services = host_.Services(*watched_, codeOfLabel, data);
+  dialogs_.SetNames({watched_.get(), std::move(codeOfLabel)});
+  services.dialogs = &dialogs_;
+  services.progress = &progress_;
+  return services;
+}
+
+void AnalysisThread::Take(const FileShelf::Ref& file) {
+  file_ = file;
+  fileId_ = file->id;
+  data_.push_back(std::make_shared<HostDataFile>(*file->data));
+  if (watched_ == nullptr) {
+    watched_ = std::make_unique<WatchedDataFile>(*data_.back(), cancel_);
+  } else {
+    watched_->Watch(*data_.back());
+  }
+}
+
+AutomationResult AnalysisThread::LookAtFile() {
+  std::string error;
+  if (!surroundings_.shelf->Refresh(file_->id, error)) return Failure(error);
+  const FileShelf::Ref now = surroundings_.shelf->Find(file_->id);
+  if (now == nullptr || now->revision == file_->revision) return {};
+  if (now->readings != file_->readings) {
+    Take(now);
+    const std::string changed = now->name + " has changed since it was opened";
+    if (!session_->ReplaceFile(Services(), error)) return Failure(changed + ". " + error);
+    return Failure(changed + ": it was read again, and the analysis starts over");
+  }
+  const bool hasResults = session_->step() >= kFirstResultsStep;
+  if (hasResults) {
+    const LoggedMessage question{
+        0,
+        "The selection conditions, the weights or the case names of the data have changed. Back to "
+        "the specification, so that the model is trained on the new data?",
+        "data"};
+    if (AskMessage(BoxType::okCancel, question) != BoxButton::ok)
+      return Failure("The results belong to the data as they were before");
+  }
+  Take(now);
+  Services();
+  if (hasResults) session_->Cancel();
+  AskForNewRead();
+  return hasResults ? Failure("The data have changed: train the model again") : AutomationResult{};
+}
+
+/// The dialogs ask for a new read when their button has changed the conditions.
+void AnalysisThread::AskForNewRead() {
+  const auto dialog = session_->dialog();
+  const Control* control =
+      dialog == nullptr ? nullptr : FindControl(*dialog, "SelectionConditions");
+  if (control == nullptr || control->bind.press == nullptr) return;
+  takesNewData_ = true;
+  control->bind.press(*host_.sequence.current());
+  takesNewData_ = false;
+}
+
+bool AnalysisThread::AskForFile() {
+  return asker_.Ask("dataFile", {{"file", file_->id}}, [&](const Json& answer) -> std::string {
+    nextFile_ = surroundings_.shelf->Find(answer.at("file").get<int>());
+    return nextFile_ == nullptr ? "this file is not open" : "";
+  });
+}
+
+bool AnalysisThread::AskForSelection() {
+  const Json shown = {{"select", data_.back()->Selection()}, {"file", file_->id}};
+  return asker_.Ask("selection", shown, [&](const Json& answer) {
+    std::string error;
+    FileSettings settings;
+    settings.select = answer.at("select").get<std::string>();
+    if (surroundings_.shelf->Change(file_->id, settings, error)) {
+      Take(surroundings_.shelf->Find(file_->id));
+      Services();
+    }
+    return error;
+  });
+}
+
+bool AnalysisThread::AskForWeight() {
+  const Json shown = {{"weight", data_.back()->WeightVariable()}, {"file", file_->id}};
+  return asker_.Ask("weight", shown, [&](const Json& answer) {
+    std::string error;
+    FileSettings settings;
+    settings.weight = answer.at("weight").get<int>();
+    if (surroundings_.shelf->Change(file_->id, settings, error)) {
+      Take(surroundings_.shelf->Find(file_->id));
+      Services();
+    }
+    return error;
+  });
+}
+
+// --- Other requests ------------------------------------------------------------------------------
+
+BoxButton AnalysisThread::AskMessage(BoxType type, const LoggedMessage& message) {
+  const bool isQuestion = type == BoxType::okCancel;
+  Json shown = {{"number", message.number}, {"text", message.text}};
+  shown["buttons"] = isQuestion ? Json::array({"ok", "cancel"}) : Json::array({"ok"});
+  BoxButton pressed = BoxButton::cancel;
+  const bool answered = asker_.Ask("message", shown, [&](const Json& answer) -> std::string {
+    const std::string button = answer.at("button").get<std::string>();
+    if (button != "ok" && (button != "cancel" || !isQuestion)) return "there is no such button";
+    if (button == "ok") pressed = BoxButton::ok;
+    return {};
+  });
+  if (!isQuestion) return BoxButton::ok;
+  if (answered)
+    given_.emplace_back(AnswerMember::option, pressed == BoxButton::ok ? "OK" : "Cancel");
+  return pressed;
+}
+
+bool AnalysisThread::AskForOutputs(std::string_view title, std::string_view prompt,
+                                   std::span<const std::string> offered, std::vector<int>& picked) {
+  const Json shown = {{"title", title},
+                      {"prompt", prompt},
+                      {"offered", std::vector<std::string>(offered.begin(), offered.end())},
+                      {"picked", picked}};
+  const bool answered = asker_.Ask("outputs", shown, [&](const Json& answer) -> std::string {
+    const auto given = answer.at("picked").get<std::vector<int>>();
+    for (const int position : given) {
+      if (position < 0 || position >= static_cast<int>(offered.size()))
+        return "there is no output number " + std::to_string(position);
+    }
+    picked = given;
+    return {};
+  });
+  if (!answered) return false;
+  std::string text;
+  for (const int position : picked)
+    text += (text.empty() ? "" : " ") + std::to_string(position + 1);
+  given_.emplace_back(AnswerMember::selection, text.empty() ? "None" : text);
+  return true;
+}
+
+bool AnalysisThread::AskForFileName(std::string& path, bool& overwrite) {
+  const Json shown = {{"suggested", path.empty() ? "NEW.QRV" : path}};
+  const bool answered = asker_.Ask("fileName", shown, [&](const Json& answer) {
+    std::string error;
+    std::filesystem::path found;
+    overwrite = answer.value("overwrite", false);
+    const std::string given = answer.at("path").get<std::string>();
+    if (!surroundings_.folders->Find(answer.at("folder").get<int>(), given, found, error))
+      return error;
+    if (std::filesystem::is_directory(found)) return '"' + given + "\" is a folder";
+    if (!overwrite && std::filesystem::exists(found)) return std::string("exists");
+    path = found.string();
+    return error;
+  });
+  if (answered) given_.emplace_back(AnswerMember::saveFileName, path);
+  return answered;
+}
+
+}  // namespace qrvml

@@ -1,0 +1,129 @@
+// One open analysis of the workbench: a thread of its own, which is all that the module sees, and
+// what other threads may ask of it.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "host/analysis_host.h"
+#include "host/analysis_session.h"
+#include "host/watched_data_file.h"
+#include "server/asking_dialogs.h"
+#include "server/file_shelf.h"
+#include "server/named_folders.h"
+#include "server/page_documents.h"
+#include "server/page_progress.h"
+
+namespace qrvml {
+
+/// A kind of analysis that can be opened.
+struct OfferedKind {
+  std::string kind, title;
+  int position = 0;           // in the startup dialog's list
+  int specificationStep = 0;  // of the sequence
+};
+
+/// What all analyses of a workbench share; it outlives them.
+struct AnalysisSurroundings {
+  AnalysisFactory factory = nullptr;
+  int threads = 0;
+  std::vector<OfferedKind> kinds;
+  const NamedFolders* folders = nullptr;
+  FileShelf* shelf = nullptr;
+  PublishedState* state = nullptr;
+};
+
+class AnalysisThread {
+ public:
+  /// Opens an analysis of a file; with a kind it goes on to that kind's specification.
+  AnalysisThread(const AnalysisSurroundings& surroundings, int id, const FileShelf::Ref& file,
+                 const OfferedKind* kind);
+  AnalysisThread(const AnalysisThread&) = delete;
+  AnalysisThread& operator=(const AnalysisThread&) = delete;
+  /// Cancels what runs and what is asked, and waits for the thread's end.
+  ~AnalysisThread();
+
+  /// Waits until the first dialog stands. False: `error` says why it does not.
+  bool WaitUntilOpen(std::string& error);
+
+  // For every thread; see docs/workbench-protocol.md.
+  LetterReply PostCalls(const Json& body);
+  LetterReply PostAnswer(const Json& body);
+  /// What runs shall stop.
+  void Cancel() { cancel_ = true; }
+  int FileId() const { return fileId_; }
+  const PageDocuments& documents() const { return documents_; }
+  /// The macro of what was done so far.
+  std::string MacroText() const;
+
+ private:
+  struct CallOutcome;
+
+  void Run(const OfferedKind* kind);
+  bool OpenSession(const OfferedKind* kind, std::string& error);
+  void ConnectServices();
+
+  LetterReply RunCalls(const Letter& letter);
+  LetterReply RunModalCalls(const Letter& letter, QrvAnalysisDialog& dialog, int number,
+                            Json& states, bool& ended, bool& accepted);
+  AutomationResult MakeCall(const Json& call, std::string& control);
+  /// Why a call failed, as far as no message has said it.
+  std::string ReasonOf(const AutomationResult& result, std::size_t messagesBefore);
+
+  void TellDialog(Json* changed);
+  void TellNewDialog();
+  void TellMacro();
+  void RecordAnswers(std::size_t position, const Json& call);
+
+  // The data file.
+  HostServices Services();
+  void Take(const FileShelf::Ref& file);
+  AutomationResult LookAtFile();
+  void AskForNewRead();
+  bool AskForFile();
+  bool AskForSelection();
+  bool AskForWeight();
+  BoxButton AskMessage(BoxType type, const LoggedMessage& message);
+  bool AskForOutputs(std::string_view title, std::string_view prompt,
+                     std::span<const std::string> offered, std::vector<int>& picked);
+  bool AskForFileName(std::string& path, bool& overwrite);
+
+  const AnalysisSurroundings& surroundings_;
+  const int id_;
+  std::atomic<int> fileId_;
+  std::atomic<bool> cancel_{false};
+  AnalysisPublisher publisher_;
+  AnalysisMailbox mailbox_;
+  PageDocuments documents_;
+  std::promise<std::string> opened_;  // the error; empty: none
+
+  // Of the analysis's own thread.
+  FileShelf::Ref file_;
+  std::vector<std::shared_ptr<HostDataFile>> data_;  // the last one is in use
+  std::unique_ptr<WatchedDataFile> watched_;
+  AnalysisHost host_;
+  Asker asker_;
+  AskingDialogs dialogs_;
+  PageProgress progress_;
+  std::unique_ptr<AnalysisSession> session_;
+  std::shared_ptr<QrvAnalysisDialog> shown_;  // the dialog that pages see
+  int dialogNumber_ = 0;
+  Json states_;              // of its controls
+  FileShelf::Ref nextFile_;  // takes the place of the open one after the call
+  bool takesNewData_ = false;
+  std::string fieldOfPass_;  // the field read last before a pass began
+  std::vector<std::pair<AnswerMember, std::string>> given_;  // answers of a person in this call
+
+  mutable std::mutex macroMutex_;
+  std::string macro_;
+  std::size_t changes_ = 0;
+
+  std::thread thread_;  // last: everything is there when it starts
+};
+
+}  // namespace qrvml

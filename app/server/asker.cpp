@@ -1,0 +1,72 @@
+#include "server/asker.h"
+
+#include "server/dialog_json.h"
+
+namespace qrvml {
+
+void Asker::Push(Json request) {
+  open_.push_back(std::move(request));
+  publisher_.Tell("requests", {{"requests", open_}});
+}
+
+void Asker::Pop() {
+  open_.erase(open_.size() - 1);
+  publisher_.Tell("requests", {{"requests", open_}});
+}
+
+bool Asker::Ask(const std::string& kind, const Json& request, const Take& take) {
+  asked_ = true;
+  const int number = AnalysisPublisher::NewNumber();
+  Json shown = {{"request", number}, {"kind", kind}};
+  shown.update(request);
+  Push(std::move(shown));
+  bool taken = false;
+  while (const auto letter = mailbox_.Wait(0, number)) {
+    const bool cancelled = letter->content.value("cancel", false);
+    std::string error;
+    try {
+      if (!cancelled) error = take(letter->content);
+    } catch (const Json::exception&) {
+      error = "the answer is not understood";
+    }
+    if (error.empty()) Pop();
+    letter->Reply(error.empty() ? LetterReply{} : LetterReply{422, {{"error", error}}});
+    taken = !cancelled;
+    if (error.empty()) return taken;
+  }
+  Pop();
+  return false;
+}
+
+bool Asker::RunDialog(int templateId, CAnalysisDialog& dialog) {
+  asked_ = true;
+  const int request = AnalysisPublisher::NewNumber(), number = AnalysisPublisher::NewNumber();
+  QrvAnalysisDialog& automation = *dialog.Automation();
+  Json states = ControlStates(automation);
+  Push({{"request", request},
+        {"kind", "dialog"},
+        {"texts", textsOf ? textsOf(templateId) : Json::array()},
+        {"dialog", DialogJson(automation, number, templateId, 0, DialogLevel::modal)}});
+  bool ended = false, accepted = false;
+  while (!ended) {
+    const auto letter = mailbox_.Wait(number, request);
+    if (!letter) break;
+    if (letter->isAnswer) {
+      const bool cancels = letter->content.value("cancel", false);
+      letter->Reply(cancels ? LetterReply{}
+                            : LetterReply{422, {{"error", "this request takes calls"}}});
+      if (cancels) break;
+      continue;
+    }
+    LetterReply reply = runModalCalls(*letter, automation, number, states, ended, accepted);
+    if (ended) Pop();
+    letter->Reply(std::move(reply));
+  }
+  if (!ended) {
+    automation.OACancel();
+    Pop();
+  }
+  return accepted;
+}
+
+}  // namespace qrvml
