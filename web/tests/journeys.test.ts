@@ -9,7 +9,6 @@ import {
   closeBrowser,
   control,
   examples,
-  missing,
   onWorkbench,
   openPage,
   picture,
@@ -22,9 +21,6 @@ import {
 } from './workbench';
 
 after(closeBrowser);
-const reason = await missing();
-const journey = (name: string, body: () => Promise<void>) =>
-  test(name, { skip: reason || false }, body);
 
 const irisLists = [[], ['Species'], ['Sepal.Length', 'Sepal.Width', 'Petal.Length', 'Petal.Width']];
 
@@ -45,7 +41,7 @@ async function savePredictions(page: Page, workbench: Workbench): Promise<void> 
   assert.equal(saved.length, 151);
 }
 
-journey('nearest neighbours: from the file to saved predictions and deployment code', () =>
+test('nearest neighbours: from the file to saved predictions and deployment code', () =>
   onWorkbench(`${examples}/iris.csv`, async ({ page, workbench }) => {
     // the data
     await page.waitForSelector('.grid-cell:has-text("setosa")');
@@ -58,7 +54,8 @@ journey('nearest neighbours: from the file to saved predictions and deployment c
       () => (document.activeElement as HTMLElement).dataset.name === 'Variables',
     );
     await page.keyboard.press('Enter');
-    await page.waitForSelector('.picker');
+    await page.waitForSelector('.picker #picker-source [role=option]');
+    await picture(page, 'picker');
     await pickVariables(page, irisLists);
     await page.waitForSelector('.variables-pick dd:has-text("Petal.Width")');
     await picture(page, 'knn-base');
@@ -156,10 +153,9 @@ journey('nearest neighbours: from the file to saved predictions and deployment c
     await page.waitForSelector('.dialog.specification');
     await tab(page, 'Options');
     assert.equal(await control(page, 'KNearestNeighbors').inputValue(), '3');
-  }),
-);
+  }));
 
-journey('naive Bayes: custom priors, posteriors, saved predictions and deployment code', () =>
+test('naive Bayes: custom priors, posteriors, saved predictions and deployment code', () =>
   onWorkbench(`${examples}/iris.csv`, async ({ page, workbench }) => {
     await startMethod(page, 'nb');
     await control(page, 'Variables').click();
@@ -216,10 +212,9 @@ journey('naive Bayes: custom priors, posteriors, saved predictions and deploymen
     const code = page.locator('.document.text pre');
     await code.locator('.code-word').first().waitFor();
     assert.match((await code.textContent()) ?? '', /<NaiveBayesModel/);
-  }),
-);
+  }));
 
-journey('support vectors: kernel, search grid, model, saved predictions and deployment code', () =>
+test('support vectors: kernel, search grid, model, saved predictions and deployment code', () =>
   onWorkbench(`${examples}/iris.csv`, async ({ page, workbench }) => {
     await startMethod(page, 'svm');
     await control(page, 'Variables').click();
@@ -263,10 +258,9 @@ journey('support vectors: kernel, search grid, model, saved predictions and depl
     await control(page, 'CodeGenerator').click();
     await page.locator('[data-name="CodeGeneratorQVB"]').click();
     await page.locator('.document.text .code-word').first().waitFor();
-  }),
-);
+  }));
 
-journey('a refused option says why and gets the focus, its number selected', () =>
+test('a refused option says why and gets the focus, its number selected', () =>
   onWorkbench(`${examples}/iris.csv`, async ({ page }) => {
     await startMethod(page, 'knn');
     await control(page, 'Variables').click();
@@ -291,50 +285,46 @@ journey('a refused option says why and gets the focus, its number selected', () 
         field.selectionEnd === 4
       );
     });
-  }),
-);
+  }));
 
-journey(
-  'a training that is cancelled leaves the specification; a reload loses nothing',
-  async () => {
-    let state = 1;
-    const draw = () => ((state = (state * 48271) % 2147483647) / 2147483647).toFixed(4);
-    const columns = Array.from({ length: 12 }, (_, i) => `x${i}`);
-    const rows = Array.from({ length: 6000 }, () => columns.map(draw).join(','));
-    const text = [columns.join(','), ...rows].join('\n');
-    const body = async ({ page }: { page: Page }) => {
-      await startMethod(page, 'knn');
-      await control(page, 'Variables').click();
-      await pickVariables(page, [['x0'], [], ['x3', 'x4', 'x5', 'x6', 'x7', 'x8', 'x9']]);
-      await tab(page, 'Sélection du modèle');
-      await control(page, 'ApplyCrossV').check();
-      await page.waitForSelector('[data-name="MaximumK"]:enabled');
-      await control(page, 'MaximumK').fill('2000');
-      await control(page, 'OK').click();
-      await page.waitForSelector('.modal.progress');
-      await picture(page, 'progress');
-      await page.reload();
-      await page.waitForSelector('.modal.progress');
-      await page.keyboard.press('Escape');
-      await page.waitForSelector('.modal.progress', { state: 'detached' });
-      assert.equal(await page.locator('.modal').count(), 0, 'no message');
-      await tab(page, 'Sélection du modèle');
-      assert.equal(await control(page, 'MaximumK').inputValue(), '2000');
+test('a training that is cancelled leaves the specification; a reload loses nothing', async () => {
+  let state = 1;
+  const draw = () => ((state = (state * 48271) % 2147483647) / 2147483647).toFixed(4);
+  const columns = Array.from({ length: 12 }, (_, i) => `x${i}`);
+  const rows = Array.from({ length: 6000 }, () => columns.map(draw).join(','));
+  const text = [columns.join(','), ...rows].join('\n');
+  const body = async ({ page }: { page: Page }) => {
+    await startMethod(page, 'knn');
+    await control(page, 'Variables').click();
+    await pickVariables(page, [['x0'], [], ['x3', 'x4', 'x5', 'x6', 'x7', 'x8', 'x9']]);
+    await tab(page, 'Sélection du modèle');
+    await control(page, 'ApplyCrossV').check();
+    await page.waitForSelector('[data-name="MaximumK"]:enabled');
+    await control(page, 'MaximumK').fill('2000');
+    await control(page, 'OK').click();
+    await page.waitForSelector('.modal.progress');
+    await picture(page, 'progress');
+    await page.reload();
+    await page.waitForSelector('.modal.progress');
+    await page.keyboard.press('Escape');
+    await page.waitForSelector('.modal.progress', { state: 'detached' });
+    assert.equal(await page.locator('.modal').count(), 0, 'no message');
+    await tab(page, 'Sélection du modèle');
+    assert.equal(await control(page, 'MaximumK').inputValue(), '2000');
 
-      // a question that stands open survives, too
-      await tab(page, 'Base');
-      await control(page, 'Variables').click();
-      await page.waitForSelector('.picker');
-      await page.reload();
-      await page.waitForSelector('.picker #target-0 [role=option]:has-text("x0")');
-      await page.keyboard.press('Escape');
-      await page.waitForSelector('.picker', { state: 'detached' });
-    };
-    await onWorkbench('noise.csv', body, text);
-  },
-);
+    // a question that stands open survives, too
+    await tab(page, 'Base');
+    await control(page, 'Variables').click();
+    await page.waitForSelector('.picker');
+    await page.reload();
+    await page.waitForSelector('.picker #target-0 [role=option]:has-text("x0")');
+    await page.keyboard.press('Escape');
+    await page.waitForSelector('.picker', { state: 'detached' });
+  };
+  await onWorkbench('noise.csv', body, text);
+});
 
-journey('a journey by keys alone, seen by a second tab', () =>
+test('a journey by keys alone, seen by a second tab', () =>
   onWorkbench(`${examples}/mtcars.csv`, async ({ page, workbench }) => {
     const other = await page.context().newPage();
     const key = (...keys: string[]) =>
@@ -367,10 +357,9 @@ journey('a journey by keys alone, seen by a second tab', () =>
     await page.waitForSelector('.dialog.startup');
     await key('Escape');
     await page.waitForSelector('.dialog', { state: 'detached' });
-  }),
-);
+  }));
 
-journey('text from data is never markup', async () => {
+test('text from data is never markup', async () => {
   const name = '<script>document.title="broken"</script>';
   const rows = Array.from({ length: 40 }, (_, i) => `${i % 7},${i % 5},<b>${i % 2}</b>`);
   const text = [`${name},y,<i>class</i>`, ...rows].join('\n');
@@ -396,7 +385,7 @@ journey('text from data is never markup', async () => {
   await onWorkbench('odd.csv', body, text);
 });
 
-journey('no accessibility fault that axe knows, in either scheme and language', async () => {
+test('no accessibility fault that axe knows, in either scheme and language', async () => {
   const workbench = await Workbench.start(`${examples}/iris.csv`);
   const axe = readFileSync('node_modules/axe-core/axe.min.js', 'utf8');
   for (const dark of [false, true]) {

@@ -1,6 +1,6 @@
 // A workbench for the browser tests: the program on a copy of a data file, and a browser on it.
 import assert from 'node:assert/strict';
-import { type ChildProcess, spawn, spawnSync } from 'node:child_process';
+import { type ChildProcess, spawn } from 'node:child_process';
 import { copyFileSync, mkdirSync, mkdtempSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { basename, join } from 'node:path';
@@ -49,20 +49,6 @@ export class Workbench {
     assert.equal(await ended, 0, 'Ctrl-C ends the program with 0');
     rmSync(this.folder, { recursive: true, force: true });
   }
-}
-
-/** Why the journeys cannot run with this program; empty when they can. */
-export async function missing(): Promise<string> {
-  const none = 'this program has no workbench that opens analyses';
-  if (spawnSync(program, ['workbench', '--help']).status !== 0) return none;
-  const workbench = await Workbench.start(`${examples}/iris.csv`);
-  const { origin } = new URL(workbench.address);
-  const first = await fetch(workbench.address, { redirect: 'manual' });
-  const cookie = (first.headers.get('set-cookie') ?? '').split(';')[0] ?? '';
-  const state = await fetch(`${origin}/api/state`, { headers: { cookie } });
-  const { kinds } = (await state.json()) as { kinds?: object[] };
-  await workbench.stop();
-  return kinds?.length ? '' : none;
 }
 
 /** A page on the workbench; errors of the page fail the test that asks for `errors`. */

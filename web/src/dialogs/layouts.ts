@@ -266,6 +266,14 @@ export const layouts: Record<string, Layout> = {
     hidden: ['CrossVPlot', 'SelectOutputForPlotting'],
   },
 
+  // One number per class, in the order of the table; a single cell has no control of its own here.
+  MachineLearningPenaltySelection: {
+    focus: 'Penalties',
+    mainParts: [{ list: 'Penalties.Table', rows: 7 }, 'Penalties'],
+    tabs: {},
+    hidden: ['Penalties.Cell', 'Penalties.Hint'],
+  },
+
   // Modal dialogs of the module, which have no interface, by their caption.
   SampleIdentifier: {
     focus: 'Variable',

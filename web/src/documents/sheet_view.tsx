@@ -66,6 +66,7 @@ export function SheetView({ analysis, info }: Props) {
   const path = `analyses/${analysis}/documents/${info.document}`;
   const [sheet, setSheet] = useState<Sheet | null>(null);
   const [sort, setSort] = useState<Sort | undefined>();
+  const [shownSort, setShownSort] = useState<Sort | undefined>(); // of the rows that are here
   const [copied, setCopied] = useState(false);
   const [, redraw] = useReducer<number, void>(n => n + 1, 0);
   const blocks = useRef(new Map<number, Sheet['rows'] | null>()); // null: on its way
@@ -80,6 +81,7 @@ export function SheetView({ analysis, info }: Props) {
       if (!current) return;
       blocks.current = new Map([[0, first.rows]]);
       setSheet(first);
+      setShownSort(sort);
     }, say);
     return () => void (current = false);
   }, [path, info.revision, sort]);
@@ -187,7 +189,7 @@ export function SheetView({ analysis, info }: Props) {
           };
         }}
         onView={onView}
-        sort={sort}
+        sort={shownSort}
         onSort={column =>
           setSort(old =>
             old?.column !== column
