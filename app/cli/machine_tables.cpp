@@ -30,6 +30,8 @@ void ReadSettings(EngineTables& tables, EngineMachine& engine) {
   if (own.type != 0) engine.nu = FixedText(number("NuParameter"), 6);
   engine.scalesInputs = number("ScaleInputs") != 0;
   engine.scalesOutput = number("ScaleOutputs") != 0 && !own.Classifies();
+  engine.inputRange = {number("Learning.InputLow"), number("Learning.InputHigh")};
+  engine.outputRange = {number("Learning.OutputLow"), number("Learning.OutputHigh")};
   engine.hasRange = !tables.file().IsWeightInForce();
 }
 

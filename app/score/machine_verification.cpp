@@ -44,10 +44,10 @@ class Comparison {
   void Scaling() {
     const std::size_t inputs = engine_.inputs.size();
     for (std::size_t i = 0; i < printed_.shift.size(); ++i)
-      CheckScaling(engine_.inputs[i].name, engine_.scalesInputs, engine_.usedInputs, i, inputs, 0,
-                   printed_.shift[i], printed_.scale[i]);
-    CheckScaling(engine_.dependents[0].name, engine_.scalesOutput, engine_.usedOutputs, 0, 1, -1,
-                 printed_.outputShift, printed_.outputScale);
+      CheckScaling(engine_.inputs[i].name, engine_.scalesInputs, engine_.usedInputs, i, inputs,
+                   engine_.inputRange, printed_.shift[i], printed_.scale[i]);
+    CheckScaling(engine_.dependents[0].name, engine_.scalesOutput, engine_.usedOutputs, 0, 1,
+                 engine_.outputRange, printed_.outputShift, printed_.outputScale);
     if ((engine_.scalesInputs || engine_.scalesOutput) && !engine_.hasRange)
       check_.notes.emplace_back("the scaling was not compared: case weights are in force");
   }
@@ -103,9 +103,10 @@ class Comparison {
   bool IsPrinted(double wanted, double printed) const {
     return IsPrintedValue(dialect_, wanted, printed);
   }
-  /// Scaling takes the range of column `column` of `rows` to `low` … 1.
+  /// Scaling takes the range of column `column` of `rows` to another.
   void CheckScaling(const std::string& name, bool scales, std::span<const double> rows,
-                    std::size_t column, std::size_t width, double low, double shift, double scale) {
+                    std::size_t column, std::size_t width, std::pair<double, double> to,
+                    double shift, double scale) {
     double wantedShift = 0, wantedScale = 1;
     if (scales) {
       if (!engine_.hasRange) return;
@@ -115,8 +116,8 @@ class Comparison {
         most = std::max(most, rows[at]);
       }
       if (least < most) {
-        wantedScale = (1 - low) / (most - least);
-        wantedShift = low - least * wantedScale;
+        wantedScale = (to.second - to.first) / (most - least);
+        wantedShift = to.first - least * wantedScale;
       }
     }
     // The range was scaled and scaled back on its way to the table.

@@ -4,6 +4,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "score/printed_model.h"
@@ -72,6 +73,8 @@ class EngineMachine final : public EngineModel {
   std::string capacity, nu;          // "%f", where the type has them
   std::vector<std::string> columns;  // "input" or "input_category"
   bool scalesInputs = false, scalesOutput = false;
+  /// The lowest and highest value that scaling makes.
+  std::pair<double, double> inputRange{0, 1}, outputRange{-1, 1};
   std::vector<double> usedInputs, usedOutputs;  // of all cases that count for the scaling
   bool hasRange = true;  // without case weights, which can leave out a case that counts
 };

@@ -112,6 +112,9 @@ TEST_F(Verify, SupportVectorTextsPredictWhatTheyPrint) {
     arguments.insert(arguments.end(), {kernels[(option + option / 4) % 4], "1"});
     // Large numbers need scaling, and case weights leave it uncompared.
     if (!other) arguments.insert(arguments.end(), {"--scale-inputs", "1"});
+    if (option == 2)
+      arguments.insert(arguments.end(),
+                       {"--Learning.InputLow", "-1", "--Learning.OutputHigh", "0.5"});
     if (type >= 2) arguments.insert(arguments.end(), {"--scale-outputs", "1"});
     if (option == 6) arguments.insert(arguments.end(), {"--weight", "w"});
     if (option == 7) arguments.insert(arguments.end(), {"--apply-sampling", "0"});
