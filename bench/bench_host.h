@@ -32,6 +32,8 @@ class BenchHost final : public qrvml::ProgressServices,
 
   qrvml::MachineLearning& analysis() { return analysis_; }
   int threads = 1;
+  /// Random numbers start afresh.
+  void ForgetDraws() { random_.Forget(); }
 
   void dstart(int) override {}
   void d_pbar(std::string_view) override {}

@@ -33,6 +33,30 @@ class SplitMix {
   std::uint64_t state_;
 };
 
+/// Cases of two overlapping classes (y = +1, -1) or of a noisy smooth function: take(y, inputs) for
+/// each.
+template <class Take>
+void DrawSolverRows(std::uint64_t seed, int cases, int inputs, bool regression, Take take) {
+  SplitMix random(seed);
+  const auto normal = [&random] { return random.Bell() * 1.7320508075688772; };
+  std::vector<double> x(static_cast<std::size_t>(inputs));
+  for (int t = 0; t < cases; ++t) {
+    for (double& value : x) value = normal();
+    const double e = normal();
+    const double flip = random.Unit();
+    const double a = x[0] * x[1];
+    const double b = x[2] * x[2];
+    const double c = 0.5 * x[3];
+    if (regression) {
+      take(((a + 0.5 * b) - c) + 0.1 * e, x);
+    } else {
+      const double f = ((a + (b - 1.0)) + c) + 0.3 * e;
+      const double y = f >= 0 ? 1 : -1;
+      take(flip < 0.05 ? -y : y, x);
+    }
+  }
+}
+
 /// Rows of `inputs` values: prototypes, then queries, from one stream.
 struct NeighbourData {
   int inputs = 0;

@@ -46,27 +46,13 @@ struct Data {
   std::vector<double> targets;
 
   explicit Data(const Workload& workload) {
-    bench::SplitMix random(workload.seed);
-    const auto normal = [&random] { return random.Bell() * 1.7320508075688772; };
     nodes.reserve(std::size_t(workload.cases) * (kInputs + 1));
-    for (int t = 0; t < workload.cases; ++t) {
-      double x[kInputs];
-      for (double& value : x) value = normal();
-      const double e = normal();
-      const double flip = random.Unit();
-      const double a = x[0] * x[1];
-      const double b = x[2] * x[2];
-      const double c = 0.5 * x[3];
-      if (workload.regression) {
-        targets.push_back(((a + 0.5 * b) - c) + 0.1 * e);
-      } else {
-        const double f = ((a + (b - 1.0)) + c) + 0.3 * e;
-        const double y = f >= 0 ? 1 : -1;
-        targets.push_back(flip < 0.05 ? -y : y);
-      }
-      for (int i = 0; i < kInputs; ++i) nodes.push_back({i + 1, x[i]});
-      nodes.push_back({-1, 0});
-    }
+    bench::DrawSolverRows(workload.seed, workload.cases, kInputs, workload.regression,
+                          [&](double y, std::span<const double> x) {
+                            targets.push_back(y);
+                            for (int i = 0; i < kInputs; ++i) nodes.push_back({i + 1, x[i]});
+                            nodes.push_back({-1, 0});
+                          });
     for (int t = 0; t < workload.cases; ++t) {
       lists.push_back({nodes.data() + std::size_t(t) * (kInputs + 1)});
     }

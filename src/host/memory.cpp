@@ -17,10 +17,17 @@ class ProcessMemory final : public MemoryService {
   void FreeMem(void* address) override { ::operator delete(address, std::align_val_t{64}); }
 };
 
+thread_local MemoryService* scoped = nullptr;
+
 }  // namespace
+
+MemoryScope::MemoryScope(MemoryService* memory) : previous_(scoped) { scoped = memory; }
+
+MemoryScope::~MemoryScope() { scoped = previous_; }
 
 MemoryService& CurrentMemory() {
   static ProcessMemory process;
+  if (scoped != nullptr) return *scoped;
   CAnalysisSupport* analysis = CAnalysisContext::Current();
   if (analysis == nullptr || analysis->services().memory == nullptr) return process;
   return *analysis->services().memory;

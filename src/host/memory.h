@@ -32,9 +32,22 @@ class MemoryService {
   virtual void FreeMem(void* address) = 0;
 };
 
-/// The memory service of the analysis that is current on this thread; a plain process-wide one
-/// (64-byte aligned, refused only when memory is exhausted) while no analysis is current.
+/// The memory service of the innermost MemoryScope of this thread, else of the analysis that is
+/// current on it; a plain process-wide one (64-byte aligned, refused only when memory is exhausted)
+/// while there is neither.
 MemoryService& CurrentMemory();
+
+/// Makes a service the current one on this thread while it lives; scopes nest.
+class MemoryScope {
+ public:
+  explicit MemoryScope(MemoryService* memory);
+  ~MemoryScope();
+  MemoryScope(const MemoryScope&) = delete;
+  MemoryScope& operator=(const MemoryScope&) = delete;
+
+ private:
+  MemoryService* previous_;
+};
 
 /// A fixed-size array of a trivially copyable type in host memory, aligned to 64 bytes.
 ///

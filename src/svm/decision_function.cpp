@@ -167,7 +167,7 @@ DecisionFunction TrainDecisionFunction(const DecisionProblem& problem,
   const TypeRules& type = kTypes[parameters.svmType];
   OptimisationProblem optimisation;
   type.prepare(problem, parameters, optimisation);
-  KernelMatrix matrix(problem.cases, parameters, state, pace);
+  KernelMatrix matrix(problem.cases, problem.shared, parameters, state, pace);
   PairOptimiser optimiser(optimisation, parameters, matrix, state, team, pace);
   OptimisationResult result = optimiser.Solve();
 

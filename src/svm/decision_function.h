@@ -5,6 +5,7 @@
 #include <span>
 
 #include "host/memory.h"
+#include "svm/kernel_store.h"
 #include "svm/solver_pace.h"
 #include "svm/solver_team.h"
 #include "svm/svm_types.h"
@@ -22,6 +23,7 @@ struct DecisionProblem {
   std::span<const double> targets;  // of a classification: > 0 for the first class
   double positiveC = 0;             // C classification: the weighted C of the two classes
   double negativeC = 0;
+  SharedKernel shared;
 };
 
 /// Trains it as parameters.svmType says, prints its figures and publishes them in `state`. Throws

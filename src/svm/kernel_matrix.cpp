@@ -2,67 +2,33 @@
 
 #include <algorithm>
 #include <atomic>
+#include <optional>
 
 namespace qrvml {
-namespace {
 
-constexpr std::int64_t kFinishWork = 16;  // cost of a kernel function, in multiplications
-
-/// The kernel itself takes that many multiplications a value.
-std::int64_t WorkOf(std::int64_t values, std::int32_t inputs) {
-  return values * (inputs + kFinishWork);
-}
-
-}  // namespace
-
-KernelMatrix::KernelMatrix(std::span<const SVMNodeList> cases, const SVMParameters& parameters,
-                           SVMSolverState& state, SolverPace& pace)
-    : function_(parameters, state.level),
+KernelMatrix::KernelMatrix(std::span<const SVMNodeList> cases, const SharedKernel& shared,
+                           const SVMParameters& parameters, SVMSolverState& state, SolverPace& pace)
+    : rows_(cases, shared, parameters, state.level, pace),
       counts_(state.counts),
-      cache_(std::int32_t(cases.size()), parameters.cacheSize),
-      padded_(std::size_t(PackedCases::Padded(std::int32_t(cases.size())))) {
-  cases_.Build(cases, false, pace);
-  squares_.Assign(padded_, 0.0);
-  for (std::int32_t t = 0; t < cases_.count(); ++t) {
-    const double* input = cases_.Block(t / kCaseLanes) + t % kCaseLanes;
-    double sum = 0;
-    for (std::int32_t c = 0; c < cases_.columns(); ++c, input += kCaseLanes) {
-      sum = sum + *input * *input;
-    }
-    squares_[std::size_t(t)] = sum;
-    pace.Check(cases_.columns());
-  }
-  diagonal_.Resize(padded_);
-  for (std::size_t t = 0; t < padded_; ++t) {
-    const double square = squares_[t];
-    diagonal_[t] = function_.IsRadial() ? (square + square) - 2.0 * square : square;
-  }
-  function_.Finish(0, nullptr, diagonal_.data(), std::int32_t(padded_));
-  queries_.Resize(std::size_t(kDotQueries) * std::size_t(cases_.columns()));
-  scratch_.Resize(2 * padded_);
-}
-
-double KernelMatrix::Value(std::int32_t a, std::int32_t b) {
-  const double* x = cases_.Block(a / kCaseLanes) + a % kCaseLanes;
-  const double* z = cases_.Block(b / kCaseLanes) + b % kCaseLanes;
-  alignas(64) double values[kCaseLanes] = {};
-  alignas(64) double squares[kCaseLanes] = {};
-  for (std::int32_t c = 0; c < cases_.columns(); ++c, x += kCaseLanes, z += kCaseLanes) {
-    values[0] = values[0] + *x * *z;
-  }
-  squares[0] = squares_[std::size_t(b)];
-  function_.Finish(squares_[std::size_t(a)], squares, values, kCaseLanes);
-  return values[0];
-}
+      cache_(std::int32_t(cases.size()), shared.store == nullptr ? parameters.cacheSize : 0),
+      padded_(std::size_t(PackedCases::Padded(std::int32_t(cases.size())))),
+      diagonal_(rows_.Diagonal()),
+      scratch_(shared.store == nullptr ? 2 * padded_ : 0) {}
 
 KernelMatrix::Column KernelMatrix::Request(std::int32_t at, std::int32_t length, int side) {
-  const ColumnCache::Column cached = cache_.Request(at, length);
   Column column;
   column.at = at;
   column.length = length;
+  if (places() != nullptr) {
+    column.known = length;
+    column.values = rows_.Open(at, side).source;
+    counts_.elementsRead += length;
+    ++counts_.columnsHit;
+    return column;
+  }
+  const ColumnCache::Column cached = cache_.Request(at, length);
   column.known = std::min(cached.known, length);
-  column.values = cached.values != nullptr ? cached.values : Scratch(side);
-  column.square = squares_[std::size_t(at)];
+  column.values = column.room = cached.values != nullptr ? cached.values : Scratch(side);
   counts_.elementsRead += column.known;
   counts_.elementsComputed += length - column.known;
   if (column.known == length) {
@@ -70,37 +36,33 @@ KernelMatrix::Column KernelMatrix::Request(std::int32_t at, std::int32_t length,
     return column;
   }
   ++counts_.columnsComputed;
-  double* query = queries_.data() + std::size_t(side) * std::size_t(cases_.columns());
-  cases_.CopyCase(at, query);
-  column.query = query;
+  column.row = rows_.Open(at, side);
   return column;
+}
+
+double KernelMatrix::Between(const Column& a, const Column& b) const {
+  if (places() == nullptr) {
+    if (a.known > b.at) return a.values[b.at];
+    if (b.known > a.at) return b.values[a.at];
+  }
+  return rows_.Value(a.at, b.at);
 }
 
 std::int64_t KernelMatrix::Fill(std::span<const Column> columns, std::int32_t begin,
                                 std::int32_t end, std::int32_t origin) const {
-  const double* query[kDotQueries];
+  KernelRows::Row rows[kDotQueries];
   double* out[kDotQueries];
-  const Column* missing[kDotQueries];
-  int count = 0;
+  std::size_t count = 0;
   for (const Column& column : columns) {
     if (column.known >= end) continue;
-    missing[count] = &column;
-    query[count] = column.query;
-    out[count] = column.values + (begin - origin);
-    ++count;
+    rows[count] = column.row;
+    out[count++] = column.room + (begin - origin);
   }
-  if (count == 0) return 0;
-  const std::int32_t values = PackedCases::Padded(end - begin);
-  function_.kernel().dots(cases_.Block(begin / kCaseLanes), cases_.columns(), values / kCaseLanes,
-                          query, count, out);
-  for (int q = 0; q < count; ++q) {
-    function_.Finish(missing[q]->square, squares_.data() + begin, out[q], values);
-  }
-  return WorkOf(std::int64_t(values) * count, cases_.columns());
+  return count == 0 ? 0 : rows_.Fill(std::span(rows, count), begin, end, out);
 }
 
 void KernelMatrix::Complete(const Column& column) {
-  if (column.known < column.length && column.values != Scratch(0) && column.values != Scratch(1)) {
+  if (column.known < column.length && column.room != Scratch(0) && column.room != Scratch(1)) {
     cache_.SetKnown(column.at, column.length);
   }
 }
@@ -115,11 +77,7 @@ void KernelMatrix::AddColumns(std::span<const std::int32_t> listed, std::span<co
     const int count = int(std::min<std::size_t>(kDotQueries, listed.size() - first));
     Column columns[kDotQueries];
     for (int q = 0; q < count; ++q) {
-      double* query = queries_.data() + std::size_t(q) * std::size_t(cases_.columns());
-      columns[q].at = listed[first + std::size_t(q)];
-      columns[q].square = squares_[std::size_t(columns[q].at)];
-      columns[q].query = query;
-      cases_.CopyCase(columns[q].at, query);
+      columns[q].row = rows_.Open(listed[first + std::size_t(q)], q);
     }
     std::atomic<bool> stop{false};
     team.Run(passes, true, [&](std::int32_t pass, int thread) {
@@ -129,13 +87,13 @@ void KernelMatrix::AddColumns(std::span<const std::int32_t> listed, std::span<co
       Column mine[kDotQueries];
       for (int q = 0; q < count; ++q) {
         mine[q] = columns[q];
-        mine[q].values =
+        mine[q].room =
             values.data() + (std::size_t(thread) * kDotQueries + std::size_t(q)) * kPassCases;
       }
       const std::int64_t work = Fill(std::span(mine, std::size_t(count)), from, to, from);
       for (int q = 0; q < count; ++q) {
         const double factor = factors[first + std::size_t(q)];
-        for (std::int32_t t = from; t < to; ++t) sums[t] += factor * mine[q].values[t - from];
+        for (std::int32_t t = from; t < to; ++t) sums[t] += factor * mine[q].room[t - from];
       }
       if (thread == 0 && pace.Spend(work)) stop = true;
     });
@@ -145,8 +103,7 @@ void KernelMatrix::AddColumns(std::span<const std::int32_t> listed, std::span<co
 }
 
 void KernelMatrix::Swap(std::int32_t a, std::int32_t b) {
-  cases_.Swap(a, b);
-  std::swap(squares_[std::size_t(a)], squares_[std::size_t(b)]);
+  rows_.Swap(a, b);
   std::swap(diagonal_[std::size_t(a)], diagonal_[std::size_t(b)]);
   cache_.Swap(a, b);
 }
@@ -158,11 +115,8 @@ void KernelMatrix::FollowSwaps(std::span<const std::int32_t> source, std::int32_
     if (source[std::size_t(p)] != p) moved[count++] = p;
   }
   const std::span<const std::int32_t> places(moved.data(), count);
-  const auto lanes = std::size_t(PackedCases::Padded(std::int32_t(count)));
-  PackedCases arrived;  // the cases at those places, when a column does not know them
-  HostArray<double> squares;
+  std::optional<KernelRows> arrived;  // the cases at those places, when a column does not know them
   HostArray<double> values;
-  HostArray<double> query;
 
   cache_.ForEach([&](std::int32_t at, double* column, std::int32_t known) {
     const std::int32_t left = std::min(known, length);
@@ -179,19 +133,13 @@ void KernelMatrix::FollowSwaps(std::span<const std::int32_t> source, std::int32_
     if (!missing) return left;
     // Where much of a column would have to be computed, that can wait until it is asked for.
     if (count * 4 > std::size_t(left)) return 0;
-    if (values.empty()) {
-      arrived.Build(cases_, places);
-      squares.Assign(lanes, 0.0);
-      for (std::size_t m = 0; m < count; ++m) squares[m] = squares_[std::size_t(places[m])];
-      values.Resize(lanes);
-      query.Resize(std::size_t(cases_.columns()));
+    if (!arrived) {
+      arrived.emplace(rows_, places);
+      values.Resize(std::size_t(PackedCases::Padded(arrived->cases())));
     }
-    cases_.CopyCase(at, query.data());
-    const double* queries[] = {query.data()};
+    const KernelRows::Row row = rows_.Open(at, 0);
     double* out[] = {values.data()};
-    function_.kernel().dots(arrived.Block(0), cases_.columns(), std::int32_t(lanes) / kCaseLanes,
-                            queries, 1, out);
-    function_.Finish(squares_[std::size_t(at)], squares.data(), values.data(), std::int32_t(lanes));
+    arrived->Fill({&row, 1}, 0, arrived->cases(), out);
     counts_.elementsComputed += std::int64_t(count);
     for (std::size_t m = 0; m < count && places[m] < left; ++m) column[places[m]] = values[m];
     return left;

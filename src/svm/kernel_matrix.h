@@ -1,7 +1,8 @@
-// The kernel matrix of the cases of one optimisation: its columns, computed when they are needed
-// and kept in the cache. It is symmetric to the last bit, so a column may be filled from any side.
+// The kernel matrix of the cases of one optimisation: its columns, obtained when they are needed
+// and kept in the cache; or the rows of a store. It is symmetric to the last bit, so a column may
+// be filled from any side.
 //
-// Cases are known by position. The solver changes their order; columns, cases and squares follow.
+// Cases are known by position. The solver changes their order; columns and rows follow.
 #pragma once
 
 #include <cstdint>
@@ -10,38 +11,38 @@
 
 #include "host/memory.h"
 #include "svm/column_cache.h"
-#include "svm/kernel_function.h"
-#include "svm/packed_cases.h"
+#include "svm/kernel_rows.h"
 #include "svm/solver_pace.h"
 #include "svm/solver_team.h"
 #include "svm/svm_types.h"
 
 namespace qrvml {
 
-inline constexpr std::int32_t kPassCases = 16 * kCaseLanes;  // that a pass handles while in cache
-
 class KernelMatrix {
  public:
-  /// Packs the cases. Throws MemoryRefused, Cancelled.
-  KernelMatrix(std::span<const SVMNodeList> cases, const SVMParameters& parameters,
-               SVMSolverState& state, SolverPace& pace);
+  /// Throws MemoryRefused, Cancelled.
+  KernelMatrix(std::span<const SVMNodeList> cases, const SharedKernel& shared,
+               const SVMParameters& parameters, SVMSolverState& state, SolverPace& pace);
 
-  std::int32_t cases() const { return cases_.count(); }
-  const KernelFunction& function() const { return function_; }
+  std::int32_t cases() const { return rows_.cases(); }
+  const SvmKernel& kernel() const { return rows_.kernel(); }
   double Diagonal(std::int32_t at) const { return diagonal_[std::size_t(at)]; }
-  double Value(std::int32_t a, std::int32_t b);
+  /// Null, or where each case is in the columns: they are then rows of the store, known whole.
+  const std::int32_t* places() const { return rows_.places(); }
 
   /// A column in use, until the next Request with the same side.
   struct Column {
     std::int32_t at = 0;
-    std::int32_t length = 0;        // elements asked for
-    std::int32_t known = 0;         // of them, before Fill
-    double* values = nullptr;       // padded to whole blocks
-    const double* query = nullptr;  // the case's inputs, when something is missing
-    double square = 0;
+    std::int32_t length = 0;  // elements asked for
+    std::int32_t known = 0;   // of them, before Fill
+    const double* values = nullptr;
+    double* room = nullptr;  // of the values, padded to whole blocks; null: they are the store's
+    KernelRows::Row row;     // opened when something is missing
   };
   /// The first `length` elements of a column; side 0 or 1. Throws MemoryRefused.
   Column Request(std::int32_t at, std::int32_t length, int side);
+  /// The value of the cases of two columns with each other.
+  double Between(const Column& a, const Column& b) const;
   /// Computes what is missing of the columns in [begin, end); begin is a multiple of kCaseLanes.
   /// values[0] is element `origin`. May be called on several threads for separate ranges. Returns
   /// about the multiplications done.
@@ -66,15 +67,12 @@ class KernelMatrix {
  private:
   double* Scratch(int side) { return scratch_.data() + std::size_t(side) * padded_; }
 
-  PackedCases cases_;
-  KernelFunction function_;
+  KernelRows rows_;
   SVMCounts& counts_;
   ColumnCache cache_;
   std::size_t padded_;          // cases rounded up to whole blocks
-  HostArray<double> squares_;   // per case: its product with itself
   HostArray<double> diagonal_;  // per case
-  HostArray<double> queries_;   // kDotQueries cases
-  HostArray<double> scratch_;   // two columns: those the cache has no room for
+  HostArray<double> scratch_;   // without a store two columns: those the cache has no room for
 };
 
 }  // namespace qrvml

@@ -39,6 +39,11 @@ void PrintDiagnostic(const SVMSolverState& state, std::string_view text) {
   if (text == "." || text == "*") std::fflush(stdout);
 }
 
+void WarnDiagnostic(const SVMSolverState& state, std::string_view text) {
+  if (state.warn) return state.warn(text);
+  std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
 PairOptimiser::PairOptimiser(OptimisationProblem& problem, const SVMParameters& parameters,
                              KernelMatrix& matrix, SVMSolverState& state, SolverTeam& team,
                              SolverPace& pace)
@@ -59,7 +64,7 @@ PairOptimiser::PairOptimiser(OptimisationProblem& problem, const SVMParameters& 
   if (shrinking_ && !problem.twoPerCase) source_.Resize(std::size_t(variables_));
   if (problem.twoPerCase) {
     case_.Assign(size, 0);
-    change_.Resize(cases);
+    matrix.places() != nullptr ? place_.Assign(size, 0) : change_.Resize(cases);
   }
   found_.Resize(std::size_t(team.threads()));
   sums_.Resize(cases);
@@ -99,6 +104,7 @@ void PairOptimiser::Start() {
   for (std::int32_t t = 0; t < variables_; ++t) {
     order_[std::size_t(t)] = t;
     if (problem_.twoPerCase) case_[std::size_t(t)] = t % matrix_.cases();
+    if (!place_.empty()) place_[std::size_t(t)] = matrix_.places()[t % matrix_.cases()];
     status_[std::size_t(t)] = problem_.y[std::size_t(t)] < 0 ? kNegativeClass : 0;
     MoveStatus(t);
   }
@@ -149,7 +155,7 @@ bool PairOptimiser::SelectPair(std::int32_t* i, std::int32_t* j) const {
 }
 
 void PairOptimiser::Choose() {
-  matrix_.function().kernel().choose(f_.data(), status_.data(), 0, active_, problem_.nu, ends_);
+  matrix_.kernel().choose(f_.data(), status_.data(), 0, active_, problem_.nu, ends_);
 }
 
 void PairOptimiser::Optimise(std::int32_t i, std::int32_t j) {
@@ -159,9 +165,7 @@ void PairOptimiser::Optimise(std::int32_t i, std::int32_t j) {
   const std::int32_t jCase = CaseOf(j);
   step.first = matrix_.Request(iCase, length, 0);
   step.second = jCase == iCase ? step.first : matrix_.Request(jCase, length, 1);
-  const double kernel = step.first.known > jCase    ? step.first.values[jCase]
-                        : step.second.known > iCase ? step.second.values[iCase]
-                                                    : matrix_.Value(iCase, jCase);
+  const double kernel = matrix_.Between(step.first, step.second);
 
   double& alphaI = problem_.alpha[std::size_t(i)];
   double& alphaJ = problem_.alpha[std::size_t(j)];
@@ -228,51 +232,64 @@ void PairOptimiser::Optimise(std::int32_t i, std::int32_t j) {
 }
 
 void PairOptimiser::Apply(const Step& step) {
-  const SvmKernel& kernel = matrix_.function().kernel();
+  const SvmKernel& kernel = matrix_.kernel();
   const KernelMatrix::Column columns[] = {step.first, step.second};
   const bool same = step.first.at == step.second.at;
   const std::span<const KernelMatrix::Column> used(columns, same ? 1 : 2);
   const std::int32_t cases = step.first.length;
 
-  std::int64_t work = std::int64_t(active_) * kUpdateWork;
-  for (const KernelMatrix::Column& column : used) {
-    work += std::int64_t(column.length - column.known) * kCaseLanes;
-  }
+  std::int64_t missing = 0;
+  for (const KernelMatrix::Column& column : used) missing += column.length - column.known;
+  const std::int64_t work = std::int64_t(active_) * kUpdateWork + missing * kCaseLanes;
   const bool shared = work >= 2 * kSharedWork;
   std::atomic<bool> stop{false};
   for (PartEnds& found : found_) found = {{kNoEnds, kNoEnds}};
-  const auto take = [&](int thread, const PairEnds* found) {
-    for (int c = 0; c < ends(); ++c) Merge(found_[std::size_t(thread)].ends[c], found[c]);
-  };
-
-  team_.Run(PassesOf(cases), shared, [&](std::int32_t pass, int thread) {
-    if (stop.load(std::memory_order_relaxed)) return;
-    const std::int32_t begin = pass * kPassCases;
-    const std::int32_t end = std::min(cases, begin + kPassCases);
-    const std::int64_t done = matrix_.Fill(used, begin, end) + (end - begin) * kUpdateWork;
-    if (problem_.twoPerCase) {
-      kernel.combine(step.first.values, step.second.values, step.firstChange, step.secondChange,
-                     begin, end, change_.data());
-    } else {
-      PairEnds found[2];
-      kernel.update(f_.data(), status_.data(), step.first.values, step.second.values,
-                    step.firstChange, step.secondChange, begin, end, problem_.nu, found);
-      take(thread, found);
+  const auto end = [&](int thread, std::int64_t done, const PairEnds* found) {
+    for (int c = 0; found != nullptr && c < ends(); ++c) {
+      Merge(found_[std::size_t(thread)].ends[c], found[c]);
     }
     if (thread == 0 && pace_.Spend(done)) stop = true;
-  });
-  if (stop) throw Cancelled();
-  for (const KernelMatrix::Column& column : used) matrix_.Complete(column);
+  };
+  const auto run = [&](std::int32_t count, const auto& pass) {
+    team_.Run(PassesOf(count), shared, [&](std::int32_t number, int thread) {
+      if (stop.load(std::memory_order_relaxed)) return;
+      const std::int32_t begin = number * kPassCases;
+      pass(begin, std::min(count, begin + kPassCases), thread);
+    });
+    if (stop) throw Cancelled();
+  };
 
-  if (problem_.twoPerCase) {
-    team_.Run(PassesOf(active_), shared, [&](std::int32_t pass, int thread) {
-      const std::int32_t begin = pass * kPassCases;
+  const std::int32_t* places = problem_.twoPerCase ? place_.data() : matrix_.places();
+  if (matrix_.places() != nullptr) {
+    run(active_, [&](std::int32_t from, std::int32_t to, int thread) {
       PairEnds found[2];
-      kernel.updateListed(f_.data(), status_.data(), change_.data(), case_.data(), begin,
-                          std::min(active_, begin + kPassCases), problem_.nu, found);
-      take(thread, found);
+      kernel.updatePlaced(f_.data(), status_.data(), step.first.values, step.second.values, places,
+                          step.firstChange, step.secondChange, from, to, problem_.nu, found);
+      end(thread, (to - from) * kUpdateWork, found);
+    });
+  } else if (problem_.twoPerCase) {
+    run(cases, [&](std::int32_t from, std::int32_t to, int thread) {
+      const std::int64_t done = matrix_.Fill(used, from, to) + (to - from) * kUpdateWork;
+      kernel.combine(step.first.values, step.second.values, step.firstChange, step.secondChange,
+                     from, to, change_.data());
+      end(thread, done, nullptr);
+    });
+    run(active_, [&](std::int32_t from, std::int32_t to, int thread) {
+      PairEnds found[2];
+      kernel.updateListed(f_.data(), status_.data(), change_.data(), case_.data(), from, to,
+                          problem_.nu, found);
+      end(thread, 0, found);
+    });
+  } else {
+    run(cases, [&](std::int32_t from, std::int32_t to, int thread) {
+      const std::int64_t done = matrix_.Fill(used, from, to) + (to - from) * kUpdateWork;
+      PairEnds found[2];
+      kernel.update(f_.data(), status_.data(), step.first.values, step.second.values,
+                    step.firstChange, step.secondChange, from, to, problem_.nu, found);
+      end(thread, done, found);
     });
   }
+  for (const KernelMatrix::Column& column : used) matrix_.Complete(column);
   for (int c = 0; c < ends(); ++c) {
     ends_[c] = kNoEnds;
     for (const PartEnds& found : found_) Merge(ends_[c], found.ends[c]);
@@ -340,6 +357,7 @@ void PairOptimiser::SwapVariables(std::int32_t a, std::int32_t b) {
   std::swap(order_[first], order_[second]);
   if (problem_.twoPerCase) {
     std::swap(case_[first], case_[second]);
+    if (!place_.empty()) std::swap(place_[first], place_[second]);
   } else {
     std::swap(source_[first], source_[second]);
     matrix_.Swap(a, b);

@@ -114,7 +114,8 @@ class PairOptimiser {
   HostArray<std::int32_t> order_;   // per position: the caller's variable
   HostArray<std::int32_t> case_;    // per position, with two variables per case
   HostArray<std::int32_t> source_;  // per position, while swapping: where its variable came from
-  HostArray<double> change_;        // per case: what a step adds to f, with two variables per case
+  HostArray<std::int32_t> place_;   // the same in the columns where they are rows of a store,
+  HostArray<double> change_;        // else per case: what a step adds to f
   HostArray<PartEnds> found_;       // per thread
   HostArray<double> sums_;          // per case: used by Rebuild
   HostArray<std::int32_t> listed_;
@@ -123,5 +124,7 @@ class PairOptimiser {
 
 /// Writes a diagnostic text to state.print, or to standard output, which "." and "*" flush.
 void PrintDiagnostic(const SVMSolverState& state, std::string_view text);
+/// Writes a warning to state.warn, or to standard error.
+void WarnDiagnostic(const SVMSolverState& state, std::string_view text);
 
 }  // namespace qrvml

@@ -25,6 +25,8 @@
 
 namespace qrvml {
 
+class FoldTrainings;
+
 class SVMEngine final : public TrainingRowSink {
  public:
   /// Sets the defaults and the data set's scaling bounds. The data set outlives it.
@@ -128,7 +130,7 @@ class SVMEngine final : public TrainingRowSink {
   void RestoreProblem(const HostArray<std::int32_t>& permutation);
   void SearchGrid(bool silent);
   /// Mean squared error, or percentage of correct entries. Throws as above.
-  double CrossValidateSvm(bool silent);
+  double CrossValidateSvm(FoldTrainings& trainings, bool silent);
   /// Texts and polls of a cross-validation whose result is known.
   void PassFolds(bool silent);
   void ShowFold(bool silent, std::int32_t fold) const;

@@ -5,6 +5,7 @@
 
 #include "host/analysis_support.h"
 #include "host/string_table.h"
+#include "svm/fold_trainings.h"
 #include "svm/svm_engine.h"
 
 namespace qrvml {
@@ -82,24 +83,33 @@ void SVMEngine::SearchGrid(bool silent) {
   if (!silent) ShowStatus(GetResourceString(354));
   const std::int32_t pointsC = GridPoints(minimumC, maximumC, deltaC);
   const std::int32_t pointsEpsilon = GridPoints(minimumEpsilon, maximumEpsilon, deltaEpsilon);
+  if (pointsC == 0 || pointsEpsilon == 0) return;
+  // A value that the type does not read would train the models of the point before again.
   const GridUse use = kGridUses[parameters.svmType];
+  const std::int64_t trainedC = use.C ? pointsC : 1;
+  const std::int64_t trainedEpsilon = use.epsilon ? pointsEpsilon : 1;
+  FoldTrainings trainings(
+      problem, parameters, folds, trainedC * trainedEpsilon,
+      [&](std::int64_t point) {
+        const std::int64_t a = point / trainedEpsilon;
+        const std::int64_t b = point % trainedEpsilon;
+        return FoldTrainings::Point{static_cast<double>(a) * deltaC + minimumC,
+                                    static_cast<double>(b) * deltaEpsilon + minimumEpsilon};
+      },
+      solver);
   double result = 0;
   for (std::int32_t a = 0; a < pointsC; ++a) {
     for (std::int32_t b = 0; b < pointsEpsilon; ++b) {
-      parameters.C = a * deltaC + minimumC;
-      parameters.epsilon = b * deltaEpsilon + minimumEpsilon;
-      // A value that the type does not read would train the models of the point before again.
-      const bool known = !use.epsilon && (b > 0 || (a > 0 && !use.C));
-      if (known) {
-        PassFolds(silent);
+      if (a < trainedC && b < trainedEpsilon) {
+        result = CrossValidateSvm(trainings, silent);
       } else {
-        result = CrossValidateSvm(silent);
+        PassFolds(silent);
       }
       const bool better = IsClassification() ? result > bestAccuracy : result < bestError;
       if (!better) continue;
       (IsClassification() ? bestAccuracy : bestError) = result;
-      chosenC = parameters.C;
-      chosenEpsilon = parameters.epsilon;
+      chosenC = a * deltaC + minimumC;
+      chosenEpsilon = b * deltaEpsilon + minimumEpsilon;
     }
   }
   parameters.C = chosenC;
@@ -118,36 +128,19 @@ void SVMEngine::ShowFold(bool silent, std::int32_t fold) const {
   ShowStatus(std::string(GetResourceString(355)) + " " + std::to_string(fold + 1));
 }
 
-double SVMEngine::CrossValidateSvm(bool silent) {
-  const auto l = static_cast<std::int64_t>(lists_.size());
-  HostArray<SVMNodeList> inputs{lists_.size()};
-  HostArray<double> targets{lists_.size()};
+double SVMEngine::CrossValidateSvm(FoldTrainings& trainings, bool silent) {
+  const auto l = static_cast<double>(problem.l);
   double errors = 0;
   std::int64_t correct = 0;
   for (std::int32_t f = 0; f < folds; ++f) {
     ShowFold(silent, f);
-    const auto begin = static_cast<std::size_t>(f * l / folds);
-    const auto end = static_cast<std::size_t>((std::int64_t(f) + 1) * l / folds);
-    std::size_t kept = 0;
-    for (std::size_t t = 0; t < lists_.size(); ++t) {
-      if (t >= begin && t < end) continue;
-      inputs[kept] = lists_[t];
-      targets[kept++] = targets_[t];
-    }
-    // One fold holds all entries out: there is nothing to train on.
-    if (kept == 0) throw NumericFault();
-    const SVMProblem fold{static_cast<std::int32_t>(kept), targets.data(), inputs.data()};
-    const std::unique_ptr<SVMModel> trained = SvmTrain(fold, parameters, solver);
-    for (std::size_t t = begin; t < end; ++t) {
-      const double p = SvmPredict(*trained, lists_[t], classVoteShares);
-      const double error = p - targets_[t];
+    for (const double error : trainings.Next()) {
       errors += error * error;
       correct += error == 0 ? 1 : 0;
     }
     if (Host().progress->pcancel() != 0) throw Cancelled();
   }
-  return IsClassification() ? 100.0 * static_cast<double>(correct) / static_cast<double>(l)
-                            : errors / static_cast<double>(l);
+  return IsClassification() ? 100.0 * static_cast<double>(correct) / l : errors / l;
 }
 
 }  // namespace qrvml

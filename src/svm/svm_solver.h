@@ -18,10 +18,14 @@ namespace qrvml {
 /// Null when the parameters are usable, else the message (a text with static lifetime).
 const char* SvmCheckParameters(const SVMProblem& problem, const SVMParameters& parameters);
 
-/// Trains on the problem.
+struct SharedKernel;
+
+/// Trains on the problem, with kernel values from a store where `shared` has one.
 ///
 /// requires  SvmCheckParameters found nothing
 /// throws    MemoryRefused; Cancelled where state.poll says so; NumericFault
+std::unique_ptr<SVMModel> SvmTrain(const SVMProblem& problem, const SVMParameters& parameters,
+                                   SVMSolverState& state, const SharedKernel& shared);
 std::unique_ptr<SVMModel> SvmTrain(const SVMProblem& problem, const SVMParameters& parameters,
                                    SVMSolverState& state);
 

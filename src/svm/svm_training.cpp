@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <cstdio>
 #include <limits>
 #include <string>
 
@@ -15,10 +14,12 @@ namespace {
 /// A training run: what its decision functions share.
 class Training {
  public:
-  Training(const SVMProblem& problem, const SVMParameters& parameters, SVMSolverState& state)
+  Training(const SVMProblem& problem, const SVMParameters& parameters, SVMSolverState& state,
+           const SharedKernel& shared)
       : problem_(problem),
         parameters_(parameters),
         state_(state),
+        shared_(shared),
         pace_(state),
         team_(state.threads),
         model_(std::make_unique<SVMModel>()) {
@@ -36,7 +37,7 @@ class Training {
   void TrainOne() {
     const auto l = std::size_t(problem_.l);
     const DecisionFunction function = TrainDecisionFunction(
-        {{problem_.x, l}, {problem_.y, l}, 0, 0}, parameters_, state_, team_, pace_);
+        {{problem_.x, l}, {problem_.y, l}, 0, 0, shared_}, parameters_, state_, team_, pace_);
     model_->classCount = 2;
     model_->constants.Assign(1, function.rho);
     std::int32_t count = 0;
@@ -86,8 +87,8 @@ class Training {
       const std::int32_t label = parameters_.classWeightLabels[w];
       const auto at = std::find(model_->labels.begin(), model_->labels.end(), label);
       if (at == model_->labels.end()) {
-        Warn("warning: class label " + std::to_string(label) +
-             " specified in weight is not found\n");
+        WarnDiagnostic(state_, "warning: class label " + std::to_string(label) +
+                                   " specified in weight is not found\n");
       } else {
         weighted[std::size_t(at - model_->labels.begin())] *= parameters_.classWeights[w];
       }
@@ -95,26 +96,26 @@ class Training {
     return weighted;
   }
 
-  void Warn(const std::string& text) const {
-    if (state_.warn) return state_.warn(text);
-    std::fwrite(text.data(), 1, text.size(), stderr);
-  }
-
   DecisionFunction TrainPair(const ClassGroups& groups, std::int32_t i, std::int32_t j,
                              std::span<const double> weightedC) {
     const auto size = std::size_t(groups.Size(i)) + std::size_t(groups.Size(j));
     HostArray<SVMNodeList> cases{size};
     HostArray<double> targets{size};
+    HostArray<std::int32_t> places{shared_.store == nullptr ? 0 : size};
     std::size_t t = 0;
     for (const std::int32_t k : {i, j}) {
       for (const std::int32_t at : groups.Cases(k)) {
         cases[t] = problem_.x[at];
+        if (!places.empty()) places[t] = shared_.places[std::size_t(at)];
         targets[t++] = k == i ? 1 : -1;
       }
     }
-    return TrainDecisionFunction(
-        {cases, targets, weightedC[std::size_t(i)], weightedC[std::size_t(j)]}, parameters_, state_,
-        team_, pace_);
+    return TrainDecisionFunction({cases,
+                                  targets,
+                                  weightedC[std::size_t(i)],
+                                  weightedC[std::size_t(j)],
+                                  {shared_.store, places}},
+                                 parameters_, state_, team_, pace_);
   }
 
   void Assemble(const ClassGroups& groups, std::span<const DecisionFunction> functions,
@@ -168,6 +169,7 @@ class Training {
   const SVMProblem& problem_;
   const SVMParameters& parameters_;
   SVMSolverState& state_;
+  const SharedKernel& shared_;
   SolverPace pace_;
   SolverTeam team_;
   std::unique_ptr<SVMModel> model_;
@@ -179,8 +181,13 @@ SVMModel::SVMModel() = default;
 SVMModel::~SVMModel() { delete packed; }
 
 std::unique_ptr<SVMModel> SvmTrain(const SVMProblem& problem, const SVMParameters& parameters,
+                                   SVMSolverState& state, const SharedKernel& shared) {
+  return Training(problem, parameters, state, shared).Run();
+}
+
+std::unique_ptr<SVMModel> SvmTrain(const SVMProblem& problem, const SVMParameters& parameters,
                                    SVMSolverState& state) {
-  return Training(problem, parameters, state).Run();
+  return SvmTrain(problem, parameters, state, {});
 }
 
 void SvmFreeModel(std::unique_ptr<SVMModel>& model) { model.reset(); }

@@ -141,20 +141,26 @@ TEST(SvmKernels, TheEndsAreTheEarliestOfTheBestOnEveryLevel) {
         HostArray<double> F(start.size());
         std::copy(start.begin(), start.end(), F.begin());
         std::vector<double> expected(start.begin(), start.end());
-        for (int step = 0; step < 3; ++step) {
+        for (int step = 0; step < 4; ++step) {
           PairEnds ends[2];
           if (step == 0) {
             kernel.choose(F.data(), status.data(), 0, size, byClass, ends);
           } else if (step == 1) {
             kernel.update(F.data(), status.data(), first.data(), second.data(), 0.5, -1, 0, size,
                           byClass, ends);
+          } else if (step == 2) {
+            kernel.updatePlaced(F.data(), status.data(), first.data(), second.data(), place.data(),
+                                0.5, -1, 0, size, byClass, ends);
           } else {
             kernel.updateListed(F.data(), status.data(), first.data(), place.data(), 0, size,
                                 byClass, ends);
           }
           for (std::size_t t = 0; t < std::size_t(size); ++t) {
             if (step == 1) expected[t] += first[t] * 0.5 - second[t];
-            if (step == 2) expected[t] += first[std::size_t(place[t])];
+            if (step == 2) {
+              expected[t] += first[std::size_t(place[t])] * 0.5 - second[std::size_t(place[t])];
+            }
+            if (step == 3) expected[t] += first[std::size_t(place[t])];
             ASSERT_EQ(F[t], expected[t]);
           }
           for (int c = 0; c < (byClass ? 2 : 1); ++c) {

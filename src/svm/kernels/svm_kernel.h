@@ -13,6 +13,7 @@ namespace qrvml {
 
 inline constexpr int kCaseLanes = 32;
 inline constexpr int kDotQueries = 4;  // cases whose products with a block are computed at once
+inline constexpr std::int32_t kPassCases = 16 * kCaseLanes;  // that a pass handles while in cache
 
 /// How products become kernel values.
 enum class KernelFinish : int { none = 0, integerPower = 1, exponential = 2, tangent = 3 };
@@ -58,11 +59,17 @@ struct SvmKernel {
   /// squares, from squared distances.
   void (*finish)(const KernelTerms& terms, double square, const double* squares, double* values,
                  std::int32_t count);
+  /// out[t] = values[place[t]]; a multiple of kCaseLanes of them.
+  void (*gather)(const double* values, const std::int32_t* place, std::int32_t count, double* out);
   /// f[t] += first[t] * a + second[t] * b for t in [begin, end), and finds the ends there.
   /// `ends` has one element, or two (y = +1, y = -1) when `byClass`; it is overwritten.
   void (*update)(double* f, const std::uint8_t* status, const double* first, const double* second,
                  double a, double b, std::int32_t begin, std::int32_t end, bool byClass,
                  PairEnds* ends);
+  /// The same with the elements place[t] of the columns.
+  void (*updatePlaced)(double* f, const std::uint8_t* status, const double* first,
+                       const double* second, const std::int32_t* place, double a, double b,
+                       std::int32_t begin, std::int32_t end, bool byClass, PairEnds* ends);
   /// f[t] += change[place[t]], and finds the ends.
   void (*updateListed)(double* f, const std::uint8_t* status, const double* change,
                        const std::int32_t* place, std::int32_t begin, std::int32_t end,

@@ -31,22 +31,44 @@ constexpr double kInfinity = __builtin_inf();
 using Vector __attribute__((vector_size(kWidth * 8), may_alias)) = double;
 using Words __attribute__((vector_size(kWidth * 8), may_alias)) = long long;
 using Unsigned __attribute__((vector_size(kWidth * 8), may_alias)) = unsigned long long;
-using Bytes __attribute__((vector_size(kWidth))) = unsigned char;
 
 inline Vector Load(const double* p) { return *reinterpret_cast<const Vector*>(p); }
 inline void Store(double* p, Vector v) { *reinterpret_cast<Vector*>(p) = v; }
 inline Vector Spread(double x) { return Vector{} + x; }
 
+/// Loads and insertions: the processors' own gather is slower on some and hardly faster on others.
 inline Vector Gather(const double* values, const std::int32_t* place) {
+  const auto pair = [&](int lane) {
+    return _mm_loadh_pd(_mm_load_sd(values + place[lane]), values + place[lane + 1]);
+  };
+#if defined(__AVX2__)
+  const auto four = [&](int lane) {
+    return _mm256_insertf128_pd(_mm256_castpd128_pd256(pair(lane)), pair(lane + 2), 1);
+  };
 #if defined(__AVX512F__)
   // The unmasked form makes g++ 12 warn about its own header.
-  return _mm512_mask_i32gather_pd(_mm512_setzero_pd(), 0xFF,
-                                  _mm256_loadu_si256(reinterpret_cast<const __m256i*>(place)),
-                                  values, 8);
+  return Vector(_mm512_maskz_insertf64x4(0xFF, _mm512_castpd256_pd512(four(0)), four(4), 1));
 #else
-  Vector v;
-  for (int lane = 0; lane < kWidth; ++lane) v[lane] = values[place[lane]];
-  return v;
+  return Vector(four(0));
+#endif
+#else
+  return Vector(pair(0));
+#endif
+}
+
+/// The bytes from `p` on, one to a lane.
+inline Words LoadBytes(const std::uint8_t* p) {
+#if defined(__AVX512F__)
+  return Words(
+      _mm512_maskz_cvtepu8_epi64(0xFF, _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p))));
+#else
+  std::int32_t bytes = 0;
+  __builtin_memcpy(&bytes, p, kWidth);
+#if defined(__AVX2__)
+  return Words(_mm256_cvtepu8_epi64(_mm_cvtsi32_si128(bytes)));
+#else
+  return Words(_mm_cvtepu8_epi64(_mm_cvtsi32_si128(bytes)));
+#endif
 #endif
 }
 
@@ -218,6 +240,10 @@ void Finish(const KernelTerms& terms, double square, const double* squares, doub
   }
 }
 
+void GatherAll(const double* values, const std::int32_t* place, std::int32_t count, double* out) {
+  for (std::int32_t t = 0; t < count; t += kWidth) Store(out + t, Gather(values, place + t));
+}
+
 // --- Gradient and choice ------------------------------------------------------------------------
 
 /// The ends of each lane; the earliest of equal values stays.
@@ -264,7 +290,7 @@ inline void TakeOne(PairEnds& ends, double f, unsigned status, std::int32_t t) {
   }
 }
 
-/// What is added to f: nothing, two columns, or one change by place.
+/// What is added to f: nothing, two columns, their elements by place, or one change by place.
 struct NoChange {
   static constexpr bool kChanges = false;
   Vector Lanes(std::int32_t) const { return Vector{}; }
@@ -278,6 +304,18 @@ struct Columns {
   double b;
   Vector Lanes(std::int32_t t) const { return Load(first + t) * a + Load(second + t) * b; }
   double One(std::int32_t t) const { return first[t] * a + second[t] * b; }
+};
+struct PlacedColumns {
+  static constexpr bool kChanges = true;
+  const double* first;
+  const double* second;
+  const std::int32_t* place;
+  double a;
+  double b;
+  Vector Lanes(std::int32_t t) const {
+    return Gather(first, place + t) * a + Gather(second, place + t) * b;
+  }
+  double One(std::int32_t t) const { return first[place[t]] * a + second[place[t]] * b; }
 };
 struct ListedChange {
   static constexpr bool kChanges = true;
@@ -300,9 +338,7 @@ void Pass(double* f, const std::uint8_t* status, const Change& change, std::int3
       value = value + change.Lanes(t);
       Store(f + t, value);
     }
-    Bytes bytes;
-    __builtin_memcpy(&bytes, status + t, kWidth);
-    const Words bits = __builtin_convertvector(bytes, Words);
+    const Words bits = LoadBytes(status + t);
     const Words up = (bits & qrvml::kMayGoUp) != 0;
     const Words down = (bits & qrvml::kMayGoDown) != 0;
     if constexpr (byClass) {
@@ -325,6 +361,14 @@ void Update(double* f, const std::uint8_t* status, const double* first, const do
             double a, double b, std::int32_t begin, std::int32_t end, bool byClass,
             PairEnds* ends) {
   const Columns columns{first, second, a, b};
+  byClass ? Pass<true>(f, status, columns, begin, end, ends)
+          : Pass<false>(f, status, columns, begin, end, ends);
+}
+
+void UpdatePlaced(double* f, const std::uint8_t* status, const double* first, const double* second,
+                  const std::int32_t* place, double a, double b, std::int32_t begin,
+                  std::int32_t end, bool byClass, PairEnds* ends) {
+  const PlacedColumns columns{first, second, place, a, b};
   byClass ? Pass<true>(f, status, columns, begin, end, ends)
           : Pass<false>(f, status, columns, begin, end, ends);
 }
@@ -353,7 +397,8 @@ void Combine(const double* first, const double* second, double a, double b, std:
 }
 
 constexpr qrvml::SvmKernel MakeKernel(int level) {
-  return {level, Dots, Listed<false>, Listed<true>, Finish, Update, UpdateListed, Choose, Combine};
+  return {level,  Dots,         Listed<false>, Listed<true>, Finish, GatherAll,
+          Update, UpdatePlaced, UpdateListed,  Choose,       Combine};
 }
 
 }  // namespace
