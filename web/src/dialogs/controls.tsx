@@ -67,9 +67,11 @@ export function Check({ control, hands }: Props) {
         onChange={event => {
           // Shown at once; what the dialog made of it counts.
           const box = event.currentTarget;
+          // Looked at once the answer has been drawn: a refused choice goes back.
+          const settle = () => (box.checked = held.current === 1);
           void hands
             .set(control.name, box.checked ? 1 : 0)
-            .then(() => (box.checked = held.current === 1));
+            .then(() => requestAnimationFrame(() => setTimeout(settle)));
         }}
       />
       <Caption label={label} />
