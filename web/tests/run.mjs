@@ -25,7 +25,8 @@ try {
   const { status } = spawnSync(
     process.execPath,
     ['--test', ...files.map(name => join(out, name.replace(/\.ts$/, '.mjs')))],
-    { stdio: 'inherit' },
+    // the tests find the example files from the page's folder, wherever this was started
+    { stdio: 'inherit', cwd: join(folder, '..') },
   );
   process.exitCode = status ?? 1;
 } finally {
