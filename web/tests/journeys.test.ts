@@ -106,8 +106,11 @@ test('nearest neighbours: from the file to saved predictions and deployment code
     await predictions.locator('.grid-cell').first().click();
     await page.keyboard.press('Control+a');
     await page.keyboard.press('Control+c');
-    await page.waitForFunction(async () => (await navigator.clipboard.readText()).includes('\t'));
-    const copied = (await page.evaluate(() => navigator.clipboard.readText())).split('\n');
+    // the rows come from the program; waitForFunction would take a promise itself for true
+    let text = '';
+    for (const end = Date.now() + 5000; !text.includes('\t') && Date.now() < end; )
+      text = await page.evaluate(() => navigator.clipboard.readText());
+    const copied = text.split('\n');
     assert.equal(copied.length, tested + 2, 'two lines of headings and every case');
     assert.match(copied[0] ?? '', /^Obs\.\tSepal\.Length\t/);
 
