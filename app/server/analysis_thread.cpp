@@ -419,7 +419,7 @@ AutomationResult AnalysisThread::LookAtFile() {
     const LoggedMessage question{
         0,
         "The selection conditions, the weights or the case names of the data have changed. Back to "
-        "the specification, so that the model is trained on the new data?",
+        "the settings, so that the model is trained on the new data?",
         "data"};
     if (AskMessage(BoxType::okCancel, question) != BoxButton::ok)
       return Failure("The results belong to the data as they were before");

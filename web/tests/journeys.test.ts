@@ -48,7 +48,7 @@ test('nearest neighbours: from the file to saved predictions and deployment code
     assert.equal(await page.locator('.grid-cell').first().textContent(), '5.1');
     await picture(page, 'data');
 
-    // the specification
+    // the settings
     await startMethod(page, 'knn');
     await page.waitForFunction(
       () => (document.activeElement as HTMLElement).dataset.name === 'Variables',
@@ -290,7 +290,7 @@ test('a refused option says why and gets the focus, its number selected', () =>
     });
   }));
 
-test('a training that is cancelled leaves the specification; a reload loses nothing', async () => {
+test('a training that is cancelled leaves the settings; a reload loses nothing', async () => {
   let state = 1;
   const draw = () => ((state = (state * 48271) % 2147483647) / 2147483647).toFixed(4);
   const columns = Array.from({ length: 12 }, (_, i) => `x${i}`);
