@@ -43,10 +43,13 @@ bool Asker::RunDialog(int templateId, CAnalysisDialog& dialog) {
   const int request = AnalysisPublisher::NewNumber(), number = AnalysisPublisher::NewNumber();
   QrvAnalysisDialog& automation = *dialog.Automation();
   Json states = ControlStates(automation);
+  const auto dialogNow = [&] {
+    return DialogJson(automation, number, templateId, 0, DialogLevel::modal);
+  };
   Push({{"request", request},
         {"kind", "dialog"},
         {"texts", textsOf ? textsOf(templateId) : Json::array()},
-        {"dialog", DialogJson(automation, number, templateId, 0, DialogLevel::modal)}});
+        {"dialog", dialogNow()}});
   bool ended = false, accepted = false;
   while (!ended) {
     const auto letter = mailbox_.Wait(number, request);
@@ -59,7 +62,12 @@ bool Asker::RunDialog(int templateId, CAnalysisDialog& dialog) {
       continue;
     }
     LetterReply reply = runModalCalls(*letter, automation, number, states, ended, accepted);
-    if (ended) Pop();
+    if (ended) {
+      Pop();
+    } else {
+      // What a window above it will show below itself.
+      open_.back()["dialog"] = dialogNow();
+    }
     letter->Reply(std::move(reply));
   }
   if (!ended) {

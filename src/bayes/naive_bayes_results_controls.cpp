@@ -55,16 +55,20 @@ Control PriorRadio(std::string_view name, std::string_view label, int identifier
                    .assign = Of::Assign([](Dialog& d, double) { return d.SetPriorKind(kind); })}};
 }
 
-template <class Shown, class Taken>
+template <class Shown, class Taken, class Offered>
 Control ListChoice(std::string_view name, std::string_view label, std::string_view tab,
-                   int identifier, Rule enabled, Shown shown, Taken taken) {
+                   int identifier, Rule enabled, Shown shown, Taken taken, Offered) {
   return {.name = name,
           .kind = ControlKind::text,
           .label = label,
           .tab = tab,
           .row = {.identifier = identifier, .kind = 2, .type = 5},
           .enabled = enabled,
-          .bind = {.text = Of::Text(shown), .enter = Of::Enter(taken)}};
+          .bind = {.text = Of::Text(shown),
+                   .enter = Of::Enter(taken),
+                   .offered = [](const CAnalysisDialog& d) {
+                     return Offered{}(static_cast<const Dialog&>(d));
+                   }}};
 }
 
 template <class Value>
@@ -95,7 +99,8 @@ std::vector<Control> PriorRows() {
           "SelectedOutputForPriorAssignment", rows::kDependentLabel, kPriorTab, 50427,
           hasDependents,
           [](const Dialog& d) { return MemberText(d.items().DependentName(d.priorDependent)); },
-          [](Dialog& d, std::string_view text) { return d.SelectPriorDependent(text); }),
+          [](Dialog& d, std::string_view text) { return d.SelectPriorDependent(text); },
+          [](const Dialog& d) { return d.OfferedDependents(d.priorDependent); }),
       PriorRadio<PriorKind::fromData>(
           "UseDefaultPrior", "Probabilités a priori par dé&faut (calculées à partir des données)",
           50448),
@@ -122,12 +127,14 @@ std::vector<Control> PosteriorRows() {
           [](const Dialog& d) {
             return MemberText(d.items().DependentName(d.posterior.dependent));
           },
-          [](Dialog& d, std::string_view text) { return d.SelectPosteriorDependent(text); }),
+          [](Dialog& d, std::string_view text) { return d.SelectPosteriorDependent(text); },
+          [](const Dialog& d) { return d.OfferedDependents(d.posterior.dependent); }),
       ListChoice(
           "InputForPosteriorPlot", "Variable &indépendante :", kPosteriorTab, 50453,
           hasContinuousInputs,
           [](const Dialog& d) { return MemberText(d.items().InputName(d.posterior.input)); },
-          [](Dialog& d, std::string_view text) { return d.SelectPosteriorInput(text); }),
+          [](Dialog& d, std::string_view text) { return d.SelectPosteriorInput(text); },
+          [](const Dialog& d) { return d.OfferedInputs(); }),
       RangeField("MinimumRange", "Etendue &minimum :", 50454,
                  [](const Dialog& d) { return d.InputMinimum(); }),
       RangeField("MaximumRange", "Etendue ma&ximum :", 50455,

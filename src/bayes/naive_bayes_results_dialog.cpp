@@ -185,6 +185,12 @@ bool NaiveBayesResultsDialog::SelectPosteriorInput(std::string_view text) {
   return true;
 }
 
+OfferedItems NaiveBayesResultsDialog::OfferedInputs() const {
+  OfferedItems offered{.names = {}, .chosen = {static_cast<int>(posterior.input)}};
+  for (std::size_t k = 0; k < items().inputs(); ++k) offered.names.push_back(items().InputName(k));
+  return offered;
+}
+
 bool NaiveBayesResultsDialog::SetFixedInputs(std::string_view text) {
   return ReadInputs("FixedIndependents", text, posterior.fixed);
 }

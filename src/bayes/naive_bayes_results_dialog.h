@@ -51,6 +51,7 @@ class NaiveBayesResultsDialog final : public ResultsDialog {
   std::string PriorList() const;
   bool SelectPosteriorDependent(std::string_view text);
   bool SelectPosteriorInput(std::string_view text);
+  OfferedItems OfferedInputs() const;
   bool SetFixedInputs(std::string_view text);
   std::string FixedInputList() const;
   /// The smallest and largest value that the input to be varied has.

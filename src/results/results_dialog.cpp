@@ -158,11 +158,11 @@ OfferedItems ResultsDialog::OfferedPlotItems(std::vector<int> chosen) const {
   return items;
 }
 
-OfferedItems ResultsDialog::OfferedDependents() const {
+OfferedItems ResultsDialog::OfferedDependents(std::size_t chosen) const {
   OfferedItems items;
   for (const int variable : data_.roles().dependents)
     items.names.push_back(analysis().services().file->getvn5(variable));
-  if (!items.names.empty()) items.chosen = {static_cast<int>(plot.dependent)};
+  if (!items.names.empty()) items.chosen = {static_cast<int>(chosen)};
   return items;
 }
 

@@ -94,7 +94,8 @@ class ResultsDialog : public CAnalysisDialog {
   std::string OfferedText(std::span<const int> chosen) const;
   /// The same as items and positions.
   OfferedItems OfferedPlotItems(std::vector<int> chosen) const;
-  OfferedItems OfferedDependents() const;
+  OfferedItems OfferedDependents() const { return OfferedDependents(plot.dependent); }
+  OfferedItems OfferedDependents(std::size_t chosen) const;
   /// The custom case as one text, and from one.
   std::string CustomCaseText() const;
   bool SetCustomCase(std::string_view text);

@@ -29,7 +29,8 @@ const Control kControls[] = {
     {.name = "Penalties.Hint",
      .kind = ControlKind::note,
      .label = {},
-     .bind = {.text = Of::Text([](const Dialog&) { return std::string(GetResourceString(316)); })}},
+     .bind = {.text = Of::Text(
+                  [](const Dialog& d) { return std::string(GetResourceString(d.hint())); })}},
     {.name = "Penalties.Cell",
      .kind = ControlKind::text,
      .label = "Row, column and penalty of a cell",
@@ -75,7 +76,12 @@ bool PenaltyDialog::TakeList(std::string_view text) {
 }
 
 bool PenaltyDialog::EditCell(std::size_t row, std::size_t column, std::string_view text) {
-  if (column != kPenaltyColumn || row < 1 || row > cells_.size()) return Refuse(317);
+  const bool isPenalty = column == kPenaltyColumn && row >= 1 && row <= cells_.size();
+  hint_ = isPenalty ? 316 : 317;
+  if (!isPenalty) {
+    Explain(std::string(GetResourceString(317)));
+    return false;
+  }
   cells_[row - 1] = text;
   return true;
 }

@@ -35,11 +35,13 @@ class PenaltyDialog final : public CAnalysisDialog {
   std::string ListText() const;
   /// Fills the cells from such a text. False, with the reason: a class has no penalty there.
   bool TakeList(std::string_view text);
-  /// A person edits the cell of a row and column, both from 1. False, after message 317: that cell
-  /// holds no penalty.
+  /// A person edits the cell of a row and column, both from 1. False, and the hint says so (text
+  /// 317): that cell holds no penalty.
   bool EditCell(std::size_t row, std::size_t column, std::string_view text);
   /// The same from a text of row, column and penalty.
   bool EditCell(std::string_view text);
+  /// The string-table number of the hint below the table.
+  int hint() const { return hint_; }
 
   /// As they were read by OK, in class order.
   const std::vector<double>& penalties() const { return penalties_; }
@@ -48,6 +50,7 @@ class PenaltyDialog final : public CAnalysisDialog {
   std::vector<CategoryTable::Class> classes_;
   std::vector<std::string> cells_;
   std::vector<double> penalties_;
+  int hint_ = 316;  // what can be edited; 317 after a try at another cell
 };
 
 }  // namespace qrvml

@@ -503,7 +503,10 @@ TEST(SvmPenaltyDialog, AsksAPersonAndBeginsWhereTheLastOkEnded) {
     };
     EXPECT_FALSE(put("Penalties.Cell", "2 1 9").Succeeded());  // a name
     EXPECT_FALSE(put("Penalties.Cell", "4 3 9").Succeeded());  // below the table
-    EXPECT_EQ(session.host.TakeMessages(), (std::vector{317, 317}));
+    AutomationValue hint;
+    EXPECT_TRUE(dialog.Automation()->Get("Penalties.Hint", hint).Succeeded());
+    EXPECT_EQ(hint.text, "Seules les cellules en rouge peuvent être modifiées");
+    EXPECT_EQ(session.host.TakeMessages(), std::vector<int>()) << "a hint is no message box";
     EXPECT_FALSE(put("Penalties", "1 2").Succeeded());
     EXPECT_TRUE(put("Penalties.Cell", "2 3 viel").Succeeded());
     EXPECT_FALSE(dialog.OnOK());

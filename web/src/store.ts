@@ -221,7 +221,18 @@ const queues = new Map<number, Promise<unknown>>();
  * Makes calls of a dialog, in the order in which they were asked for. Resolves when they are done,
  * also when that takes a training or an answer; the result says what failed.
  */
-export function call(analysis: number, dialog: number, ...calls: Call[]): Promise<CallResult> {
+export async function call(
+  analysis: number,
+  dialog: number,
+  ...calls: Call[]
+): Promise<CallResult> {
+  const result = await attempt(analysis, dialog, ...calls);
+  if (!result.ok && result.error) say(new Error(result.error));
+  return result;
+}
+
+/** The same, where the dialog itself shows what was refused. */
+export function attempt(analysis: number, dialog: number, ...calls: Call[]): Promise<CallResult> {
   const run = async (): Promise<CallResult> => {
     try {
       const result = await post<CallResult>(`analyses/${analysis}/calls`, { dialog, calls });
@@ -236,16 +247,12 @@ export function call(analysis: number, dialog: number, ...calls: Call[]): Promis
   const sent = (queues.get(dialog) ?? Promise.resolve()).then(run);
   queues.set(dialog, sent);
   return sent.then(async result => {
-    if (result.done) return finish(result);
-    const early = arrived.get(callKey(result));
-    if (early) return finish(early);
-    return finish(await new Promise<CallResult>(done => waiting.set(callKey(result), done)));
+    if (result.done) return result;
+    return (
+      arrived.get(callKey(result)) ??
+      new Promise<CallResult>(done => waiting.set(callKey(result), done))
+    );
   });
-}
-
-function finish(result: CallResult): CallResult {
-  if (!result.ok && result.error) say(new Error(result.error));
-  return result;
 }
 
 export async function answer(analysis: number, request: number, fields: object): Promise<void> {

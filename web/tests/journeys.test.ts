@@ -1,6 +1,6 @@
 // Whole journeys of an analyst in a real browser on the real program.
 import assert from 'node:assert/strict';
-import { existsSync, readFileSync } from 'node:fs';
+import { readFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { after, test } from 'node:test';
 import type { Page } from 'playwright-core';
@@ -10,14 +10,13 @@ import {
   control,
   examples,
   onWorkbench,
-  openPage,
   picture,
   pickVariables,
   sheetRows,
   shownDocument,
   startMethod,
   tab,
-  Workbench,
+  type Workbench,
 } from './workbench';
 
 after(closeBrowser);
@@ -386,48 +385,4 @@ test('text from data is never markup', async () => {
     assert.equal(await page.locator('main b:text-is("0"), main i:text-is("class")').count(), 0);
   };
   await onWorkbench('odd.csv', body, text);
-});
-
-test('no accessibility fault that axe knows, in either scheme and language', async () => {
-  const workbench = await Workbench.start(`${examples}/iris.csv`);
-  const axe = readFileSync('node_modules/axe-core/axe.min.js', 'utf8');
-  for (const dark of [false, true]) {
-    const { page } = await openPage(workbench, { dark });
-    const check = async (what: string) => {
-      // Through the debugger: the page's policy lets no other script in.
-      await page.evaluate(axe);
-      const faults = await page.evaluate(async () => {
-        const { axe } = window as unknown as { axe: { run(): Promise<{ violations: object[] }> } };
-        const { violations } = await axe.run();
-        return violations.map(v => {
-          const { id, nodes } = v as { id: string; nodes: { html: string }[] };
-          return `${id}: ${nodes[0]?.html}`;
-        });
-      });
-      assert.deepEqual(faults, [], `${what}, ${dark ? 'dark' : 'light'}`);
-    };
-    try {
-      if (dark) await page.click('.segments label:has-text("EN")');
-      await page.waitForSelector('.grid-cell:has-text("setosa")');
-      await check('data');
-      await startMethod(page, 'knn');
-      await check('specification');
-      await control(page, 'Variables').click();
-      await page.waitForSelector('#picker-source [role=option]');
-      await check('variables');
-      await pickVariables(page, irisLists);
-      await control(page, 'OK').click();
-      await page.waitForSelector('.dialog.results');
-      await control(page, 'DescriptiveStat').click();
-      await sheetRows(await shownDocument(page, 'Matrice de confusion'));
-      await check('results');
-      await tab(page, 'Tracés');
-      await check('plots');
-      await picture(page, dark ? 'results-dark-english' : 'results');
-    } finally {
-      await page.context().close();
-    }
-  }
-  await workbench.stop();
-  assert.ok(!existsSync(workbench.folder));
 });

@@ -124,7 +124,7 @@ export function control(page: Page, name: string): Locator {
   return page.locator(`.dialog [data-name="${name}"]`).first();
 }
 export async function tab(page: Page, name: string): Promise<void> {
-  await page.locator(`.dialog [id="tab-${name}"]`).click();
+  await page.locator(`.dialog [data-tab="${name}"]`).click();
 }
 export async function startMethod(page: Page, kind: string): Promise<void> {
   await page.click(`[data-kind="${kind}"]`);

@@ -13,6 +13,7 @@ export interface Hands {
   dialog: number;
   type(name: string, text: string): Promise<unknown>;
   set(name: string, value: number | string): Promise<unknown>;
+  attempt(name: string, text: string): Promise<unknown>; // sets; a refusal is not told
   press(name: string): void;
   ok(): void;
 }
@@ -360,6 +361,10 @@ export function Note({ control, rows }: { control: Control; rows?: number }) {
     );
   }
   const table = lines.map(line => line.split('\t'));
+  const numeric = (j: number) =>
+    table.length > 1 && table.slice(1).every(cells => Number.isFinite(Number(cells[j] || NaN)))
+      ? 'numeric'
+      : undefined;
   return (
     <div
       class={`note-list ${control.enabled ? '' : 'off'}`}
@@ -372,8 +377,8 @@ export function Note({ control, rows }: { control: Control; rows?: number }) {
         <thead>
           <tr>
             {table[0]?.map((cell, j) => (
-              <th key={j} scope="col">
-                {cell}
+              <th key={j} scope="col" class={numeric(j)}>
+                {translate(cell, page.language)}
               </th>
             ))}
           </tr>
@@ -382,7 +387,9 @@ export function Note({ control, rows }: { control: Control; rows?: number }) {
           {table.slice(1).map((cells, i) => (
             <tr key={i}>
               {cells.map((cell, j) => (
-                <td key={j}>{cell}</td>
+                <td key={j} class={numeric(j)}>
+                  {cell}
+                </td>
               ))}
             </tr>
           ))}

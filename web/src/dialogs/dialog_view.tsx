@@ -4,10 +4,11 @@
 import { useEffect, useLayoutEffect, useRef, useState } from 'preact/hooks';
 import type { ComponentChildren } from 'preact';
 import type { CallResult, Control, Dialog } from '../protocol';
-import { call, page } from '../store';
+import { attempt, call, page } from '../store';
 import { isOwnEnter } from '../widgets/modal';
 import { type Word, word } from '../words';
 import { accessKeys } from './access_keys';
+import { CellTable } from './cell_table';
 import {
   Caption,
   Cell,
@@ -61,6 +62,7 @@ export function namesIn(parts: Part[]): string[] {
     if ('under' in part) return [part.under, ...namesIn(part.parts)];
     if ('matrix' in part) return part.rows.flatMap(row => row.cells);
     if ('list' in part) return [part.list];
+    if ('cells' in part) return [part.cells, part.edit, part.hint];
     if ('lists' in part) return [part.lists];
     return 'buttons' in part ? part.buttons : [];
   });
@@ -120,12 +122,16 @@ export function DialogView({ analysis, dialog, busy, modal = false, heading, abo
   useLayoutEffect(() => {
     if (!focus) return undefined;
     // A window above keeps the focus until it has closed.
-    if (!modal && document.querySelector('dialog[open]')) {
+    const highest = [...document.querySelectorAll('dialog[open]')].at(-1);
+    if (highest && !highest.contains(root.current)) {
       const frame = requestAnimationFrame(() => setFocus({ ...focus }));
       return () => cancelAnimationFrame(frame);
     }
     const holder = root.current?.querySelector<HTMLElement>(`[data-name="${focus.name}"]`);
-    const element = holder?.querySelector<HTMLElement>('[role=listbox]') ?? holder;
+    const element =
+      holder?.querySelector<HTMLElement>('[aria-invalid]') ??
+      holder?.querySelector<HTMLElement>('[role=listbox], input') ??
+      holder;
     element?.focus();
     if (element instanceof HTMLInputElement && element.type === 'text') element.select();
     setFocus(null);
@@ -134,13 +140,14 @@ export function DialogView({ analysis, dialog, busy, modal = false, heading, abo
 
   const after = (result: CallResult) => {
     if (result.ok) return;
-    const refused = result.control || firstWrong(dialog, layout, tabs);
+    const refused = result.control || firstWrong(dialog, layout, tabs) || (modal && layout.focus);
     if (refused) focusOn(refused);
   };
   const hands: Hands = {
     dialog: dialog.dialog,
     type: (name, text) => call(analysis, dialog.dialog, { do: 'type', name, text }),
     set: (name, value) => call(analysis, dialog.dialog, { do: 'set', name, value }),
+    attempt: (name, text) => attempt(analysis, dialog.dialog, { do: 'set', name, value: text }),
     press: name => void call(analysis, dialog.dialog, { do: 'press', name }).then(after),
     ok: () => void call(analysis, dialog.dialog, { do: 'ok' }).then(after),
   };
@@ -214,13 +221,13 @@ export function DialogView({ analysis, dialog, busy, modal = false, heading, abo
         <>
           <Tabs tabs={tabs} current={current} onSelect={setTab} />
           <div class="tab-panels">
-            {tabs.map(name => (
+            {tabs.map((name, i) => (
               <div
                 key={name}
-                id={`panel-${name}`}
+                id={`panel-${i}`}
                 class="tab-panel"
                 role="tabpanel"
-                aria-labelledby={`tab-${name}`}
+                aria-labelledby={`tab-${i}`}
                 hidden={name !== current}
               >
                 {draw(partsOf(dialog, layout, name), name)}
@@ -292,14 +299,15 @@ function Tabs(props: { tabs: string[]; current: string; onSelect: (tab: string) 
   };
   return (
     <div ref={row} class="tabs" role="tablist" onKeyDown={onKeyDown}>
-      {tabs.map(tab => (
+      {tabs.map((tab, i) => (
         <button
           key={tab}
-          id={`tab-${tab}`}
+          id={`tab-${i}`}
           type="button"
           role="tab"
+          data-tab={tab}
           aria-selected={tab === current}
-          aria-controls={`panel-${tab}`}
+          aria-controls={`panel-${i}`}
           tabIndex={tab === current ? 0 : -1}
           onClick={() => go(tab)}
         >
@@ -390,6 +398,18 @@ function OnePart({ part, dialog, hands, where }: Omit<PartsProps, 'parts'> & { p
     ) : (
       <OpenList control={control} hands={hands} rows={part.rows ?? 6} />
     );
+  }
+  if ('cells' in part) {
+    const control = find(part.cells);
+    return control ? (
+      <CellTable
+        table={control}
+        edit={part.edit}
+        hint={find(part.hint)}
+        hands={hands}
+        rows={part.rows}
+      />
+    ) : null;
   }
   return (
     <table class="matrix">

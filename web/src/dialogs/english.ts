@@ -112,6 +112,14 @@ export const english: Record<string, string> = {
   inférieur: 'lower',
   supérieur: 'upper',
   'Pé&nalité': 'Pe&nalty',
+  'Nom de la classe': 'Class name',
+  Effectifs: 'Count',
+  Classe: 'Class',
+  'Valeur a priori': 'Prior',
+  Indépendante: 'Independent',
+  'Cliquez sur une cellule de pénalité en surbrillance pour la modifier':
+    'Click a highlighted penalty cell to change it',
+  'Seules les cellules en rouge peuvent être modifiées': 'Only the red cells can be changed',
 
   // results
   'Sous-ensemble(s)': 'Subset(s)',

@@ -12,6 +12,7 @@ export type Part =
   | { matrix: string[]; rows: { label: string; cells: string[] }[] } // fields under headings
   | { lists: string; captions: string[] } // a choice of several lists, each shown under its caption
   | { list: string; rows?: number } // a control shown as an open list
+  | { cells: string; edit: string; hint: string; rows: number } // a table whose last column is edited
   | { buttons: string[] }; // a row of buttons of equal width
 
 export interface Layout {
@@ -165,7 +166,7 @@ export const layouts: Record<string, Layout> = {
         'UseDefaultPrior',
         'UseEqualPrior',
         { line: ['UseCustomPrior', 'Priors.Select'] },
-        { list: 'Priors.List', rows: 5 },
+        { list: 'Priors.List', rows: 7 },
         'Threshold',
         { buttons: ['Priors.DescriptiveStat', 'Priors.PrintPredictions'] },
       ],
@@ -238,12 +239,19 @@ export const layouts: Record<string, Layout> = {
         'StoppingAccuracy',
         'CacheSize',
         'ShrinkData',
-        { line: ['ScaleInputs', 'Learning.InputLow', 'Learning.InputHigh'] },
-        { line: ['ScaleOutputs', 'Learning.OutputLow', 'Learning.OutputHigh'] },
-        { under: 'UsePenalty', parts: ['PenaltyList'] },
+        {
+          under: 'ScaleInputs',
+          parts: [{ line: ['Learning.InputLow', 'Learning.InputHigh'] }],
+        },
+        {
+          under: 'ScaleOutputs',
+          parts: [{ line: ['Learning.OutputLow', 'Learning.OutputHigh'] }],
+        },
+        'UsePenalty',
       ],
     },
     hidden: [
+      'PenaltyList', // asked for by OK
       ...hostButtons,
       ...sampleMembers,
       'UseCrossvalidationSample',
@@ -266,12 +274,14 @@ export const layouts: Record<string, Layout> = {
     hidden: ['CrossVPlot', 'SelectOutputForPlotting'],
   },
 
-  // One number per class, in the order of the table; a single cell has no control of its own here.
+  // The cells say the same as the list, which is for macros.
   MachineLearningPenaltySelection: {
-    focus: 'Penalties',
-    mainParts: [{ list: 'Penalties.Table', rows: 7 }, 'Penalties'],
+    focus: 'Penalties.Table',
+    mainParts: [
+      { cells: 'Penalties.Table', edit: 'Penalties.Cell', hint: 'Penalties.Hint', rows: 9 },
+    ],
     tabs: {},
-    hidden: ['Penalties.Cell', 'Penalties.Hint'],
+    hidden: ['Penalties'],
   },
 
   // Modal dialogs of the module, which have no interface, by their caption.
