@@ -15,7 +15,7 @@
 #include "harness.h"
 #include "score/c_program.h"
 #include "seeded_data.h"
-#include "svm/packed_cases.h"
+#include "svm/case_predictor.h"
 #include "svm/svm_deployment.h"
 #include "text_speed.h"
 
@@ -75,9 +75,7 @@ struct Model {
     }
     model.constants.Assign(1, 0.25);
     qrvml::SolverPace pace(engine.solver);
-    auto packed = std::make_unique<qrvml::PackedCases>();
-    packed->Build(model.supportVectors, true, pace);
-    model.packed = packed.release();
+    qrvml::SpreadSupportVectors(model, pace);
     variables = qrvml::DescribeVariables(*file, data);
   }
 };

@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <string>
 #include <vector>
 
@@ -17,8 +16,8 @@
 
 #include "harness.h"
 #include "seeded_data.h"
-#include "svm/kernels/svm_kernel.h"
 #include "svm/svm_solver.h"
+#include "svm_rates.h"
 
 namespace {
 
@@ -60,64 +59,6 @@ struct Data {
   SVMProblem Problem() const { return {int(targets.size()), targets.data(), lists.data()}; }
 };
 
-/// Processor seconds of the process: on a busy machine the waiting does not count.
-template <class Run>
-double ProcessorSeconds(Run run) {
-  const std::clock_t start = std::clock();
-  run();
-  return double(std::clock() - start) / CLOCKS_PER_SEC;
-}
-
-/// Processor seconds of the fastest of a few runs.
-template <class Run>
-double Fastest(Run run) {
-  double fastest = 1e9;
-  for (int round = 0; round < 5; ++round) fastest = std::min(fastest, ProcessorSeconds(run));
-  return fastest;
-}
-
-/// What the machine can do on one thread.
-struct Rates {
-  double products;      // multiply-and-add pairs a second, data in the first cache
-  double exponentials;  // a second
-  double memory;        // bytes a second
-};
-
-volatile double sink;
-
-Rates Measure() {
-  const SvmKernel& kernel = SvmKernelFor(4);
-  constexpr int kCases = 64;
-  HostArray<double> blocks(std::size_t(kCases) * kInputs, 0.5);
-  HostArray<double> queries(std::size_t(4) * kInputs, 0.25);
-  HostArray<double> values(std::size_t(4) * 512, 0.5);
-  const double* query[] = {&queries[0], &queries[kInputs], &queries[2 * kInputs],
-                           &queries[3 * kInputs]};
-  double* out[] = {&values[0], &values[512], &values[1024], &values[1536]};
-  constexpr int kRuns = 20000;
-  const double products = Fastest([&] {
-    for (int run = 0; run < kRuns; ++run) {
-      kernel.dots(blocks.data(), kInputs, kCases / kCaseLanes, query, 4, out);
-    }
-  });
-  KernelTerms terms;
-  terms.finish = KernelFinish::exponential;
-  terms.gamma = 1e-3;
-  const double exponentials = Fastest([&] {
-    for (int run = 0; run < kRuns; ++run) kernel.finish(terms, 0, nullptr, values.data(), 512);
-  });
-  HostArray<double> memory(std::size_t(1) << 25, 1.0);
-  const double read = Fastest([&] {
-    double sums[16] = {};
-    for (std::size_t t = 0; t < memory.size(); t += 16) {
-      for (int lane = 0; lane < 16; ++lane) sums[lane] += memory[t + std::size_t(lane)];
-    }
-    sink = sums[0] + sums[7] + sums[15];
-  });
-  return {double(kRuns) * kCases * 4 * kInputs / products, double(kRuns) * 512 / exponentials,
-          double(memory.size()) * 8 / read};
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -143,7 +84,7 @@ int main(int argc, char** argv) {
       chosen.emplace_back(argv[a]);
     }
   }
-  const Rates rates = memory ? Rates{1, 1, 1} : Measure();
+  const bench::SvmRates rates = memory ? bench::SvmRates{} : bench::MeasureSvmRates(kInputs);
   if (!memory)
     std::printf("rates, one thread: products %.1f G/s, exp %.2f G/s, memory %.1f GB/s\n",
                 rates.products / 1e9, rates.exponentials / 1e9, rates.memory / 1e9);
@@ -168,7 +109,8 @@ int main(int argc, char** argv) {
       const auto train = [&] {
         support = SvmTrain(data.Problem(), parameters, state)->supportVectorCount;
       };
-      processor.push_back(ProcessorSeconds([&] { seconds.push_back(bench::Seconds(train)); }));
+      processor.push_back(
+          bench::ProcessorSeconds([&] { seconds.push_back(bench::Seconds(train)); }));
     }
     const SVMCounts& counts = state.counts;
     const double floor =

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "host/string_table.h"
+#include "svm/case_predictor.h"
 #include "svm/pair_optimiser.h"
 #include "svm/solver_pace.h"
 #include "svm/solver_team.h"
@@ -21,7 +22,6 @@ class FoldTrainings::Worker {
     inputs_.Resize(l);
     targets_.Resize(l);
     places_.Resize(l);
-    votes_.Resize(l);  // a class at most for each case
     state_.maxIterations = search.state_.maxIterations;
     state_.workBetweenPolls = search.state_.workBetweenPolls;
     state_.level = search.state_.level;
@@ -54,10 +54,11 @@ class FoldTrainings::Worker {
     const SVMProblem fold{std::int32_t(kept), targets_.data(), inputs_.data()};
     const SharedKernel shared{search_.store_.get(), places_.subspan(0, kept)};
     const std::unique_ptr<SVMModel> model = SvmTrain(fold, parameters, state_, shared);
-    for (std::size_t t = begin; t < end; ++t) {
-      outcome.errors[t - begin] = SvmPredict(*model, all.x[t], votes_) - all.y[t];
-    }
     outcome.count = end - begin;
+    SolverPace pace(state_);
+    CasePredictor(*model, state_.threads, state_.level)
+        .Predict({all.x + begin, outcome.count}, outcome.errors, {}, pace);
+    for (std::size_t t = begin; t < end; ++t) outcome.errors[t - begin] -= all.y[t];
     outcome.iterationCount = state_.iterationCount;
     outcome.boundedSupportVectorCount = state_.boundedSupportVectorCount;
     outcome.objective = state_.objective;
@@ -120,7 +121,6 @@ class FoldTrainings::Worker {
   HostArray<SVMNodeList> inputs_;
   HostArray<double> targets_;
   HostArray<std::int32_t> places_;
-  HostArray<double> votes_;
 };
 
 FoldTrainings::FoldTrainings(const SVMProblem& problem, const SVMParameters& parameters,

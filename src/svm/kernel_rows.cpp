@@ -18,7 +18,7 @@ KernelRows::KernelRows(std::span<const SVMNodeList> cases, const SharedKernel& s
     std::copy(shared.places.begin(), shared.places.end(), places_.begin());
     return;
   }
-  packed_.Build(cases, false, pace);
+  packed_.Build(cases, CollectIndices(cases, pace), pace);
   Square(pace);
   inputs_.Resize(std::size_t(kDotQueries) * std::size_t(packed_.columns()));
 }

@@ -8,44 +8,37 @@ namespace {
 
 constexpr std::int64_t kCollectWork = 4;  // cost of looking at a node, in multiplications
 
-/// Whether every node's index is among `indices`; *nodes grows by the number of nodes.
-bool Covers(std::span<const std::int32_t> indices, const SVMNode* node, std::int64_t* nodes) {
-  const std::int32_t* at = indices.data();
-  const std::int32_t* end = at + indices.size();
-  bool covered = true;
-  for (; node->index != -1; ++node, ++*nodes) {
-    while (at != end && *at < node->index) ++at;
-    covered = covered && at != end && *at == node->index;
-  }
-  return covered;
+std::int64_t Length(const SVMNode* list) {
+  const SVMNode* node = list;
+  while (node->index != -1) ++node;
+  return node - list;
 }
 
 }  // namespace
 
-void PackedCases::CollectIndices(std::span<const SVMNodeList> cases, SolverPace& pace) {
+HostArray<std::int32_t> CollectIndices(std::span<const SVMNodeList> cases, SolverPace& pace) {
   // Most problems have the same indices in every case: those of the longest list.
   const SVMNode* longest = nullptr;
-  std::int64_t most = -1;
-  for (const SVMNodeList list : cases) {
-    std::int64_t nodes = 0;
-    Covers({}, list, &nodes);
-    if (nodes > most) {
-      longest = list;
-      most = nodes;
-    }
-    pace.Check(nodes * kCollectWork);
-  }
-  indices_.Resize(std::size_t(std::max<std::int64_t>(most, 0)));
-  for (std::size_t i = 0; i < indices_.size(); ++i) indices_[i] = longest[i].index;
-
+  std::int64_t most = 0;
   std::int64_t nodes = 0;
+  for (const SVMNodeList list : cases) {
+    const std::int64_t length = Length(list);
+    if (length > most) {
+      longest = list;
+      most = length;
+    }
+    nodes += length;
+    pace.Check(length * kCollectWork);
+  }
+  HostArray<std::int32_t> indices{std::size_t(most)};
+  for (std::size_t i = 0; i < indices.size(); ++i) indices[i] = longest[i].index;
+
   bool covered = true;
   for (const SVMNodeList list : cases) {
-    const std::int64_t before = nodes;
-    if (!Covers(indices_, list, &nodes)) covered = false;
-    pace.Check((nodes - before) * kCollectWork);
+    covered = covered && Covers(indices, list);
+    pace.Check(most * kCollectWork);
   }
-  if (covered) return;
+  if (covered) return indices;
 
   HostArray<std::int32_t> all{std::size_t(nodes)};
   std::int32_t* to = all.data();
@@ -53,9 +46,28 @@ void PackedCases::CollectIndices(std::span<const SVMNodeList> cases, SolverPace&
     for (const SVMNode* node = list; node->index != -1; ++node) *to++ = node->index;
   }
   std::sort(all.begin(), all.end());
-  const std::size_t distinct = std::size_t(std::unique(all.begin(), all.end()) - all.begin());
-  indices_.Resize(distinct);
-  std::copy(all.begin(), all.begin() + distinct, indices_.begin());
+  indices.Resize(std::size_t(std::unique(all.begin(), all.end()) - all.begin()));
+  std::copy_n(all.begin(), indices.size(), indices.begin());
+  return indices;
+}
+
+bool Covers(std::span<const std::int32_t> indices, const SVMNode* list) {
+  auto at = indices.begin();
+  for (const SVMNode* node = list; node->index != -1; ++node, ++at) {
+    while (at != indices.end() && *at < node->index) ++at;
+    if (at == indices.end() || *at != node->index) return false;
+  }
+  return true;
+}
+
+void CopyInputs(std::span<const std::int32_t> indices, const SVMNode* list, double* out,
+                std::ptrdiff_t stride) {
+  const SVMNode* node = list;
+  for (const std::int32_t index : indices) {
+    while (node->index != -1 && node->index < index) ++node;
+    *out = node->index == index ? node->value : 0.0;
+    out += stride;
+  }
 }
 
 void PackedCases::Allocate() {
@@ -67,30 +79,26 @@ void PackedCases::Allocate() {
   blocks_.Resize(lanes * std::size_t(columns_));
 }
 
-void PackedCases::Build(std::span<const SVMNodeList> cases, bool zeroColumn, SolverPace& pace) {
-  CollectIndices(cases, pace);
+void PackedCases::Build(std::span<const SVMNodeList> cases, std::span<const std::int32_t> indices,
+                        SolverPace& pace) {
   count_ = std::int32_t(cases.size());
   // Without any input there is a column of zeros all the same, so that there are blocks.
-  columns_ = std::max(1, std::int32_t(indices_.size()) + (zeroColumn ? 1 : 0));
+  columns_ = std::max(1, std::int32_t(indices.size()));
   Allocate();
   for (std::int32_t b = 0; b * kCaseLanes < count_; ++b) {
-    double* block = blocks_.data() + std::size_t(b) * std::size_t(columns_) * kCaseLanes;
-    std::fill(block, block + std::size_t(columns_) * kCaseLanes, 0.0);
     const std::int32_t end = std::min(count_, (b + 1) * kCaseLanes);
+    if (end % kCaseLanes != 0 || indices.empty()) {
+      double* block = blocks_.data() + std::size_t(b) * std::size_t(columns_) * kCaseLanes;
+      std::fill_n(block, std::size_t(columns_) * kCaseLanes, 0.0);
+    }
     for (std::int32_t t = b * kCaseLanes; t < end; ++t) {
-      std::int32_t column = 0;
-      for (const SVMNode* node = cases[std::size_t(t)]; node->index != -1; ++node) {
-        while (indices_[std::size_t(column)] != node->index) ++column;
-        At(t, column) = node->value;
-      }
+      CopyInputs(indices, cases[std::size_t(t)], &At(t, 0), kCaseLanes);
     }
     pace.Check(std::int64_t(columns_) * kCaseLanes);
   }
 }
 
 void PackedCases::Build(const PackedCases& source, std::span<const std::int32_t> cases) {
-  indices_.Resize(source.indices_.size());
-  std::copy(source.indices_.begin(), source.indices_.end(), indices_.begin());
   count_ = std::int32_t(cases.size());
   columns_ = source.columns_;
   Allocate();

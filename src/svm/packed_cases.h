@@ -1,10 +1,10 @@
 // Cases as the kernels read them: dense, in blocks of lanes over cases.
 //
-// An input column is an index that occurs in a node list; a case without a node of that index has
-// 0.0 there. Adding 0 * value changes no sum, so products equal those of the node lists bit for
-// bit.
+// An input column stands for an index of node lists; a case without a node of that index has 0.0
+// there. Adding 0 * value changes no sum, so products equal those of the node lists bit for bit.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -15,11 +15,22 @@
 
 namespace qrvml {
 
+/// The indices that occur in node lists, ascending. Throws MemoryRefused, Cancelled.
+HostArray<std::int32_t> CollectIndices(std::span<const SVMNodeList> cases, SolverPace& pace);
+
+/// Whether the list has no node of an index that is not among `indices`.
+bool Covers(std::span<const std::int32_t> indices, const SVMNode* list);
+
+/// out[c] = the list's value of index indices[c].
+void CopyInputs(std::span<const std::int32_t> indices, const SVMNode* list, double* out,
+                std::ptrdiff_t stride);
+
 class PackedCases {
  public:
-  /// Packs the cases in the order given; an extra column of zeros follows the inputs when
-  /// `zeroColumn`. Throws MemoryRefused, Cancelled.
-  void Build(std::span<const SVMNodeList> cases, bool zeroColumn, SolverPace& pace);
+  /// Packs the cases in the order given, one column per index; nodes of other indices are left out.
+  /// Throws MemoryRefused, Cancelled.
+  void Build(std::span<const SVMNodeList> cases, std::span<const std::int32_t> indices,
+             SolverPace& pace);
   /// Copies cases of another packing, in the order given.
   void Build(const PackedCases& source, std::span<const std::int32_t> cases);
 
@@ -28,8 +39,7 @@ class PackedCases {
   void CopyCase(std::int32_t at, double* inputs) const;
 
   std::int32_t count() const { return count_; }
-  std::int32_t columns() const { return columns_; }                   // with the column of zeros
-  std::span<const std::int32_t> indices() const { return indices_; }  // of the inputs, ascending
+  std::int32_t columns() const { return columns_; }  // at least 1
   const double* Block(std::int32_t b) const {
     return blocks_.data() + std::size_t(b) * std::size_t(columns_) * kCaseLanes;
   }
@@ -39,7 +49,6 @@ class PackedCases {
   }
 
  private:
-  void CollectIndices(std::span<const SVMNodeList> cases, SolverPace& pace);
   void Allocate();
   double& At(std::int32_t at, std::int32_t column) {
     return blocks_[(std::size_t(at / kCaseLanes) * std::size_t(columns_) + std::size_t(column)) *
@@ -49,7 +58,6 @@ class PackedCases {
 
   std::int32_t count_ = 0;
   std::int32_t columns_ = 0;
-  HostArray<std::int32_t> indices_;
   HostArray<double> blocks_;
 };
 

@@ -3,12 +3,15 @@
 #include <algorithm>
 #include <cmath>
 #include <new>
+#include <string>
+#include <vector>
 
 #include "data/case_reader.h"
 #include "data/value_text.h"
 #include "host/analysis_support.h"
 #include "host/numerics.h"
 #include "host/string_table.h"
+#include "svm/case_predictor.h"
 #include "svm/svm_engine.h"
 
 namespace qrvml {
@@ -16,9 +19,33 @@ namespace {
 
 const HostServices& Host() { return CAnalysisContext::Current()->services(); }
 
-constexpr std::int64_t kPollWork = INT64_C(1) << 22;  // kernel terms between two polls
+constexpr std::int64_t kFetchWork = 16;  // cost of reading an input, in multiplications
 
 }  // namespace
+
+/// Cases that were fetched, to be predicted together and then visited one by one.
+struct SVMEngine::CaseWindow {
+  CaseWindow(std::size_t size, const SVMEngine& engine)
+      : inputs(size * engine.currentInputs.size()),
+        nodes(size * engine.singleCase_.size()),
+        lists(size),
+        predicted(size),
+        shares(size * engine.classVoteShares.size()) {}
+
+  bool IsFull() const { return cases.size() == lists.size(); }
+
+  struct Case {
+    VisitedCase visited;
+    double observed;
+    std::string label;
+  };
+  std::vector<Case> cases;
+  HostArray<double> inputs;
+  HostArray<SVMNode> nodes;  // of test cases
+  HostArray<SVMNodeList> lists;
+  HostArray<double> predicted;
+  HostArray<double> shares;
+};
 
 bool SVMEngine::FetchSvmCase(std::int32_t caseNumber, std::int32_t problemSlot,
                              CaseReader& reader) {
@@ -46,16 +73,13 @@ bool SVMEngine::FetchSvmCase(std::int32_t caseNumber, std::int32_t problemSlot,
   return true;
 }
 
-void SVMEngine::PredictNodes(const SVMNode* nodes) {
-  predicted = SvmPredict(*model, nodes, classVoteShares);
-  if (!IsClassification() && HasDependent()) {
-    predicted = data_.UnscaleValue(VariableKind::dependent, 0, predicted);
-  }
+double SVMEngine::Unscaled(double prediction) const {
+  if (IsClassification() || !HasDependent()) return prediction;
+  return data_.UnscaleValue(VariableKind::dependent, 0, prediction);
 }
 
-void SVMEngine::PredictFetched() {
-  if (caseNodes_ == nullptr) return;
-  PredictNodes(caseNodes_);
+void SVMEngine::TakePrediction(double prediction) {
+  predicted = Unscaled(prediction);
   residual = observed - predicted;
   if (IsClassification()) residual = IsEqual(observed, predicted) ? 0.0 : 1.0;
 }
@@ -63,14 +87,14 @@ void SVMEngine::PredictFetched() {
 bool SVMEngine::PredictSvmCase(std::int32_t caseNumber, std::int32_t problemSlot) {
   CaseReader reader(*Host().file, data_.roles());
   if (!FetchSvmCase(caseNumber, problemSlot, reader)) return false;
-  PredictFetched();
+  if (caseNodes_ != nullptr) TakePrediction(SvmPredict(*model, caseNodes_, classVoteShares));
   return true;
 }
 
 void SVMEngine::PredictInputs(std::span<const double> inputs) {
   std::copy(inputs.begin(), inputs.end(), currentInputs.begin());
   BuildSingleCase();
-  PredictNodes(singleCase_.data());
+  predicted = Unscaled(SvmPredict(*model, singleCase_.data(), classVoteShares));
 }
 
 void SVMEngine::TakeTrainingInputs(const SVMNode* entry) {
@@ -163,9 +187,20 @@ bool SVMEngine::ComputeSvmStatistics() {
 bool SVMEngine::VisitSvmCases(Subset subset, bool predict,
                               const std::function<void(const VisitedCase&)>& visit) {
   CaseReader reader(*Host().file, data_.roles());
+  SolverPace pace(solver);
+  CasePredictor predictor(*model, predict ? solver.threads : 1);
+  const auto cases = static_cast<std::size_t>(data_.numberOfCases());
+  CaseWindow window(predict ? std::min(predictor.portion(), cases) : 0, *this);
+  const auto visitWindow = [&] {
+    predictor.Predict(window.lists.subspan(0, window.cases.size()), window.predicted, window.shares,
+                      pace);
+    for (std::size_t at = 0; at < window.cases.size(); ++at) {
+      TakeFromWindow(window, at);
+      visit(window.cases[at].visited);
+    }
+    window.cases.clear();
+  };
   std::int32_t slot = 0;
-  std::int64_t work = 0;
-  const std::int64_t columns = std::int64_t(data_.svmInputWidth()) + 16;
   for (std::int32_t number = 1; number <= data_.numberOfCases(); ++number) {
     const std::uint8_t flag = data_.Flag(number);
     if (flag != kTraining && flag != kTest) continue;
@@ -174,14 +209,39 @@ bool SVMEngine::VisitSvmCases(Subset subset, bool predict,
     if (flag == kTraining) slot += weight;
     if (subset != Subset::both && flag != std::uint8_t(subset)) continue;
     if (!FetchSvmCase(number, first, reader)) return false;
-    if (predict) PredictFetched();
-    visit({number, weight, flag});
-    work += columns * (predict ? model->supportVectorCount + 16 : 16);
-    if (work < kPollWork) continue;
-    work = 0;
-    if (Host().progress->pcancel() != 0) throw Cancelled();
+    pace.Check((data_.svmInputWidth() + 16) * kFetchWork);
+    if (!predict) {
+      visit({number, weight, flag});
+      continue;
+    }
+    KeepInWindow(window, {number, weight, flag});
+    if (window.IsFull()) visitWindow();
   }
+  visitWindow();
   return true;
+}
+
+void SVMEngine::KeepInWindow(CaseWindow& window, const VisitedCase& visited) const {
+  const std::size_t at = window.cases.size();
+  window.cases.push_back({visited, observed, caseLabel});
+  std::copy_n(currentInputs.begin(), currentInputs.size(),
+              window.inputs.data() + at * currentInputs.size());
+  window.lists[at] = {caseNodes_};
+  if (visited.flag == kTraining) return;
+  // The next test case takes the place of this one.
+  SVMNode* nodes = window.nodes.data() + at * singleCase_.size();
+  std::copy_n(caseNodes_, singleCase_.size(), nodes);
+  window.lists[at] = {nodes};
+}
+
+void SVMEngine::TakeFromWindow(const CaseWindow& window, std::size_t at) {
+  observed = window.cases[at].observed;
+  caseLabel = window.cases[at].label;
+  std::copy_n(window.inputs.data() + at * currentInputs.size(), currentInputs.size(),
+              currentInputs.begin());
+  const auto classes = static_cast<std::size_t>(IsClassification() ? model->classCount : 0);
+  std::copy_n(window.shares.data() + at * classes, classes, classVoteShares.begin());
+  TakePrediction(window.predicted[at]);
 }
 
 bool SVMEngine::ClassificationStatistics() {

@@ -138,9 +138,12 @@ class SVMEngine final : public TrainingRowSink {
   /// Label, inputs and observed value of a case, and its nodes in `caseNodes_` (null: in neither
   /// sample). False: the host stopped.
   bool FetchSvmCase(std::int32_t caseNumber, std::int32_t problemSlot, CaseReader& reader);
-  void PredictFetched();
-  /// `predicted` of an input vector, unscaled, and its vote shares.
-  void PredictNodes(const SVMNode* nodes);
+  double Unscaled(double prediction) const;
+  /// Sets `predicted` and `residual` from what the model says.
+  void TakePrediction(double prediction);
+  struct CaseWindow;
+  void KeepInWindow(CaseWindow& window, const VisitedCase& visited) const;
+  void TakeFromWindow(const CaseWindow& window, std::size_t at);
   void TakeTrainingInputs(const SVMNode* entry);
   bool ReadTestCase(std::int32_t caseNumber, CaseReader& reader);
   void BuildSingleCase();

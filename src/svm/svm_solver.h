@@ -32,8 +32,8 @@ std::unique_ptr<SVMModel> SvmTrain(const SVMProblem& problem, const SVMParameter
 /// The class label of the input vector, its regression value, or +1 / -1 for one-class.
 ///
 /// For a classification voteShares[k] = votes of the model's k-th label / all votes; its size is at
-/// least classCount (it may be empty otherwise). An exact tie goes to the lowest label position.
-/// Throws MemoryRefused.
+/// least classCount, or 0. An exact tie goes to the lowest label position. Many cases are predicted
+/// much faster by a CasePredictor. Throws MemoryRefused.
 double SvmPredict(const SVMModel& model, const SVMNode* x, std::span<double> voteShares);
 
 /// Frees the model, not the node lists. Null is ignored.

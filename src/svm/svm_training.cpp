@@ -2,9 +2,9 @@
 #include <limits>
 #include <string>
 
+#include "svm/case_predictor.h"
 #include "svm/class_groups.h"
 #include "svm/decision_function.h"
-#include "svm/packed_cases.h"
 #include "svm/pair_optimiser.h"
 #include "svm/svm_solver.h"
 
@@ -29,7 +29,7 @@ class Training {
 
   std::unique_ptr<SVMModel> Run() {
     model_->IsClassification() ? TrainClasses() : TrainOne();
-    PackSupportVectors();
+    SpreadSupportVectors(*model_, pace_);
     return std::move(model_);
   }
 
@@ -160,12 +160,6 @@ class Training {
     }
   }
 
-  void PackSupportVectors() {
-    auto packed = std::make_unique<PackedCases>();
-    packed->Build(model_->supportVectors, true, pace_);
-    model_->packed = packed.release();
-  }
-
   const SVMProblem& problem_;
   const SVMParameters& parameters_;
   SVMSolverState& state_;
@@ -176,9 +170,6 @@ class Training {
 };
 
 }  // namespace
-
-SVMModel::SVMModel() = default;
-SVMModel::~SVMModel() { delete packed; }
 
 std::unique_ptr<SVMModel> SvmTrain(const SVMProblem& problem, const SVMParameters& parameters,
                                    SVMSolverState& state, const SharedKernel& shared) {

@@ -63,15 +63,8 @@ struct SVMParameters {
   std::int32_t classWeightCount() const { return std::int32_t(classWeightLabels.size()); }
 };
 
-class PackedCases;
-
 /// Pairs of classes are numbered in the order (0,1), (0,2), …, (1,2), … of label positions.
 struct SVMModel {
-  SVMModel();
-  ~SVMModel();
-  SVMModel(const SVMModel&) = delete;
-  SVMModel& operator=(const SVMModel&) = delete;
-
   SVMParameters parameters;
   std::int32_t classCount = 0;  // 2 for regression and one-class
   std::int32_t supportVectorCount = 0;
@@ -86,7 +79,10 @@ struct SVMModel {
   }
   bool IsClassification() const { return parameters.svmType <= kNuClassification; }
 
-  const PackedCases* packed = nullptr;  // the support vectors as prediction reads them; owned
+  /// The support vectors as prediction reads them: the indices that occur, ascending, and per
+  /// vector one value for each.
+  HostArray<std::int32_t> denseIndices;
+  HostArray<double> denseVectors;
 };
 
 /// Work done since SvmTrain began.

@@ -8,6 +8,8 @@
 #include <cmath>
 #include <thread>
 
+#include "host/string_table.h"
+#include "svm/case_predictor.h"
 #include "svm/plain_svm.h"
 
 namespace qrvml::test {
@@ -341,6 +343,60 @@ TEST(SvmPrediction, EqualsTheDefiningSumsForEveryKernelAndSparseInputs) {
         EXPECT_EQ(predicted, model->labels[std::size_t(winner)]);
         for (int k = 0; k < 3; ++k) EXPECT_EQ(shares[k], votes[k] / 3.0);
       }
+    }
+  }
+}
+
+TEST(SvmPrediction, ManyCasesAtOnceGetTheBitsOfEachAlone) {
+  Draws draws(46);
+  const auto draw = [&](int cases, int inputs, double density) {
+    PlainProblem problem(true);
+    for (int t = 0; t < cases; ++t) {
+      std::vector<double> x(std::size_t(inputs), 0.0);
+      for (double& value : x) value = draws.Unit() < density ? draws.Bell() + t % 4 : 0;
+      problem.Add(x, t % 4);
+    }
+    return problem;
+  };
+  const PlainProblem problem = draw(250, 5, 0.7);
+  // More than two threads take at once; some have inputs that no support vector has.
+  const PlainProblem queries = draw(2100, 6, 0.5);
+  std::vector<SVMNodeList> lists;
+  for (std::int32_t q = 0; q < queries.size(); ++q) lists.push_back({queries.list(q)});
+  for (const SVMType type : {kCClassification, kEpsilonRegression}) {
+    for (const SVMKernelType kernel : {kRadialKernel, kPolynomialKernel}) {
+      SCOPED_TRACE("kernel " + std::to_string(kernel) + ", type " + std::to_string(type));
+      SVMParameters p = Radial(type, 0.1);
+      p.kernelType = kernel;
+      p.C = 0.1;
+      QuietState state;
+      state.maxIterations = 500;
+      const auto model = SvmTrain(problem.problem(), p, state);
+      ASSERT_GT(model->supportVectorCount, 64);
+      const std::size_t classes = type == kCClassification ? 4 : 0;
+      std::vector<double> expected, expectedShares;
+      for (const SVMNodeList list : lists) {
+        double shares[4];
+        expected.push_back(SvmPredict(*model, list, shares));
+        expectedShares.insert(expectedShares.end(), shares, shares + classes);
+      }
+      for (int threads = 1; threads <= 2; ++threads) {
+        for (int level = 2; level <= 4; ++level) {
+          CasePredictor predictor(*model, threads, level);
+          std::vector<double> predicted(lists.size()), shares(expectedShares.size());
+          SolverPace pace(state);
+          predictor.Predict(lists, predicted, shares, pace);
+          EXPECT_EQ(predicted == expected, true) << threads << " threads, level " << level;
+          EXPECT_EQ(shares == expectedShares, true) << threads << " threads, level " << level;
+        }
+      }
+      // A cancel is heard in the midst of the cases.
+      int polls = 0;
+      state.workBetweenPolls = 1 << 16;
+      state.poll = [&] { return ++polls == 5; };
+      SolverPace pace(state);
+      std::vector<double> predicted(lists.size());
+      EXPECT_THROW(CasePredictor(*model, 2).Predict(lists, predicted, {}, pace), Cancelled);
     }
   }
 }

@@ -46,14 +46,12 @@ struct SvmKernel {
   /// `blockCount` blocks; 1 <= count <= kDotQueries.
   void (*dots)(const double* blocks, std::int32_t inputs, std::int32_t blockCount,
                const double* const* queries, int count, double* const* out);
-  /// The same sums over the inputs listed: out[case] = sum of query[i] * value of inputs column[i].
-  void (*listedDots)(const double* blocks, std::int32_t inputs, std::int32_t blockCount,
-                     const double* query, const std::int32_t* column, std::int32_t count,
-                     double* out);
-  /// out[case] = sum of (query[i] - value of input column[i])^2.
-  void (*listedSquares)(const double* blocks, std::int32_t inputs, std::int32_t blockCount,
-                        const double* query, const std::int32_t* column, std::int32_t count,
-                        double* out);
+  /// out[q][case] = sum of (query[q][input] - value)^2, likewise.
+  void (*squares)(const double* blocks, std::int32_t inputs, std::int32_t blockCount,
+                  const double* const* queries, int count, double* const* out);
+  /// sums[lane] += values[s * kCaseLanes + lane] * weights[s], for s from 0 to count - 1 in order.
+  void (*addWeighted)(const double* values, const double* weights, std::int32_t count,
+                      double* sums);
   /// Makes kernel values of `count` products (a multiple of kCaseLanes) in place; for the
   /// exponential from products: exp(-gamma * ((square + squares[case]) - 2 * product)), or, without
   /// squares, from squared distances.

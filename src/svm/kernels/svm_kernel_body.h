@@ -80,8 +80,10 @@ constexpr int TileVectors(int queries) {
   return fit < 4 ? fit : 4;
 }
 
-template <int queries>
-void DotsOf(const double* blocks, std::int32_t inputs, std::int32_t blockCount,
+/// Of each query and each case the sum over inputs of their product, or of their difference
+/// squared.
+template <bool squares, int queries>
+void TileOf(const double* blocks, std::int32_t inputs, std::int32_t blockCount,
             const double* const* query, double* const* out) {
   constexpr int kVectors = TileVectors(queries);
   const double* values[queries];
@@ -98,7 +100,10 @@ void DotsOf(const double* blocks, std::int32_t inputs, std::int32_t blockCount,
         for (int q = 0; q < queries; ++q) {
           const Vector x = Spread(values[q][i]);
 #pragma GCC unroll 8
-          for (int v = 0; v < kVectors; ++v) sum[q][v] = sum[q][v] + x * value[v];
+          for (int v = 0; v < kVectors; ++v) {
+            const Vector difference = x - value[v];
+            sum[q][v] = sum[q][v] + (squares ? difference * difference : x * value[v]);
+          }
         }
       }
 #pragma GCC unroll 8
@@ -111,41 +116,35 @@ void DotsOf(const double* blocks, std::int32_t inputs, std::int32_t blockCount,
   }
 }
 
-void Dots(const double* blocks, std::int32_t inputs, std::int32_t blockCount,
+template <bool squares>
+void Tile(const double* blocks, std::int32_t inputs, std::int32_t blockCount,
           const double* const* queries, int count, double* const* out) {
   switch (count) {
     case 1:
-      return DotsOf<1>(blocks, inputs, blockCount, queries, out);
+      return TileOf<squares, 1>(blocks, inputs, blockCount, queries, out);
     case 2:
-      return DotsOf<2>(blocks, inputs, blockCount, queries, out);
+      return TileOf<squares, 2>(blocks, inputs, blockCount, queries, out);
     case 3:
-      return DotsOf<3>(blocks, inputs, blockCount, queries, out);
+      return TileOf<squares, 3>(blocks, inputs, blockCount, queries, out);
     default:
-      return DotsOf<4>(blocks, inputs, blockCount, queries, out);
+      return TileOf<squares, 4>(blocks, inputs, blockCount, queries, out);
   }
 }
 
-template <bool squares>
-void Listed(const double* blocks, std::int32_t inputs, std::int32_t blockCount, const double* query,
-            const std::int32_t* column, std::int32_t count, double* out) {
+void AddWeighted(const double* values, const double* weights, std::int32_t count, double* sums) {
   constexpr int kVectors = 4;
-  for (std::int32_t b = 0; b < blockCount; ++b, blocks += std::int64_t(inputs) * kCaseLanes) {
-    for (int first = 0; first < kCaseLanes; first += kVectors * kWidth) {
-      Vector sum[kVectors] = {};
-      for (std::int32_t i = 0; i < count; ++i) {
-        const double* lanes = blocks + std::int64_t(column[i]) * kCaseLanes + first;
-        const Vector x = Spread(query[i]);
-#pragma GCC unroll 8
-        for (int v = 0; v < kVectors; ++v) {
-          const Vector value = Load(lanes + v * kWidth);
-          const Vector difference = x - value;
-          sum[v] = sum[v] + (squares ? difference * difference : x * value);
-        }
-      }
-      double* to = out + std::int64_t(b) * kCaseLanes + first;
-#pragma GCC unroll 8
-      for (int v = 0; v < kVectors; ++v) Store(to + v * kWidth, sum[v]);
+  for (int first = 0; first < kCaseLanes; first += kVectors * kWidth) {
+    Vector sum[kVectors];
+#pragma GCC unroll 4
+    for (int v = 0; v < kVectors; ++v) sum[v] = Load(sums + first + v * kWidth);
+    const double* lanes = values + first;
+    for (std::int32_t s = 0; s < count; ++s, lanes += kCaseLanes) {
+      const Vector weight = Spread(weights[s]);
+#pragma GCC unroll 4
+      for (int v = 0; v < kVectors; ++v) sum[v] = sum[v] + weight * Load(lanes + v * kWidth);
     }
+#pragma GCC unroll 4
+    for (int v = 0; v < kVectors; ++v) Store(sums + first + v * kWidth, sum[v]);
   }
 }
 
@@ -397,8 +396,8 @@ void Combine(const double* first, const double* second, double a, double b, std:
 }
 
 constexpr qrvml::SvmKernel MakeKernel(int level) {
-  return {level,  Dots,         Listed<false>, Listed<true>, Finish, GatherAll,
-          Update, UpdatePlaced, UpdateListed,  Choose,       Combine};
+  return {level,  Tile<false>,  Tile<true>,   AddWeighted, Finish, GatherAll,
+          Update, UpdatePlaced, UpdateListed, Choose,      Combine};
 }
 
 }  // namespace
