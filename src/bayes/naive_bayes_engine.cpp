@@ -274,24 +274,25 @@ bool NaiveBayesEngine::ComputeNaiveBayesStatistics() {
   };
   release();
   try {
-    const auto start = [this](std::vector<ConfusionCounts>& tables) {
-      tables.resize(dependents());
-      for (std::size_t d = 0; d < dependents(); ++d) tables[d].Start(Classes(d));
-    };
-    start(trainingConfusion);
+    trainingConfusion = EmptyCounts();
     if (data_.sampling.apply) {
-      start(testConfusion);
-      start(overallConfusion);
+      testConfusion = EmptyCounts();
+      overallConfusion = EmptyCounts();
     }
     AllocateOutputs();
     PrepareModel();
     numericFault_ = false;
+    WorkerTeam team(Host().compute->WorkerThreads());
     // Counts do not depend on the order of the cases: stored samples are counted where they lie.
     if (data_.storeValues) {
-      CountCases(Subset::training);
-      if (data_.sampling.apply) CountCases(Subset::test);
+      CountCases(Subset::training, team);
+      if (data_.sampling.apply) CountCases(Subset::test, team);
     } else {
-      CountCases(data_.sampling.apply ? Subset::both : Subset::training);
+      CountCases(data_.sampling.apply ? Subset::both : Subset::training, team);
+    }
+    for (std::size_t d = 0; d < overallConfusion.size(); ++d) {
+      overallConfusion[d].Add(trainingConfusion[d]);
+      overallConfusion[d].Add(testConfusion[d]);
     }
     return true;
   } catch (const Cancelled&) {
@@ -303,26 +304,48 @@ bool NaiveBayesEngine::ComputeNaiveBayesStatistics() {
   }
 }
 
-void NaiveBayesEngine::CountCases(Subset subset) {
+std::vector<ConfusionCounts> NaiveBayesEngine::EmptyCounts() const {
+  std::vector<ConfusionCounts> counts(dependents());
+  for (std::size_t d = 0; d < counts.size(); ++d) counts[d].Start(Classes(d));
+  return counts;
+}
+
+void NaiveBayesEngine::CountRows(const CaseBlocks& cases, std::size_t d, std::size_t first,
+                                 std::size_t last, const CodeLookup& lookup,
+                                 SampleCounts& share) const {
+  const std::size_t m = dependents();
+  const std::int32_t* numbers = cases.caseNumbers().data();
+  const std::int32_t* predicted = block_.predictedClass.data() + d;
+  const double* observed = cases.dependents() + d;
+  for (std::size_t row = first; row < last; ++row) {
+    const std::size_t sample = data_.Flag(numbers[row]) == kTraining ? 0 : 1;
+    share[sample][d].Add(predicted[row * m], lookup.ClassOf(observed[row * m]),
+                         data_.Weight(numbers[row]));
+  }
+}
+
+void NaiveBayesEngine::CountCases(Subset subset, WorkerTeam& team) {
   std::vector<CodeLookup> lookups;
   for (std::size_t d = 0; d < dependents(); ++d) lookups.emplace_back(data_.dependentCategories(d));
-  WorkerTeam team(Host().compute->WorkerThreads());
+  // Of every thread and sample, per dependent. Whole numbers have the same sum in any order.
+  std::vector<SampleCounts> shares(team.size());
+  for (auto& share : shares) {
+    if (subset != Subset::test) share[0] = EmptyCounts();
+    if (subset != Subset::training) share[1] = EmptyCounts();
+  }
   CaseBlocks cases(data_, subset, model_.RowsTogether());
   while (cases.Next()) {
     if (Host().progress->pcancel() != 0) throw Cancelled();
-    model_.Classify(cases.predictors(), cases.rows(), false, team, block_);
+    model_.Classify(cases.predictors(), cases.rows(), false, team, block_,
+                    [&](std::size_t part, std::size_t first, std::size_t last) {
+                      for (std::size_t d = 0; d < dependents(); ++d)
+                        CountRows(cases, d, first, last, lookups[d], shares[part]);
+                    });
     numericFault_ = numericFault_ || block_.numericFault;
-    for (std::size_t row = 0; row < cases.rows(); ++row) {
-      const std::int32_t number = cases.caseNumbers()[row];
-      const std::int32_t weight = data_.Weight(number);
-      for (std::size_t d = 0; d < dependents(); ++d) {
-        const std::int32_t predicted = block_.predictedClass[row * dependents() + d];
-        const int observed = lookups[d].ClassOf(cases.dependents()[row * dependents() + d]);
-        (data_.Flag(number) == kTraining ? trainingConfusion : testConfusion)[d].Add(
-            predicted, observed, weight);
-        if (data_.sampling.apply) overallConfusion[d].Add(predicted, observed, weight);
-      }
-    }
+  }
+  for (const auto& share : shares) {
+    for (std::size_t d = 0; d < share[0].size(); ++d) trainingConfusion[d].Add(share[0][d]);
+    for (std::size_t d = 0; d < share[1].size(); ++d) testConfusion[d].Add(share[1][d]);
   }
 }
 

@@ -18,6 +18,8 @@
 #include "bayes/densities.h"
 #include "bayes/posterior_model.h"
 #include "data/analysis_data_set.h"
+#include "data/case_blocks.h"
+#include "data/code_lookup.h"
 #include "data/worker_team.h"
 #include "host/memory.h"
 #include "stats/confusion_counts.h"
@@ -126,7 +128,15 @@ class NaiveBayesEngine {
   void AllocateOutputs();
   /// Takes the outputs of row `row` of block_ into the fields.
   void TakeOutputs(std::size_t row, std::span<const double> observed);
-  void CountCases(Subset subset);
+  /// One table per dependent. Throws MemoryRefused.
+  std::vector<ConfusionCounts> EmptyCounts() const;
+  /// Per sample and dependent.
+  using SampleCounts = std::array<std::vector<ConfusionCounts>, 2>;
+  /// Counts rows first to last - 1 of a block that was classified, for dependent d.
+  void CountRows(const CaseBlocks& cases, std::size_t d, std::size_t first, std::size_t last,
+                 const CodeLookup& lookup, SampleCounts& share) const;
+  /// Adds the cases of a subset to the confusion tables. Throws MemoryRefused, Cancelled.
+  void CountCases(Subset subset, WorkerTeam& team);
 
   AnalysisDataSet& data_;
   PosteriorModel model_;  // empty: to be made

@@ -1,10 +1,10 @@
 #include "bayes/posterior_model.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <limits>
 
-#include "bayes/kernels/posterior_kernel.h"
 #include "data/processor_level.h"
 #include "host/documents.h"
 #include "host/numerics.h"
@@ -19,6 +19,9 @@ const PosteriorKernel& Kernel() {
   if (level >= 4) return kPosteriorKernelV4;
   return level == 3 ? kPosteriorKernelV3 : kPosteriorKernelV2;
 }
+
+constexpr std::size_t kTilesTogether = 64;
+constexpr std::size_t kCacheLine = 64;  // bytes
 
 bool IsPositiveNumber(double x) { return x > 0 && std::isfinite(x); }
 
@@ -90,6 +93,7 @@ void PosteriorModel::Build(const AnalysisDataSet& data, std::span<const Distribu
   }
   BuildFrequencies(data, threshold);
   BuildRuns(distributions);
+  BuildRanking();
 }
 
 void PosteriorModel::SetTerm(std::size_t at, Distribution distribution, double mean,
@@ -153,7 +157,30 @@ void PosteriorModel::BuildRuns(std::span<const Distribution> distributions) {
   }
   const std::size_t terms = std::max(inputs_ * firstRow_.back(), std::size_t{1});
   const std::size_t together = std::size_t{1} << (allFast ? 24 : 18);
+  lines_ = inputs_ * kCaseLanes * sizeof(double) / kCacheLine;
+  linesPerRow_ = lines_ / std::max(firstRow_.back(), std::size_t{1}) + 1;
   rowsTogether_ = std::clamp(together / terms, std::size_t{1}, kRowsAtMost);
+}
+
+void PosteriorModel::BuildRanking() {
+  constexpr double kSmallestPrior = 1e-30;
+  const bool allFast =
+      continuous_ == 0 || (runs_.front().fast && runs_.front().last == continuous_);
+  if (!allFast || !std::ranges::all_of(priors_, [](double p) { return p >= kSmallestPrior; }))
+    return;
+  // Both ways of adding up are off by less than a rounding of the summed sizes per input; doubled.
+  rankSlackRate_ = static_cast<double>(inputs_ + 16) * 0x1p-50;
+  rankConstant_.Resize(firstRow_.back());
+  rankSlack_.Resize(firstRow_.back());
+  for (std::size_t row = 0; row < firstRow_.back(); ++row) {
+    double size = std::fabs(logPriors_[row]);
+    rankConstant_[row] = logPriors_[row];
+    for (const double height : height_.subspan(row * continuous_, continuous_)) {
+      rankConstant_[row] += height;
+      size += std::fabs(height);
+    }
+    rankSlack_[row] = size * rankSlackRate_;
+  }
 }
 
 double PosteriorModel::TermOf(std::size_t at, double x) const {
@@ -187,7 +214,7 @@ bool PosteriorModel::Term(std::size_t classRow, std::size_t k, double x, double&
 }
 
 void PosteriorModel::Classify(const double* rows, std::size_t count, bool keepsPosteriors,
-                              WorkerTeam& team, ClassifiedBlock& block) {
+                              WorkerTeam& team, ClassifiedBlock& block, const RowVisit& visit) {
   const std::size_t classRows = firstRow_.back(), dependents = firstRow_.size() - 1;
   block.posteriors.Resize(keepsPosteriors ? count * classRows : 0);
   block.predictedClass.Resize(count * dependents);
@@ -203,20 +230,30 @@ void PosteriorModel::Classify(const double* rows, std::size_t count, bool keepsP
     if (count % kCaseLanes != 0) scratch.rows.Resize(inputs_ * kCaseLanes);
   }
   for (Scratch& scratch : scratch_) scratch.numericFault = false;
+  // A thread takes some tiles at a time, so that one that is held up leaves its share to others.
+  std::atomic<std::size_t> taken = 0;
   team.Run([&](std::size_t part) {
     if (part >= parts) return;
-    for (std::size_t tile = tiles * part / parts; tile < tiles * (part + 1) / parts; ++tile) {
-      const std::size_t first = tile * kCaseLanes;
-      ClassifyTile(rows + first * inputs_, std::min(kCaseLanes, count - first),
-                   keepsPosteriors ? block.posteriors.data() + first * classRows : nullptr,
-                   block.predictedClass.data() + first * dependents, scratch_[part]);
+    for (std::size_t from; (from = taken.fetch_add(kTilesTogether)) < tiles;) {
+      const std::size_t to = std::min(from + kTilesTogether, tiles);
+      for (std::size_t tile = from; tile < to; ++tile) {
+        const std::size_t first = tile * kCaseLanes;
+        const double* own = rows + first * inputs_;
+        const bool followed = first + 2 * kCaseLanes <= count;
+        ClassifyTile(own, std::min(kCaseLanes, count - first),
+                     followed ? own + kCaseLanes * inputs_ : nullptr,
+                     keepsPosteriors ? block.posteriors.data() + first * classRows : nullptr,
+                     block.predictedClass.data() + first * dependents, scratch_[part]);
+      }
+      if (visit) visit(part, from * kCaseLanes, std::min(to * kCaseLanes, count));
     }
   });
   block.numericFault = std::ranges::any_of(scratch_, &Scratch::numericFault);
 }
 
-void PosteriorModel::ClassifyTile(const double* rows, std::size_t count, double* posteriors,
-                                  std::int32_t* predicted, Scratch& scratch) const {
+void PosteriorModel::ClassifyTile(const double* rows, std::size_t count, const double* next,
+                                  double* posteriors, std::int32_t* predicted,
+                                  Scratch& scratch) const {
   alignas(64) double noPrediction[kCaseLanes];
   if (count < kCaseLanes) {
     // The lanes that are left over repeat the last row.
@@ -228,6 +265,8 @@ void PosteriorModel::ClassifyTile(const double* rows, std::size_t count, double*
   Kernel().transpose(rows, inputs_, scratch.lanes.data());
   Kernel().markMissing(inputs_, scratch.lanes.data(), missing_.data(), noPrediction);
   FindCategories(scratch, noPrediction);
+  if (posteriors == nullptr && RankTile(count, noPrediction, next, predicted, scratch)) return;
+  scratch.sums.Fill(0.0);
   for (std::size_t row = 0; row < firstRow_.back(); ++row) AddTerms(row, scratch);
   for (std::size_t d = 0; d + 1 < firstRow_.size(); ++d)
     Conclude(d, count, noPrediction, posteriors, predicted, scratch);
@@ -247,7 +286,6 @@ void PosteriorModel::FindCategories(Scratch& scratch, double* noPrediction) cons
 
 void PosteriorModel::AddTerms(std::size_t row, Scratch& scratch) const {
   double* sums = scratch.sums.data() + row * kCaseLanes;
-  std::fill_n(sums, kCaseLanes, 0.0);
   alignas(64) double terms[kCaseLanes];
   for (const Run& run : runs_) {
     const std::size_t at = row * continuous_ + run.first;
@@ -257,20 +295,58 @@ void PosteriorModel::AddTerms(std::size_t row, Scratch& scratch) const {
       continue;
     }
     for (std::size_t k = run.first; k < run.last; ++k) {
-      const double* values = scratch.lanes.data() + k * kCaseLanes;
-      if (k < continuous_) {
-        for (std::size_t lane = 0; lane < kCaseLanes; ++lane)
-          terms[lane] = TermOf(row * continuous_ + k, values[lane]);
-      } else {
-        const std::size_t m = k - continuous_;
-        const double* frequencies = logFrequency_.data() + row * firstPair_.back() + firstPair_[m];
-        const std::int32_t* categories = scratch.categories.data() + m * kCaseLanes;
-        for (std::size_t lane = 0; lane < kCaseLanes; ++lane)
-          terms[lane] = frequencies[categories[lane]];
+      if (k >= continuous_) {
+        AddFrequencies(row, k - continuous_, scratch);
+        continue;
       }
+      const double* values = scratch.lanes.data() + k * kCaseLanes;
+      for (std::size_t lane = 0; lane < kCaseLanes; ++lane)
+        terms[lane] = TermOf(row * continuous_ + k, values[lane]);
       Kernel().add(terms, sums);
     }
   }
+}
+
+void PosteriorModel::AddFrequencies(std::size_t row, std::size_t m, Scratch& scratch) const {
+  const double* frequencies = logFrequency_.data() + row * firstPair_.back() + firstPair_[m];
+  const std::int32_t* categories = scratch.categories.data() + m * kCaseLanes;
+  alignas(64) double terms[kCaseLanes];
+  for (std::size_t lane = 0; lane < kCaseLanes; ++lane) terms[lane] = frequencies[categories[lane]];
+  Kernel().add(terms, scratch.sums.data() + row * kCaseLanes);
+}
+
+Ahead PosteriorModel::AheadOf(std::size_t row, const double* next) const {
+  if (next == nullptr) return {nullptr, 0};
+  const std::size_t first = std::min(row * linesPerRow_, lines_);
+  return {next + first * (kCacheLine / sizeof(double)), std::min(linesPerRow_, lines_ - first)};
+}
+
+bool PosteriorModel::RankTile(std::size_t count, const double* noPrediction, const double* next,
+                              std::int32_t* predicted, Scratch& scratch) const {
+  if (rankConstant_.empty()) return false;
+  const PosteriorKernel& kernel = Kernel();
+  const std::size_t dependents = firstRow_.size() - 1;
+  scratch.sums.Fill(0.0);
+  for (std::size_t row = 0; row < firstRow_.back(); ++row) {
+    const std::size_t at = row * continuous_;
+    if (continuous_ > 0)
+      kernel.addSquares(continuous_, scratch.lanes.data(),
+                        {nullptr, mean_.data() + at, rate_.data() + at},
+                        scratch.sums.data() + row * kCaseLanes, AheadOf(row, next));
+    for (std::size_t m = 0; m < lookups_.size(); ++m) AddFrequencies(row, m, scratch);
+  }
+  for (std::size_t d = 0; d < dependents; ++d) {
+    const std::size_t first = firstRow_[d];
+    alignas(64) double largest[kCaseLanes];
+    if (!kernel.rank(firstRow_[d + 1] - first, scratch.sums.data() + first * kCaseLanes,
+                     {rankConstant_.data() + first, rankSlack_.data() + first, rankSlackRate_},
+                     noPrediction, largest))
+      return false;
+    for (std::size_t lane = 0; lane < count; ++lane)
+      predicted[lane * dependents + d] =
+          noPrediction[lane] == 0 ? static_cast<std::int32_t>(largest[lane]) : -1;
+  }
+  return true;
 }
 
 void PosteriorModel::Conclude(std::size_t d, std::size_t count, const double* noPrediction,

@@ -5,10 +5,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <vector>
 
 #include "bayes/densities.h"
+#include "bayes/kernels/posterior_kernel.h"
 #include "data/analysis_data_set.h"
 #include "data/code_lookup.h"
 #include "data/worker_team.h"
@@ -52,8 +54,11 @@ class PosteriorModel {
   /// likelihood times prior instead, one that is no number last, and the posteriors are
   /// exp(logarithm - maximum), normalised. A case that no class can have takes the priors. The
   /// first class with the largest posterior is predicted.
+  ///
+  /// `visit`, if given, is called on the thread `part` once its rows first to last - 1 are there.
+  using RowVisit = std::function<void(std::size_t part, std::size_t first, std::size_t last)>;
   void Classify(const double* rows, std::size_t count, bool keepsPosteriors, WorkerTeam& team,
-                ClassifiedBlock& block);
+                ClassifiedBlock& block, const RowVisit& visit = {});
 
   /// Cases whose classification takes some milliseconds.
   std::size_t RowsTogether() const { return rowsTogether_; }
@@ -85,10 +90,19 @@ class PosteriorModel {
   double TermOf(std::size_t at, double x) const;
   void BuildFrequencies(const AnalysisDataSet& data, double threshold);
   void BuildRuns(std::span<const Distribution> distributions);
-  void ClassifyTile(const double* rows, std::size_t count, double* posteriors,
+  void BuildRanking();
+  /// `next`: the rows that come next, of as many cases as there are lanes; null: none.
+  void ClassifyTile(const double* rows, std::size_t count, const double* next, double* posteriors,
                     std::int32_t* predicted, Scratch& scratch) const;
   void FindCategories(Scratch& scratch, double* noPrediction) const;
   void AddTerms(std::size_t row, Scratch& scratch) const;
+  void AddFrequencies(std::size_t row, std::size_t m, Scratch& scratch) const;
+  /// What AddTerms and Conclude lead to where no posteriors are wanted, at less cost. False:
+  /// rounding may decide, and nothing is predicted.
+  bool RankTile(std::size_t count, const double* noPrediction, const double* next,
+                std::int32_t* predicted, Scratch& scratch) const;
+  /// The part of the rows that come next to be fetched with that class row.
+  Ahead AheadOf(std::size_t row, const double* next) const;
   void Conclude(std::size_t d, std::size_t count, const double* noPrediction, double* posteriors,
                 std::int32_t* predicted, Scratch& scratch) const;
   /// Fills the shares of a lane. Returns the class that is ranked first.
@@ -107,6 +121,10 @@ class PosteriorModel {
   HostArray<Rule> rule_;
   HostArray<double> logFrequency_;  // per class row, category of each categorical input
   std::vector<Scratch> scratch_;    // per thread
+  // Where all continuous inputs are normal; empty where ranks are not looked at without posteriors.
+  HostArray<double> rankConstant_, rankSlack_;  // per class row
+  double rankSlackRate_ = 0;
+  std::size_t lines_ = 0, linesPerRow_ = 0;  // cache lines of as many rows as there are lanes
   std::size_t rowsTogether_ = kRowsAtMost;
   static constexpr std::size_t kRowsAtMost = std::size_t{1} << 16;
 };

@@ -106,15 +106,6 @@ void AnalysisDataSet::ReleaseCases() {
   offset_.Release();
 }
 
-std::uint8_t AnalysisDataSet::Flag(std::int32_t caseNumber) const {
-  const auto index = static_cast<std::size_t>(caseNumber) - 1;
-  return delivered_[index] != 0 ? flags_[index] : std::uint8_t{kExcluded};
-}
-
-std::int32_t AnalysisDataSet::Weight(std::int32_t caseNumber) const {
-  return weights_.empty() ? 1 : weights_[static_cast<std::size_t>(caseNumber) - 1];
-}
-
 bool AnalysisDataSet::IsScaled(VariableKind kind, std::size_t index) const {
   return kind == VariableKind::predictor
              ? scaleInputs && index < roles_.continuousPredictors.size()

@@ -135,9 +135,14 @@ class AnalysisDataSet {
 
   /// A case's flag; kExcluded for a case that the host skipped in the last pass, whatever flag it
   /// had kept.
-  std::uint8_t Flag(std::int32_t caseNumber) const;
+  std::uint8_t Flag(std::int32_t caseNumber) const {
+    const auto index = static_cast<std::size_t>(caseNumber) - 1;
+    return delivered_[index] != 0 ? flags_[index] : std::uint8_t{kExcluded};
+  }
   /// Its rounded weight; 1 while no weights are in force.
-  std::int32_t Weight(std::int32_t caseNumber) const;
+  std::int32_t Weight(std::int32_t caseNumber) const {
+    return weights_.empty() ? 1 : weights_[static_cast<std::size_t>(caseNumber) - 1];
+  }
 
   const CaseStatistics& statistics(Subset subset) const {
     return statistics_[static_cast<std::size_t>(subset)];

@@ -31,7 +31,9 @@ class CodeLookup {
 
   /// Position of the value's class (the value truncated to a code); -1: no code of the table.
   int ClassOf(double value) const {
-    const std::int64_t code = TruncateToCode(value);
+    // The conversion alone where it is the whole of it: this is in the innermost loops.
+    const bool fits = value > -0x1p62 && value < 0x1p62;
+    const std::int64_t code = fits ? static_cast<std::int64_t>(value) : TruncateToCode(value);
     if (dense_.empty()) return table_ == nullptr ? -1 : table_->ClassIndex(code);
     const std::uint64_t place =
         static_cast<std::uint64_t>(code) - static_cast<std::uint64_t>(lowest_);

@@ -22,6 +22,10 @@ class ConfusionCounts {
     if (row < 0 || column < 0) return;
     counts_[static_cast<std::size_t>(row) * classes_ + static_cast<std::size_t>(column)] += weight;
   }
+  /// Adds the counts of a table of as many classes.
+  void Add(const ConfusionCounts& other) {
+    for (std::size_t i = 0; i < counts_.size(); ++i) counts_[i] += other.counts_[i];
+  }
   std::int32_t At(std::size_t row, std::size_t column) const {
     return counts_[row * classes_ + column];
   }

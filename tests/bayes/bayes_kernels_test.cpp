@@ -112,6 +112,93 @@ std::vector<std::uint64_t> ShareBits(const PosteriorKernel& kernel, std::size_t 
   return bits;
 }
 
+/// The class that shares of products, or else logarithms, put first.
+int PlainlyFirst(const PosteriorKernel& kernel, const double (&sums)[3],
+                 const double (&priors)[3]) {
+  HostArray<double> exponents(kCaseLanes, 0.0), products(3 * kCaseLanes), slow(kCaseLanes),
+      total(kCaseLanes), largest(kCaseLanes), bad(kCaseLanes);
+  for (std::size_t c = 0; c < 3; ++c) {
+    exponents.Fill(sums[c]);
+    double* own = products.data() + c * kCaseLanes;
+    if (kernel.exponential(exponents.data(), priors[c], own, slow.data()))
+      std::fill_n(own, kCaseLanes, PortableExp(sums[c]) * priors[c]);
+  }
+  if (!kernel.conclude(3, products.data(), total.data(), largest.data(), bad.data()))
+    return int(largest[0]);
+  double logarithms[3];
+  for (std::size_t c = 0; c < 3; ++c) logarithms[c] = sums[c] + std::log(priors[c]);
+  return int(std::ranges::max_element(logarithms) - logarithms);
+}
+
+TEST(BayesKernels, RankOnlyWhatNoRoundingCanTurn) {
+  const PosteriorKernel* posterior[] = {&kPosteriorKernelV2, &kPosteriorKernelV3,
+                                        &kPosteriorKernelV4};
+  const double priors[] = {0.5, 0.2, 0.3};
+  constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+  const double evenly = std::log(0.3 / 0.2);  // class 2 is ahead of class 1 by as much
+  const struct {
+    double sums[3];
+    bool clear;
+  } rows[] = {
+      {{-3, -5, -9}, true},
+      {{-9, -1, -5}, true},
+      {{-9, -5, -5}, true},            // the prior decides
+      {{-9, -5, -5 - evenly}, false},  // as equal as numbers are
+      {{-5 + 1e-9, -5 + std::log(2.5), -8}, false},
+      {{-5 + 1e-3, -5 + std::log(2.5), -8}, true},
+      {{-690, -699, -1e5}, true},
+      {{-703, -707, -715}, false},  // shares of products that lose digits
+      {{-738, -735, -741}, false},
+      {{-770, -768, -1e200}, true},                        // all products are 0
+      {{-1e9, -1e9 + std::log(2.5) + 1e-3, -2e9}, false},  // beside the rounding of such sums
+      {{-1e9, -1e9 + 1, -2e9}, true},
+      {{-3, kNone, -9}, false},
+      {{-3, -std::numeric_limits<double>::infinity(), -9}, false},
+  };
+  for (int level = 2; level <= ProcessorLevel(); ++level) {
+    for (const auto& row : rows) {
+      for (const std::size_t lane : {0, 5, 31}) {
+        SCOPED_TRACE(testing::Message() << "level " << level << ", " << row.sums[0] << " "
+                                        << row.sums[1] << " " << row.sums[2]);
+        HostArray<double> sums(3 * kCaseLanes, kNone), settled(kCaseLanes, 1.0),
+            largest(kCaseLanes);
+        double constant[3], slack[3];
+        for (std::size_t c = 0; c < 3; ++c) {
+          sums[c * kCaseLanes + lane] = row.sums[c];
+          constant[c] = std::log(priors[c]);
+          slack[c] = 1e-12;
+        }
+        settled[lane] = 0;
+        const PosteriorKernel& kernel = *posterior[level - 2];
+        const bool isClear =
+            kernel.rank(3, sums.data(), {constant, slack, 1e-12}, settled.data(), largest.data());
+        EXPECT_EQ(isClear, row.clear);
+        if (isClear) {
+          EXPECT_EQ(int(largest[lane]), PlainlyFirst(kernel, row.sums, priors));
+        }
+      }
+    }
+    // Squares, off their exact sum by no more than roundings.
+    Values values;
+    HostArray<double> lanes(9 * kCaseLanes), sums(kCaseLanes, -2.0);
+    double mean[9], rate[9];
+    for (double& x : lanes) x = double(values.Draw() % 1000) / 7;
+    for (std::size_t k = 0; k < 9; ++k) {
+      mean[k] = double(values.Draw() % 1000) / 7;
+      rate[k] = double(values.Draw() % 100 + 1) / 300;
+    }
+    posterior[level - 2]->addSquares(9, lanes.data(), {nullptr, mean, rate}, sums.data(), {});
+    for (std::size_t lane = 0; lane < kCaseLanes; ++lane) {
+      long double exact = -2;
+      for (std::size_t k = 0; k < 9; ++k) {
+        const long double difference = (long double)(lanes[k * kCaseLanes + lane]) - mean[k];
+        exact -= difference * difference * rate[k];
+      }
+      EXPECT_NEAR(sums[lane] / double(exact), 1, 1e-15 * 9) << level;
+    }
+  }
+}
+
 std::vector<std::uint64_t> MomentBits(const MomentsKernel& kernel, std::size_t inputs) {
   constexpr std::size_t kCases = 200, kDependents = 2, kClassRows = 5;
   Values values;

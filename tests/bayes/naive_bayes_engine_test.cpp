@@ -204,6 +204,39 @@ TEST(AClassWithoutVariance, WinsWhereTheValueFitsAndLosesElsewhere) {
   }
 }
 
+TEST(ConfusionCounts, AreThoseOfThePosteriorsHoweverCloseTheClassesAre) {
+  // Two classes like mirror images: rounding decides for the cases in the middle.
+  for (const double scale : {1.0, 1e3, 1e-9}) {
+    constexpr int kInputs = 12;
+    PlainCases cases{kInputs, 1, 1, {}, {}, 0, {}};
+    ScriptedHost random;
+    for (int pair = 0; pair < 200; ++pair) {
+      std::vector<double> one, other;
+      const double drawn = scale * random.rnd_(3);
+      for (int k = 0; k < kInputs; ++k) {
+        const double middle = scale * (k + 0.1);
+        const bool isBetween = pair % 4 != 0;  // as far from the one mean as from the other
+        one.push_back(middle + (isBetween && k % 2 == 0 ? -drawn : drawn));
+        other.push_back(isBetween ? one.back() : middle - drawn);
+      }
+      for (const double c : {1.0, 2.0}) {
+        cases.rows.push_back(c == 1 ? one : other);
+        cases.rows.back().insert(cases.rows.back().end(), {1.0 + pair % 2, c});
+      }
+    }
+    NaiveBayesAnalysis bayes(cases, {});
+    bayes.Train();
+    int counts[2][2] = {};
+    bayes.engine().PredictCases(Subset::training, [&](const LoadedCase& loaded) {
+      ++counts[int(bayes.engine().predictedCode[0]) - 1][int(loaded.observed[0]) - 1];
+    });
+    for (std::size_t p : {0, 1}) {
+      for (std::size_t o : {0, 1})
+        EXPECT_EQ(bayes.engine().trainingConfusion[0].At(p, o), counts[p][o]) << scale;
+    }
+  }
+}
+
 TEST(AConstantInput, DecidesNothing) {
   const PlainCases cases{2,  0, 1, {{7, 1, 1}, {7, 2, 1}, {7, 4, 2}, {7, 6, 2}, {7, 1.5, 1}},
                          {}, 0, {}};

@@ -16,6 +16,19 @@ struct NormalTerms {
   const double* rate;
 };
 
+/// Ranks classes by sums that are 0 or below. A sum is off by at most slack - sum slackRate.
+struct RankTerms {
+  const double* constant;  // per class
+  const double* slack;     // per class
+  double slackRate;
+};
+
+/// What the processor fetches while it computes: cache lines of the rows that come next.
+struct Ahead {
+  const double* first;
+  std::size_t lines;  // may be 0
+};
+
 struct PosteriorKernel {
   /// Lays kCaseLanes rows out input by input: lanes[k * kCaseLanes + row].
   void (*transpose)(const double* rows, std::size_t inputs, double* lanes);
@@ -23,8 +36,18 @@ struct PosteriorKernel {
   void (*markMissing)(std::size_t inputs, const double* lanes, const double* codes, double* marks);
   /// sums[lane] += the term of each input in turn.
   void (*addNormal)(std::size_t inputs, const double* lanes, NormalTerms terms, double* sums);
+  /// The same without the heights and with one rounding less an input where the processor can.
+  void (*addSquares)(std::size_t inputs, const double* lanes, NormalTerms terms, double* sums,
+                     Ahead ahead);
   /// sums[lane] += terms[lane].
   void (*add)(const double* terms, double* sums);
+  /// largest[lane] = the class that `exponential` and `conclude` would find, without computing
+  /// shares: the one with the largest logarithm of likelihood times prior, which is sums[lane] +
+  /// constant. Returns whether that is beyond doubt in every lane: by a distance that no rounding
+  /// reaches, and where no product or sum could be a number other than expected. A lane with
+  /// settled[lane] = 1 is not looked at.
+  bool (*rank)(std::size_t classes, const double* sums, RankTerms terms, const double* settled,
+               double* largest);
   /// products[lane] = e^exponent factor, in the bits of PortableExp; slow[lane] = 1 where
   /// e^exponent may be no normal number and is left to the caller, else 0. Returns whether there
   /// are any.

@@ -5,6 +5,8 @@
 // or none.
 #pragma once
 
+#include <immintrin.h>
+
 #include "bayes/kernels/posterior_kernel.h"
 
 namespace {
@@ -26,7 +28,19 @@ constexpr std::size_t kSteps = kCaseLanes / (kWidth * kTogether);
 
 inline Vector Load(const double* lanes) { return *reinterpret_cast<const Vector*>(lanes); }
 inline void Store(double* lanes, Vector value) { *reinterpret_cast<Vector*>(lanes) = value; }
-inline Vector Spread(double x) { return Vector{} + x; }
+// Subtracting 0 changes no number, so that no instruction is spent on it; adding 0 changes -0.
+inline Vector Spread(double x) { return x - Vector{}; }
+
+/// sum - a b, rounded once where there is an instruction for it: only for what is not shown.
+inline Vector SubtractProduct(Vector sum, Vector a, Vector b) {
+#if defined(__AVX512F__)
+  return _mm512_fnmadd_pd(a, b, sum);
+#elif defined(__FMA__)
+  return _mm256_fnmadd_pd(a, b, sum);
+#else
+  return sum - a * b;
+#endif
+}
 
 // Small squares are turned in registers: 4 x 4 where a vector of that length is one register.
 #if defined(__AVX2__)
@@ -90,11 +104,31 @@ void AddNormal(std::size_t inputs, const double* lanes, qrvml::NormalTerms terms
     Vector total[kTogether];
     for (std::size_t v = 0; v < kTogether; ++v) total[v] = Load(sums + from + v * kWidth);
     for (std::size_t k = 0; k < inputs; ++k) {
-      const Vector height = Spread(terms.height[k]), mean = Spread(terms.mean[k]);
-      const Vector rate = Spread(terms.rate[k]);
+      const double height = terms.height[k], mean = terms.mean[k], rate = terms.rate[k];
       for (std::size_t v = 0; v < kTogether; ++v) {
         const Vector difference = Load(lanes + k * kCaseLanes + from + v * kWidth) - mean;
         total[v] += height - difference * difference * rate;
+      }
+    }
+    for (std::size_t v = 0; v < kTogether; ++v) Store(sums + from + v * kWidth, total[v]);
+  }
+}
+
+void AddSquares(std::size_t inputs, const double* lanes, qrvml::NormalTerms terms, double* sums,
+                qrvml::Ahead ahead) {
+  constexpr std::size_t kLine = 64 / sizeof(double);
+  const std::size_t together = (ahead.lines + inputs - 1) / inputs;
+  for (std::size_t step = 0; step < kSteps; ++step) {
+    const std::size_t from = step * kTogether * kWidth;
+    Vector total[kTogether];
+    for (std::size_t v = 0; v < kTogether; ++v) total[v] = Load(sums + from + v * kWidth);
+    for (std::size_t k = 0; k < inputs; ++k) {
+      for (std::size_t i = k * together; i < (k + 1) * together && step == 0; ++i)
+        if (i < ahead.lines) __builtin_prefetch(ahead.first + i * kLine);
+      const double mean = terms.mean[k], rate = terms.rate[k];
+      for (std::size_t v = 0; v < kTogether; ++v) {
+        const Vector difference = Load(lanes + k * kCaseLanes + from + v * kWidth) - mean;
+        total[v] = SubtractProduct(total[v], difference * rate, difference);
       }
     }
     for (std::size_t v = 0; v < kTogether; ++v) Store(sums + from + v * kWidth, total[v]);
@@ -110,6 +144,37 @@ bool AnyLane(const double* marks) {
   double any = 0;
   for (std::size_t lane = 0; lane < kCaseLanes; ++lane) any = marks[lane] > any ? marks[lane] : any;
   return any != 0;
+}
+
+bool Rank(std::size_t classes, const double* sums, qrvml::RankTerms terms, const double* settled,
+          double* largest) {
+  // With priors from e^-69 the likelihoods stay below e^600, and either the best product is a
+  // normal number or all are 0 and the classes are ranked by these logarithms.
+  constexpr double kHigh = 530, kLow = -700, kAllZero = -760, kFar = 1e-6, kHuge = 1e300;
+  Words isClear = ~Words{};
+  for (std::size_t lane = 0; lane < kCaseLanes; lane += kWidth) {
+    Vector best = Spread(-kHuge), slack = {}, second = best, chosen = {};
+    Words isOrdinary = ~Words{};
+    for (std::size_t c = 0; c < classes; ++c) {
+      const Vector sum = Load(sums + c * kCaseLanes + lane);
+      const Vector value = sum + terms.constant[c];
+      const Vector own = terms.slack[c] - sum * terms.slackRate;
+      isOrdinary &= sum > -kHuge;
+      const Words isGreater = value > best;
+      const Vector lesser = isGreater ? best + slack : value + own;
+      second = lesser > second ? lesser : second;
+      best = isGreater ? value : best;
+      slack = isGreater ? own : slack;
+      chosen = isGreater ? Spread(static_cast<double>(c)) : chosen;
+    }
+    const Words isInRange = (best < kHigh) & ((best > kLow) | (best < kAllZero));
+    const Words isFirst = (best - slack) - second > kFar;
+    isClear &= (isOrdinary & isInRange & isFirst) | (Load(settled + lane) == 1.0);
+    Store(largest + lane, chosen);
+  }
+  long long all = -1;
+  for (std::size_t i = 0; i < kWidth; ++i) all &= isClear[i];
+  return all != 0;
 }
 
 /// The operations of PortableExp one for one where its result is a normal number.
@@ -159,7 +224,7 @@ bool Conclude(std::size_t classes, double* products, double* sums, double* large
   return AnyLane(bad);
 }
 
-constexpr qrvml::PosteriorKernel kKernel{Transpose, MarkMissing, AddNormal,
-                                         Add,       Exponential, Conclude};
+constexpr qrvml::PosteriorKernel kKernel{Transpose, MarkMissing, AddNormal,   AddSquares,
+                                         Add,       Rank,        Exponential, Conclude};
 
 }  // namespace
