@@ -46,10 +46,7 @@ bool Asker::RunDialog(int templateId, CAnalysisDialog& dialog) {
   const auto dialogNow = [&] {
     return DialogJson(automation, number, templateId, 0, DialogLevel::modal);
   };
-  Push({{"request", request},
-        {"kind", "dialog"},
-        {"texts", textsOf ? textsOf(templateId) : Json::array()},
-        {"dialog", dialogNow()}});
+  Push({{"request", request}, {"kind", "dialog"}, {"dialog", dialogNow()}});
   bool ended = false, accepted = false;
   while (!ended) {
     const auto letter = mailbox_.Wait(number, request);

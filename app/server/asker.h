@@ -27,8 +27,6 @@ class Asker {
   std::function<LetterReply(const Letter& letter, QrvAnalysisDialog& dialog, int number,
                             Json& states, bool& ended, bool& accepted)>
       runModalCalls;
-  /// Lines that stand above the controls of a modal dialog.
-  std::function<Json(int templateId)> textsOf;
   /// Whether anything was asked since the last call of TakeAsked.
   bool TakeAsked() { return std::exchange(asked_, false); }
 

@@ -49,6 +49,10 @@ const Control kControls[] = {
                 d.SetActive(false);
                 return true;
               })}},
+    {.name = "Help",
+     .kind = ControlKind::note,
+     .label = {},
+     .bind = {.text = On<Dialog>::Text([](const Dialog&) { return Dialog::HelpText(); })}},
 };
 
 }  // namespace

@@ -118,7 +118,7 @@ export type Request = { request: number } & (
   | { kind: 'selection'; select: string; file: number }
   | { kind: 'weight'; weight: number; file: number }
   | { kind: 'dataFile'; file: number }
-  | { kind: 'dialog'; dialog: Dialog; texts: string[] }
+  | { kind: 'dialog'; dialog: Dialog }
 );
 export type RequestOf<K extends Request['kind']> = Extract<Request, { kind: K }>;
 

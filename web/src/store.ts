@@ -226,6 +226,7 @@ export async function call(
   dialog: number,
   ...calls: Call[]
 ): Promise<CallResult> {
+  if (page.notice) clearNotice(); // what it was about has been seen
   const result = await attempt(analysis, dialog, ...calls);
   if (!result.ok && result.error) say(new Error(result.error));
   return result;

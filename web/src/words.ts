@@ -56,7 +56,7 @@ const words = {
     'Double-click, drag or → to add; ← or Delete to remove; Alt+1 to 4: to that list.',
   ],
   notChosen: ['Aucune variable choisie', 'No variable chosen'],
-  allCodes: ['tous', 'all'],
+  noCode: ['aucun code coché', 'no code is marked'],
   copy: ['Copier', 'Copy'],
   copied: ['Copié', 'Copied'],
   export: ['Exporter', 'Export'],

@@ -1,5 +1,7 @@
 // The windows that a dialog opens, each with the mouse and the keys, and what they then say.
 import assert from 'node:assert/strict';
+import { existsSync } from 'node:fs';
+import { join } from 'node:path';
 import { after, test } from 'node:test';
 import type { Page } from 'playwright-core';
 import { lookFaults } from './look';
@@ -78,4 +80,147 @@ test('penalties: a click on a red cell edits it, elsewhere the hint says which c
       await hint.innerText(),
       'Cliquez sur une cellule de pénalité en surbrillance pour la modifier',
     );
+  }));
+
+test('codes and the sample: marks switch one by one, a label is a code', () =>
+  onWorkbench(cars, async ({ page }) => {
+    await startMethod(page, 'knn');
+    await control(page, 'Variables').click();
+    await pickVariables(page, [[], ['Type'], ['RPM'], ['DriveTrain', 'Passengers']]);
+
+    // Without a choice all are marked; numbers without labels offer what the cases have.
+    await control(page, 'PredictorCodes').click();
+    await page.waitForSelector('.code-box');
+    await looksWell(page, 'codes');
+    const marks = (list: number) => page.locator(`#codes-${list} [aria-selected=true]`);
+    const rows = (list: number) => page.locator(`#codes-${list} [role=option]`);
+    assert.equal(await marks(0).count(), 3);
+    assert.deepEqual(await rows(1).locator('span:nth-child(2)').allInnerTexts(), [
+      ...['2', '4', '5', '6', '7', '8'],
+    ]);
+    await rows(0).nth(1).click(); // Front
+    assert.deepEqual(
+      (await marks(0).allInnerTexts()).map(text => text.replace(/\W+/g, ' ').trim()),
+      ['4WD 1', 'Rear 3'],
+    );
+    await page.keyboard.press('ArrowDown');
+    await page.keyboard.press('Space'); // Rear
+    assert.equal(await marks(0).count(), 1);
+    await page.keyboard.press('ArrowUp');
+    await page.keyboard.press('ArrowUp');
+    await page.keyboard.press('Space'); // 4WD: none is left
+    await page.keyboard.press('Enter');
+    await page.waitForSelector('.modal .warning:has-text("DriveTrain")');
+    await page.waitForSelector('#codes-0:focus');
+    await rows(0).nth(1).click();
+    await rows(0).nth(2).click();
+    await page.keyboard.press('Enter');
+    await page.waitForSelector('output:has-text("2 3 | *")');
+
+    // the sample: its window says what it is for, and a new variable brings its first code
+    await tab(page, 'Prototypes');
+    await control(page, 'UseSubsetvariable').check();
+    await page.locator('[data-name="Sample"]:enabled').click();
+    await page.waitForSelector('.modal [data-name="Variable"]:focus');
+    await page.keyboard.press('Enter');
+    await page.waitForSelector('#picker-source:focus [role=option]');
+    await page.locator('.picker input[type=search]').fill('Origin');
+    await page.locator('#picker-source [role=option]').first().dblclick();
+    await page.keyboard.press('Enter');
+    const code = page.locator('.modal [data-name="Code"]');
+    await page.waitForFunction(
+      () =>
+        document.querySelector<HTMLInputElement>('.modal [data-name="Code"]')?.value === 'USA' ||
+        document.querySelector<HTMLInputElement>('.modal [data-name="Code"]')?.value === 'non-USA',
+    );
+    await looksWell(page, 'sample');
+    assert.match((await page.locator('.modal .note').innerText()) ?? '', /de façon unique/);
+    await code.fill('Mars');
+    await page.keyboard.press('Enter');
+    await page.waitForSelector('.modal.message:has-text("Code de l\'échantillon incorrect")');
+    await page.keyboard.press('Enter');
+    await page.waitForSelector('.modal [data-name="Code"]:focus');
+    await page.keyboard.type('non-USA');
+    await page.keyboard.press('Enter');
+    await page.waitForSelector('.modal', { state: 'detached' });
+    await control(page, 'OK').click();
+    await page.waitForSelector('.dialog.results');
+    assert.equal(await page.locator('.notice').count(), 0, 'what was told before is gone');
+    await control(page, 'DescriptiveStat').click();
+    const counts = await sheetRows(await shownDocument(page, 'Matrice de confusion'));
+    const tested = counts.flatMap(row => row.slice(1).map(Number)).reduce((sum, n) => sum + n, 0);
+    assert.equal(
+      tested,
+      32,
+      'of 43 American cars without four-wheel drive 11 are Large, as no other is',
+    );
+  }));
+
+test('a file is uploaded by its button or by dropping it, and a defective one says why', () =>
+  onWorkbench(cars, async ({ page, workbench }) => {
+    const text = 'a;b\n' + Array.from({ length: 30 }, (_, i) => `${i};${i % 3},5`).join('\n');
+    await page.click('header button:has-text("Ouvrir")');
+    await page.waitForSelector('.open-window [role=option]');
+    await looksWell(page, 'open');
+    const choosing = page.waitForEvent('filechooser');
+    await page.locator('.open-window button', { hasText: 'Depuis cet ordinateur' }).click();
+    const upload = (name: string, content: string) => ({
+      name,
+      mimeType: 'text/csv',
+      buffer: Buffer.from(content),
+    });
+    await (await choosing).setFiles(upload('broken.csv', 'a,b\n1,2,3,4\n"'));
+    await page.waitForSelector('.open-window .warning:not(:empty)');
+    const again = page.waitForEvent('filechooser');
+    await page.locator('.open-window button', { hasText: 'Depuis cet ordinateur' }).click();
+    await (await again).setFiles(upload('sent.csv', text));
+    await page.waitForSelector('.tree [role=treeitem]:has-text("sent.csv")');
+    await page.waitForSelector('.grid-cell:has-text("2.5")');
+
+    // dropped onto the page, with its markup as text
+    const name = '<script>document.title="broken".csv';
+    const data = await page.evaluateHandle(
+      ([file, content]) => {
+        const transfer = new DataTransfer();
+        transfer.items.add(new File([content ?? ''], file ?? '', { type: 'text/csv' }));
+        return transfer;
+      },
+      [name, text],
+    );
+    await page.dispatchEvent('.frame', 'drop', { dataTransfer: data });
+    const row = page.locator('.tree [role=treeitem]', { hasText: '<script>' });
+    await row.waitFor();
+    assert.notEqual(await page.title(), 'broken');
+    assert.ok(
+      !existsSync(join(workbench.folder, 'sent.csv')),
+      'beside the data nothing is written',
+    );
+  }));
+
+test('variables are dragged into lists, back and between them; two roles are told', () =>
+  onWorkbench(cars, async ({ page }) => {
+    await startMethod(page, 'knn');
+    await control(page, 'Variables').click();
+    const source = (name: string) =>
+      page.locator('#picker-source [role=option]', { hasText: name }).first();
+    const target = (list: number) => page.locator(`#target-${list}`);
+    const names = (list: number) => target(list).locator('.variable-name').allInnerTexts();
+    await page.waitForSelector('#picker-source [role=option]');
+    await source('Horsepower').click();
+    await page.locator('#picker-source [role=option]', { hasText: 'Rev.per.mile' }).click({
+      modifiers: ['Shift'],
+    });
+    await source('RPM').dragTo(target(2)); // all three that are selected
+    assert.deepEqual(await names(2), ['Horsepower', 'RPM', 'Rev.per.mile']);
+    await target(2).locator('[role=option]', { hasText: 'RPM' }).dragTo(target(0));
+    assert.deepEqual([await names(0), await names(2)], [['RPM'], ['Horsepower', 'Rev.per.mile']]);
+    await target(2).locator('[role=option]').first().dblclick();
+    assert.deepEqual(await names(2), ['Rev.per.mile']);
+    await source('RPM').dragTo(target(2));
+    await page.waitForSelector('.picker [role=status]:has-text("RPM")');
+    await looksWell(page, 'picker-two-roles');
+    await target(2).locator('[role=option]', { hasText: 'RPM' }).click();
+    await page.keyboard.press('Delete');
+    await page.keyboard.press('Enter');
+    await page.waitForSelector('.variables-pick dd:has-text("Rev.per.mile")');
   }));

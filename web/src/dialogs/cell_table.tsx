@@ -1,10 +1,10 @@
 // A table of the module with one column of cells that can be edited: a click on such a cell selects
 // its text, a click elsewhere lets the hint say which cells are meant.
-import { useEffect, useRef, useState } from 'preact/hooks';
+import { useRef } from 'preact/hooks';
 import type { Control } from '../protocol';
 import { page } from '../store';
 import { selectOnEntry } from '../widgets/select_on_entry';
-import type { Hands } from './controls';
+import { type Hands, useDraft } from './controls';
 import { translate } from './label';
 import { word } from '../words';
 
@@ -85,11 +85,7 @@ function CellInput(props: {
   change: (text: string) => Promise<unknown>;
   onKeyDown: (event: KeyboardEvent) => void;
 }) {
-  const [draft, setDraft] = useState(props.held);
-  const isEdited = useRef(false);
-  useEffect(() => {
-    if (!isEdited.current) setDraft(props.held);
-  }, [props.held]);
+  const [draft, change] = useDraft(props.held, props.change);
   const isWrong = !readable.test(draft.trim());
   return (
     <input
@@ -101,18 +97,13 @@ function CellInput(props: {
       aria-invalid={isWrong || undefined}
       title={isWrong ? word('unreadable') : undefined}
       value={draft}
-      onInput={event => {
-        setDraft(event.currentTarget.value);
-        void props.change(event.currentTarget.value);
-      }}
+      onInput={event => change(event.currentTarget.value)}
       onKeyDown={props.onKeyDown}
       onMouseUp={selectOnEntry.onMouseUp}
       onFocus={event => {
-        isEdited.current = true;
         selectOnEntry.onFocus(event);
-        void props.change(draft); // the hint is about this cell again
+        change(draft); // the hint is about this cell again
       }}
-      onBlur={() => (isEdited.current = false)}
     />
   );
 }

@@ -97,8 +97,7 @@ export function complaint(control: Control): string {
 }
 
 /** An edit field: sends what is typed, and shows what the server holds once it has heard it all. */
-function useDraft(control: Control, hands: Hands) {
-  const held = String(control.value ?? '');
+export function useDraft(held: string, send: (text: string) => Promise<unknown>) {
   const [draft, setDraft] = useState(held);
   const latest = useRef(held);
   const unheard = useRef(0);
@@ -109,7 +108,7 @@ function useDraft(control: Control, hands: Hands) {
   const change = (text: string) => {
     setDraft(text);
     unheard.current += 1;
-    void hands.type(control.name, text).then(() => {
+    void send(text).then(() => {
       unheard.current -= 1;
       if (unheard.current === 0) setDraft(latest.current);
     });
@@ -117,10 +116,17 @@ function useDraft(control: Control, hands: Hands) {
   return [draft, change] as const;
 }
 
+/** A number is read by OK, a text at once. */
+function useFieldDraft(control: Control, hands: Hands) {
+  return useDraft(String(control.value ?? ''), text =>
+    control.kind === 'text' ? hands.set(control.name, text) : hands.type(control.name, text),
+  );
+}
+
 export function Field({ control, hands }: Props) {
   const id = useId();
   const label = labelOf(control.label);
-  const [draft, change] = useDraft(control, hands);
+  const [draft, change] = useFieldDraft(control, hands);
   const numeric = control.kind !== 'text';
   const wrong = control.enabled ? complaint({ ...control, value: draft }) : '';
   const range =
@@ -193,7 +199,7 @@ function FieldInput(props: {
 /** A field under a heading of a matrix: named by its row and column. */
 export function Cell({ control, hands, name }: Props & { name: string }) {
   const id = useId();
-  const [draft, change] = useDraft(control, hands);
+  const [draft, change] = useFieldDraft(control, hands);
   const wrong = control.enabled ? complaint({ ...control, value: draft }) : '';
   return (
     <FieldInput

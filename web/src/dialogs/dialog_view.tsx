@@ -140,7 +140,11 @@ export function DialogView({ analysis, dialog, busy, modal = false, heading, abo
 
   const after = (result: CallResult) => {
     if (result.ok) return;
-    const refused = result.control || firstWrong(dialog, layout, tabs) || (modal && layout.focus);
+    const isEmpty = (name: string) => !dialog.controls.find(c => c.name === name)?.value;
+    const refused =
+      result.control ||
+      firstWrong(dialog, layout, tabs) ||
+      (layout.refused?.find(isEmpty) ?? layout.refused?.at(-1));
     if (refused) focusOn(refused);
   };
   const hands: Hands = {

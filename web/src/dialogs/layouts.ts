@@ -17,6 +17,7 @@ export type Part =
 
 export interface Layout {
   focus?: string; // gets the focus when the dialog opens; otherwise the first control of the tab
+  refused?: string[]; // after a refused OK: the first of these that is empty, else the last
   main?: 'beside' | 'above'; // where the controls without a tab stand
   mainParts: Part[];
   tabs: Record<string, Part[]>;
@@ -277,6 +278,7 @@ export const layouts: Record<string, Layout> = {
   // The cells say the same as the list, which is for macros.
   MachineLearningPenaltySelection: {
     focus: 'Penalties.Table',
+    refused: ['Penalties.Table'],
     mainParts: [
       { cells: 'Penalties.Table', edit: 'Penalties.Cell', hint: 'Penalties.Hint', rows: 9 },
     ],
@@ -287,7 +289,8 @@ export const layouts: Record<string, Layout> = {
   // Modal dialogs of the module, which have no interface, by their caption.
   SampleIdentifier: {
     focus: 'Variable',
-    mainParts: ['Variable', 'Code', { line: ['Active', 'Inactive'] }],
+    refused: ['Variable', 'Code'],
+    mainParts: ['Help', 'Variable', 'Code', { line: ['Active', 'Inactive'] }],
     tabs: {},
   },
 };

@@ -11,7 +11,6 @@ interface Props {
 export function ModuleDialog({ analysis, request }: Props) {
   return (
     <Modal title={titleOf(request.dialog)} class="module-dialog" buttons={null}>
-      {request.texts.length > 0 && <p class="hint">{request.texts.join('\n')}</p>}
       <DialogView analysis={analysis} dialog={request.dialog} busy={false} modal />
     </Modal>
   );

@@ -41,7 +41,7 @@ function OneRequest({ analysis, request }: { analysis: Analysis; request: Reques
     case 'variables':
       return <VariablePicker request={request} file={analysis.file} answer={answer} />;
     case 'codes':
-      return <CodesWindow request={request} answer={answer} />;
+      return <CodesWindow request={request} file={analysis.file} answer={answer} />;
     case 'values':
       return <ValuesWindow request={request} answer={answer} />;
     case 'form':

@@ -16,6 +16,7 @@ export interface ListBoxProps {
   enterActivates?: boolean;
   onKey?: (event: KeyboardEvent) => boolean; // true: handled
   multiple?: boolean;
+  toggles?: boolean; // several, each switched by a click or a blank, as check boxes are
   disabled?: boolean;
   takesFocus?: boolean; // when its window opens
   rows?: number; // height in rows; otherwise the box fills its place
@@ -61,20 +62,24 @@ export function ListBox(props: ListBoxProps) {
     reveal(first);
   }, [first, selected.size]);
 
+  const moveTo = (row: number) => {
+    setCursor(row);
+    reveal(row);
+  };
   const choose = (
     row: number,
     event: { shiftKey: boolean; ctrlKey: boolean; metaKey: boolean },
   ) => {
     if (row < 0 || row >= count || disabled) return;
-    setCursor(row);
-    reveal(row);
+    moveTo(row);
     if (multiple && event.shiftKey) {
       const [low, high] = [Math.min(anchor.current, row), Math.max(anchor.current, row)];
-      props.onSelect(new Set(Array.from({ length: high - low + 1 }, (_, i) => low + i)));
+      const range = Array.from({ length: high - low + 1 }, (_, i) => low + i);
+      props.onSelect(new Set(props.toggles ? [...selected, ...range] : range));
       return;
     }
     anchor.current = row;
-    if (multiple && (event.ctrlKey || event.metaKey)) {
+    if (multiple && (props.toggles || event.ctrlKey || event.metaKey)) {
       const next = new Set(selected);
       if (!next.delete(row)) next.add(row);
       props.onSelect(next);
@@ -92,7 +97,8 @@ export function ListBox(props: ListBoxProps) {
     for (let i = 0; i < count; ++i) {
       const row = (start + i) % count;
       if (!text(row).toLocaleLowerCase().startsWith(wanted)) continue;
-      choose(row, { shiftKey: false, ctrlKey: false, metaKey: false });
+      if (props.toggles) moveTo(row);
+      else choose(row, { shiftKey: false, ctrlKey: false, metaKey: false });
       return;
     }
   };
@@ -115,9 +121,9 @@ export function ListBox(props: ListBoxProps) {
     };
     const move = moves[event.key];
     if (move !== undefined) {
-      if (multiple && (event.ctrlKey || event.metaKey) && !event.shiftKey) {
-        setCursor(move);
-        reveal(move);
+      const isOnlyMove = props.toggles || event.ctrlKey || event.metaKey;
+      if (multiple && isOnlyMove && !event.shiftKey) {
+        moveTo(move);
       } else {
         choose(move, { shiftKey: event.shiftKey, ctrlKey: false, metaKey: false });
       }
@@ -146,7 +152,7 @@ export function ListBox(props: ListBoxProps) {
     <div
       ref={box}
       id={id}
-      class="list-box"
+      class={`list-box ${props.toggles ? 'toggles' : ''}`}
       role="listbox"
       tabIndex={disabled ? -1 : 0}
       data-focus={props.takesFocus || undefined}
