@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 
 #include "frame/machine_learning.h"
 #include "host/host_memory.h"
@@ -32,13 +33,17 @@ class BenchHost final : public qrvml::ProgressServices,
 
   qrvml::MachineLearning& analysis() { return analysis_; }
   int threads = 1;
+  std::function<void()> onPoll;  // whenever the module asks whether to stop
   /// Random numbers start afresh.
   void ForgetDraws() { random_.Forget(); }
 
   void dstart(int) override {}
   void d_pbar(std::string_view) override {}
   void dstop() override {}
-  int pcancel() override { return 0; }
+  int pcancel() override {
+    if (onPoll) onPoll();
+    return 0;
+  }
   bool IsExternallyCancelled() override { return false; }
   void CreateIterDisplay(int, int) override {}
   void ShowIterText(int, std::string_view) override {}

@@ -12,6 +12,7 @@ constexpr std::int32_t kVectorsAtOnce = 64;  // whose kernel values with a block
 constexpr std::int64_t kGroupInputs = 1024;  // input columns of all blocks of a group
 constexpr std::int64_t kGroupSums = 2048;    // decision functions of all blocks of a group
 constexpr std::int64_t kMostGroupBlocks = 8;
+constexpr std::int64_t kCopyWork = 4;          // cost of copying an input, in multiplications
 constexpr std::int64_t kFinishWork = 16;       // cost of a kernel function, in multiplications
 constexpr std::int64_t kSharedWork = 1 << 17;  // multiplications worth a second thread
 
@@ -20,8 +21,8 @@ std::int32_t PairNumber(std::int32_t i, std::int32_t j, std::int32_t classes) {
   return i * (2 * classes - i - 1) / 2 + (j - i - 1);
 }
 
-HostArray<double> Spread(std::span<const SVMNodeList> lists,
-                         std::span<const std::int32_t> indices) {
+HostArray<double> Spread(std::span<const SVMNodeList> lists, std::span<const std::int32_t> indices,
+                         SolverPace& pace) {
   const std::size_t width = std::max<std::size_t>(1, indices.size());
   if (lists.size() > std::numeric_limits<std::size_t>::max() / sizeof(double) / width) {
     throw MemoryRefused();
@@ -29,6 +30,7 @@ HostArray<double> Spread(std::span<const SVMNodeList> lists,
   HostArray<double> values(lists.size() * width, 0.0);
   for (std::size_t s = 0; s < lists.size(); ++s) {
     CopyInputs(indices, lists[s], values.data() + s * width, 1);
+    pace.Check(std::int64_t(width) * kCopyWork);
   }
   return values;
 }
@@ -37,7 +39,7 @@ HostArray<double> Spread(std::span<const SVMNodeList> lists,
 
 void SpreadSupportVectors(SVMModel& model, SolverPace& pace) {
   model.denseIndices = CollectIndices(model.supportVectors, pace);
-  model.denseVectors = Spread(model.supportVectors, model.denseIndices);
+  model.denseVectors = Spread(model.supportVectors, model.denseIndices, pace);
 }
 
 CasePredictor::CasePredictor(const SVMModel& model, int threads, int level)
@@ -71,7 +73,7 @@ void CasePredictor::ChooseColumns(std::span<const SVMNodeList> cases, SolverPace
   const auto end = std::set_union(indices_.begin(), indices_.end(), others.begin(), others.end(),
                                   union_.begin());
   indices_ = {union_.begin(), end};
-  spread_ = Spread(model_.supportVectors, indices_);
+  spread_ = Spread(model_.supportVectors, indices_, pace);
   vectors_ = spread_;
 }
 

@@ -96,7 +96,7 @@ void ColumnCache::Swap(std::int32_t a, std::int32_t b) {
   }
 }
 
-void ColumnCache::Fit(std::int32_t length) {
+void ColumnCache::Fit(std::int32_t length, SolverPace& pace) {
   const auto size = std::size_t(PackedCases::Padded(std::max(length, 1)));
   if (capacity_ == 0 || (size <= slotSize_ && size * 4 > slotSize_ * 3)) return;
   const std::int32_t total = TotalSlots(size);
@@ -122,6 +122,7 @@ void ColumnCache::Fit(std::int32_t length) {
     double* target = Address(to, packedSize);
     if (source != target) {
       std::memmove(target, source, std::size_t(slot.known) * sizeof(double));
+      pace.Check(slot.known);
     }
     moved[std::size_t(from)] = to;
     slots_[std::size_t(to)] = slot;
@@ -134,6 +135,7 @@ void ColumnCache::Fit(std::int32_t length) {
     for (std::int32_t slot = kept - 1; slot >= 0; --slot) {
       std::memmove(Address(slot, size), Address(slot, packedSize),
                    std::size_t(slots_[std::size_t(slot)].known) * sizeof(double));
+      pace.Check(slots_[std::size_t(slot)].known);
     }
   }
   slotSize_ = size;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "host/memory.h"
+#include "svm/solver_pace.h"
 
 namespace qrvml {
 
@@ -42,8 +43,8 @@ class ColumnCache {
     }
   }
   /// Makes the slots fit columns of `length`: larger when they are too small, smaller when a
-  /// quarter or more would be gained. Throws MemoryRefused.
-  void Fit(std::int32_t length);
+  /// quarter or more would be gained. Throws MemoryRefused, Cancelled.
+  void Fit(std::int32_t length, SolverPace& pace);
 
  private:
   struct Slot {

@@ -102,13 +102,14 @@ void KernelMatrix::AddColumns(std::span<const std::int32_t> listed, std::span<co
   }
 }
 
-void KernelMatrix::Swap(std::int32_t a, std::int32_t b) {
-  rows_.Swap(a, b);
+void KernelMatrix::Swap(std::int32_t a, std::int32_t b, SolverPace& pace) {
+  pace.Check(rows_.Swap(a, b));
   std::swap(diagonal_[std::size_t(a)], diagonal_[std::size_t(b)]);
   cache_.Swap(a, b);
 }
 
-void KernelMatrix::FollowSwaps(std::span<const std::int32_t> source, std::int32_t length) {
+void KernelMatrix::FollowSwaps(std::span<const std::int32_t> source, std::int32_t length,
+                               SolverPace& pace) {
   HostArray<std::int32_t> moved{std::size_t(length)};
   std::size_t count = 0;
   for (std::int32_t p = 0; p < length; ++p) {
@@ -121,6 +122,7 @@ void KernelMatrix::FollowSwaps(std::span<const std::int32_t> source, std::int32_
   cache_.ForEach([&](std::int32_t at, double* column, std::int32_t known) {
     const std::int32_t left = std::min(known, length);
     bool missing = false;
+    pace.Check(std::int64_t(count));
     for (const std::int32_t p : places) {
       if (p >= left) break;
       const std::int32_t from = source[std::size_t(p)];
@@ -139,7 +141,7 @@ void KernelMatrix::FollowSwaps(std::span<const std::int32_t> source, std::int32_
     }
     const KernelRows::Row row = rows_.Open(at, 0);
     double* out[] = {values.data()};
-    arrived->Fill({&row, 1}, 0, arrived->cases(), out);
+    pace.Check(arrived->Fill({&row, 1}, 0, arrived->cases(), out));
     counts_.elementsComputed += std::int64_t(count);
     for (std::size_t m = 0; m < count && places[m] < left; ++m) column[places[m]] = values[m];
     return left;

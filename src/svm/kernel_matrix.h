@@ -56,13 +56,14 @@ class KernelMatrix {
   void AddColumns(std::span<const std::int32_t> listed, std::span<const double> factors,
                   std::int32_t begin, double* sums, SolverTeam& team, SolverPace& pace);
 
-  void Swap(std::int32_t a, std::int32_t b);
+  /// Throws Cancelled.
+  void Swap(std::int32_t a, std::int32_t b, SolverPace& pace);
   /// After swaps that brought cases from `length` on to positions before it: source[p] is the
   /// position from which the case now at p came. Columns are cut to `length` and the elements
-  /// that moved are put right. Throws MemoryRefused.
-  void FollowSwaps(std::span<const std::int32_t> source, std::int32_t length);
-  /// The columns needed from now on have this length. Throws MemoryRefused.
-  void Fit(std::int32_t length) { cache_.Fit(length); }
+  /// that moved are put right. Throws MemoryRefused, Cancelled.
+  void FollowSwaps(std::span<const std::int32_t> source, std::int32_t length, SolverPace& pace);
+  /// The columns needed from now on have this length. Throws MemoryRefused, Cancelled.
+  void Fit(std::int32_t length, SolverPace& pace) { cache_.Fit(length, pace); }
 
  private:
   double* Scratch(int side) { return scratch_.data() + std::size_t(side) * padded_; }

@@ -7,6 +7,7 @@ namespace {
 
 constexpr std::int64_t kFinishWork = 16;  // cost of a kernel function, in multiplications
 constexpr std::int64_t kReadWork = 2;     // cost of reading a value from the store
+constexpr std::int64_t kSwapWork = 32;    // cost of swapping an input of two cases far apart
 
 }  // namespace
 
@@ -42,14 +43,15 @@ KernelRows::KernelRows(const KernelRows& source, std::span<const std::int32_t> p
 
 void KernelRows::Square(SolverPace& pace) {
   squares_.Assign(std::size_t(PackedCases::Padded(cases_)), 0.0);
-  for (std::int32_t t = 0; t < cases_; ++t) {
-    const double* input = packed_.Block(t / kCaseLanes) + t % kCaseLanes;
-    double sum = 0;
+  for (std::int32_t b = 0; b * kCaseLanes < cases_; ++b) {
+    const double* input = packed_.Block(b);
+    double* sums = squares_.data() + std::size_t(b) * kCaseLanes;
     for (std::int32_t c = 0; c < packed_.columns(); ++c, input += kCaseLanes) {
-      sum = sum + *input * *input;
+      for (int lane = 0; lane < kCaseLanes; ++lane) {
+        sums[lane] = sums[lane] + input[lane] * input[lane];
+      }
     }
-    squares_[std::size_t(t)] = sum;
-    pace.Check(packed_.columns());
+    pace.Check(std::int64_t(packed_.columns()) * kCaseLanes);
   }
 }
 
@@ -112,13 +114,14 @@ std::int64_t KernelRows::Fill(std::span<const Row> rows, std::int32_t begin, std
   return (packed_.columns() + kFinishWork) * values * count;
 }
 
-void KernelRows::Swap(std::int32_t a, std::int32_t b) {
+std::int64_t KernelRows::Swap(std::int32_t a, std::int32_t b) {
   if (store_ != nullptr) {
     std::swap(places_[std::size_t(a)], places_[std::size_t(b)]);
-    return;
+    return kReadWork;
   }
   packed_.Swap(a, b);
   std::swap(squares_[std::size_t(a)], squares_[std::size_t(b)]);
+  return kSwapWork * packed_.columns();
 }
 
 }  // namespace qrvml

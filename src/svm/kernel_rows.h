@@ -43,7 +43,8 @@ class KernelRows {
   /// several threads. Returns about the multiplications done.
   std::int64_t Fill(std::span<const Row> rows, std::int32_t begin, std::int32_t end,
                     double* const* out) const;
-  void Swap(std::int32_t a, std::int32_t b);
+  /// Returns its cost in multiplications.
+  std::int64_t Swap(std::int32_t a, std::int32_t b);
 
  private:
   void Square(SolverPace& pace);

@@ -94,7 +94,7 @@ void PackedCases::Build(std::span<const SVMNodeList> cases, std::span<const std:
     for (std::int32_t t = b * kCaseLanes; t < end; ++t) {
       CopyInputs(indices, cases[std::size_t(t)], &At(t, 0), kCaseLanes);
     }
-    pace.Check(std::int64_t(columns_) * kCaseLanes);
+    pace.Check(std::int64_t(columns_) * kCaseLanes * kCollectWork);
   }
 }
 

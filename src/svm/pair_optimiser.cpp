@@ -323,7 +323,7 @@ void PairOptimiser::Shrink() {
     Rebuild();
     ReturnVariables(thresholds);
   }
-  if (!problem_.twoPerCase) matrix_.Fit(active_);
+  if (!problem_.twoPerCase) matrix_.Fit(active_, pace_);
   Choose();
 }
 
@@ -335,7 +335,7 @@ void PairOptimiser::CutActiveSet(const PairEnds* thresholds) {
     --t;
   }
   pace_.Check(std::int64_t(variables_) * kUpdateWork);
-  if (!problem_.twoPerCase) matrix_.FollowSwaps(source_, active_);
+  if (!problem_.twoPerCase) matrix_.FollowSwaps(source_, active_, pace_);
 }
 
 void PairOptimiser::ReturnVariables(const PairEnds* thresholds) {
@@ -360,7 +360,7 @@ void PairOptimiser::SwapVariables(std::int32_t a, std::int32_t b) {
     if (!place_.empty()) std::swap(place_[first], place_[second]);
   } else {
     std::swap(source_[first], source_[second]);
-    matrix_.Swap(a, b);
+    matrix_.Swap(a, b, pace_);
   }
 }
 

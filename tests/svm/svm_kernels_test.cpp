@@ -197,6 +197,8 @@ TEST(ColumnCache, KeepsTheLatestColumnsWithinItsBytesThroughSwapsAndFits) {
   // Room for 10 columns of 320 elements after the bookkeeping.
   const double megabytes = (10 * 320 + 2 * kCases) * 8 / 1048576.0;
   ColumnCache cache(kCases, megabytes);
+  const SVMSolverState state;
+  SolverPace pace(state);
   Draws draws(64);
   std::list<int> recent;             // owners, latest first
   std::vector<int> ownerAt(kCases);  // per position
@@ -209,7 +211,7 @@ TEST(ColumnCache, KeepsTheLatestColumnsWithinItsBytesThroughSwapsAndFits) {
       length = step == 1499 || step == 3499 ? 290 : std::max(40, length * 2 / 3);
       cache.ForEach(
           [&](std::int32_t, double*, std::int32_t known) { return std::min(known, length); });
-      cache.Fit(length);
+      cache.Fit(length, pace);
       slots = 3200 / ((length + 31) / 32 * 32);
       while (int(recent.size()) > slots) recent.pop_back();
     }
