@@ -1,12 +1,13 @@
 // Writes the option tables of the user guide from the program's control tables, between the marks
-// <!-- options METHOD DIALOG --> and <!-- end --> of docs/guide:
-//   node web/guide.mjs [PROGRAM]
+// <!-- options METHOD DIALOG --> and <!-- end --> of docs/guide; with --pictures its pictures, too:
+//   node web/guide.mjs [PROGRAM] [--pictures]
 import { buildSync } from 'esbuild';
 import { execFileSync } from 'node:child_process';
-import { readdirSync, readFileSync, writeFileSync } from 'node:fs';
+import { mkdtempSync, readdirSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 
 const here = new URL('.', import.meta.url);
-const program = process.argv[2] ?? new URL('../build/release/bin/qrvml', here).pathname;
+const [named] = process.argv.slice(2).filter(argument => !argument.startsWith('--'));
+const program = named ?? new URL('../build/release/bin/qrvml', here).pathname;
 
 async function load(path) {
   const { outputFiles } = buildSync({
@@ -97,5 +98,26 @@ for (const language of ['en', 'fr']) {
       (_, open, method, dialog, close) => `${open}\n${table(method, dialog, language)}\n\n${close}`,
     );
     if (after !== before) writeFileSync(path, after);
+  }
+}
+
+if (process.argv.includes('--pictures')) {
+  // Beside the packages, so that those that stay outside the bundle are found.
+  const out = mkdtempSync(new URL('node_modules/.guide-', here).pathname);
+  try {
+    const script = `${out}/pictures.mjs`;
+    buildSync({
+      absWorkingDir: here.pathname,
+      entryPoints: ['tests/guide_pictures.ts'],
+      outfile: script,
+      bundle: true,
+      platform: 'node',
+      format: 'esm',
+      packages: 'external',
+    });
+    const env = { ...process.env, QRVML: program };
+    execFileSync(process.execPath, [script], { cwd: here.pathname, env, stdio: 'inherit' });
+  } finally {
+    rmSync(out, { recursive: true, force: true });
   }
 }

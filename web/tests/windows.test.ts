@@ -51,6 +51,15 @@ test('penalties: a click on a red cell edits it, elsewhere the hint says which c
     await page.waitForSelector('.modal .note:has-text("Cliquez sur une cellule")');
     await looksWell(page, 'penalties');
 
+    // a click on nothing leaves the keys with the window
+    await page.locator('.modal h2').click();
+    await page.keyboard.press('Escape');
+    await page.waitForSelector('.modal', { state: 'detached' });
+    await page.locator('.dialog h1').click();
+    await page.keyboard.press('Enter');
+    await page.waitForSelector('.cell-table input:focus');
+    await cells.nth(1).click();
+
     // what is no penalty is marked, and a refused OK goes back to it
     await page.keyboard.type('viel');
     await page.waitForSelector('.cell-table input[aria-invalid]');

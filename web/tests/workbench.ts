@@ -25,9 +25,13 @@ export class Workbench {
     private readonly process: ChildProcess,
   ) {}
 
-  /** Starts the program on a copy of a file, or on a file with this text. */
-  static async start(file: string, text?: string): Promise<Workbench> {
-    const folder = mkdtempSync(join(tmpdir(), 'qrvml-page-'));
+  /** Starts the program on a copy of a file, or on a file with this text, in a folder that goes. */
+  static async start(
+    file: string,
+    text?: string,
+    folder = mkdtempSync(join(tmpdir(), 'qrvml-page-')),
+  ): Promise<Workbench> {
+    mkdirSync(folder, { recursive: true });
     const data = join(folder, basename(file));
     if (text === undefined) copyFileSync(file, data);
     else writeFileSync(data, text);
@@ -136,11 +140,11 @@ export async function pickVariables(page: Page, lists: string[][]): Promise<void
   await page.waitForSelector('.picker #picker-source [role=option]');
   await page.locator('#picker-source').focus();
   for (const [list, names] of lists.entries())
-    for (const name of names) {
+    for (const [i, name] of names.entries()) {
       await page.locator('.picker input[type=search]').fill(name);
       await page.locator('#picker-source [role=option]', { hasText: name }).first().click();
       await page.keyboard.press(`Alt+${list + 1}`);
-      await page.waitForSelector(`#target-${list} [role=option]:has-text("${name}")`);
+      await page.waitForSelector(`#target-${list} [role=option][aria-setsize="${i + 1}"]`);
     }
   await page.locator('.picker button.default').click();
   await page.waitForSelector('.picker', { state: 'detached' });

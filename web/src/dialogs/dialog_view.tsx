@@ -206,6 +206,7 @@ export function DialogView({ analysis, dialog, busy, modal = false, heading, abo
   return (
     <div
       ref={root}
+      tabIndex={-1} // a click on an empty place leaves the keys with the dialog
       class={`dialog ${modal ? '' : dialog.level}`}
       role={modal ? undefined : 'form'}
       aria-label={modal ? undefined : titleOf(dialog)}

@@ -52,8 +52,12 @@ export function Modal(props: ModalProps) {
       role={props.role}
       aria-labelledby={title}
       aria-describedby={props.describedBy}
+      tabIndex={-1} // a click on an empty place leaves the keys with the window
       onKeyDown={onKeyDown}
-      onCancel={event => event.preventDefault()}
+      onCancel={event => {
+        event.preventDefault();
+        props.onEscape?.();
+      }}
     >
       <h2 id={title}>{props.title}</h2>
       <div class="modal-body">{props.children}</div>
