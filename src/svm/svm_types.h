@@ -48,17 +48,17 @@ enum SVMKernelType : std::int32_t {
 struct SVMParameters {
   std::int32_t svmType = kCClassification;
   std::int32_t kernelType = kRadialKernel;
-  double degree = 3.0;                          // polynomial kernel; any real power
-  double gamma = 0.0;                           // all kernels but the linear one
-  double coef0 = 0.0;                           // polynomial and sigmoid kernel
-  double cacheSize = 40.0;                      // megabytes (2^20 bytes) for kernel columns
-  double stoppingAccuracy = 0.001;              // the greatest violation that counts as optimal
-  double C = 10.0;                              // types 0, 3 and 4
-  std::vector<std::int32_t> classWeightLabels;  // type 0: C of that class is multiplied
-  std::vector<double> classWeights;             // by this; as many as labels
-  double nu = 0.5;                              // types 1, 2 and 4
-  double epsilon = 0.1;                         // type 3: width of the insensitive zone
-  std::int32_t shrinking = 1;                   // 0 or 1
+  double degree = 3.0;                            // polynomial kernel; any real power
+  double gamma = 0.0;                             // all kernels but the linear one
+  double coef0 = 0.0;                             // polynomial and sigmoid kernel
+  double cacheSize = 40.0;                        // megabytes (2^20 bytes) for kernel columns
+  double stoppingAccuracy = 0.001;                // the greatest violation that counts as optimal
+  double C = 10.0;                                // types 0, 3 and 4
+  std::vector<std::int32_t> classWeightLabels{};  // type 0: C of that class is multiplied
+  std::vector<double> classWeights{};             // by this; as many as labels
+  double nu = 0.5;                                // types 1, 2 and 4
+  double epsilon = 0.1;                           // type 3: width of the insensitive zone
+  std::int32_t shrinking = 1;                     // 0 or 1
 
   std::int32_t classWeightCount() const { return std::int32_t(classWeightLabels.size()); }
 };

@@ -306,39 +306,10 @@ std::vector<const SVMNode*> OrderOf(const SVMEngine& engine) {
 }
 
 TEST(SvmSearch, ChoosesTheBestPointOfTheGridAndRestoresTheProblem) {
-  for (const char* lists : {"y | | x z | g", "| k | x z | g"}) {
-    SvmAnalysis analysis(RandomTable(75, 40), lists, 0);
-    analysis.data().scaleOutputs = true;
-    ASSERT_TRUE(analysis.Load());
-    SVMEngine& engine = analysis.engine;
-    engine.applyCrossValidation = true;
-    engine.crossValidationSeed = 17;
-    engine.folds = 4;
-    engine.maximumC = 4;
-    ScriptedHost random;
-    const PlainSearch expected = SearchPlainly(analysis, [&] { return random.rnd_(17); });
-    const auto order = OrderOf(engine);
-    const Numbers targets(engine.problem.y, engine.problem.y + engine.problem.l);
-    ASSERT_TRUE(engine.TrainSvm(false));
-    EXPECT_EQ(engine.parameters.C, expected.C);
-    EXPECT_EQ(engine.parameters.epsilon, expected.epsilon);
-    EXPECT_EQ(engine.IsClassification() ? engine.bestAccuracy : engine.bestError, expected.best);
-    EXPECT_EQ(OrderOf(engine), order);
-    EXPECT_EQ(Numbers(engine.problem.y, engine.problem.y + engine.problem.l), targets);
-    const std::vector<std::string>& texts = analysis.display.texts;
-    EXPECT_EQ(texts[0], GetResourceString(309));
-    EXPECT_EQ(std::count(texts.begin(), texts.end(), std::string("Ensemble validation croisée 4")),
-              3 * 4)
-        << "three values of C, four of epsilon";
-    EXPECT_EQ(texts.back(), GetResourceString(engine.IsClassification() ? 311 : 312));
-  }
-}
-
-TEST(SvmSearch, PointsThatDifferInAnUnusedValueShareTheirTrainings) {
   struct Case {
     const char* lists;
     std::int32_t type;
-    int trained;  // of the three by four points
+    int trained;  // of the three by four points: those that differ in a value that the type reads
   };
   constexpr Case kCases[] = {{"| k | x z | g", kCClassification, 3},
                              {"| k | x z | g", kNuClassification, 1},
@@ -358,6 +329,8 @@ TEST(SvmSearch, PointsThatDifferInAnUnusedValueShareTheirTrainings) {
     engine.maximumC = 4;
     ScriptedHost random;
     const PlainSearch expected = SearchPlainly(analysis, [&] { return random.rnd_(5); });
+    const auto order = OrderOf(engine);
+    const Numbers targets(engine.problem.y, engine.problem.y + engine.problem.l);
     int trainings = 0;
     engine.solver.print = [&](std::string_view text) {
       trainings += text.starts_with("obj = ") ? 1 : 0;
@@ -367,9 +340,13 @@ TEST(SvmSearch, PointsThatDifferInAnUnusedValueShareTheirTrainings) {
     EXPECT_EQ(engine.parameters.C, expected.C);
     EXPECT_EQ(engine.parameters.epsilon, expected.epsilon);
     EXPECT_EQ(engine.IsClassification() ? engine.bestAccuracy : engine.bestError, expected.best);
+    EXPECT_EQ(OrderOf(engine), order);
+    EXPECT_EQ(Numbers(engine.problem.y, engine.problem.y + engine.problem.l), targets);
     const std::vector<std::string>& texts = analysis.display.texts;
+    EXPECT_EQ(texts[0], GetResourceString(309));
     EXPECT_EQ(std::count(texts.begin(), texts.end(), std::string("Ensemble validation croisée 4")),
               12);
+    EXPECT_EQ(texts.back(), GetResourceString(engine.IsClassification() ? 311 : 312));
   }
 }
 

@@ -155,13 +155,16 @@ TEST(SvmFaults, ValuesThatAreNotFiniteEndTraining) {
 
 TEST(SvmFaults, ASolutionWithoutAConstantIsAFault) {
   // With nu = 1 every case is at its bound, and nothing says how far out the border may lie.
-  const PlainProblem problem = RandomProblem(55, 10, 2, 0);
-  SVMParameters p;
-  p.svmType = kOneClass;
-  p.gamma = 1;
-  p.nu = 1;
-  QuietState state;
-  EXPECT_THROW(SvmTrain(problem.problem(), p, state), NumericFault);
+  for (const SVMType type : {kOneClass, kNuClassification}) {
+    const PlainProblem problem = RandomProblem(55, 10, 2, type == kOneClass ? 0 : 2);
+    SVMParameters p;
+    p.svmType = type;
+    p.gamma = 1;
+    p.nu = 1;
+    ASSERT_EQ(SvmCheckParameters(problem.problem(), p), nullptr);
+    QuietState state;
+    EXPECT_THROW(SvmTrain(problem.problem(), p, state), NumericFault);
+  }
 }
 
 }  // namespace

@@ -2,7 +2,9 @@
 // objective against a slow solver, its answers on tiny problems against a hand's calculation.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 #include "svm/plain_svm.h"
 
@@ -21,7 +23,7 @@ constexpr Kernel kKernels[] = {
     {"linear", kLinearKernel, 0, 0, 0, true},
     {"square polynomial", kPolynomialKernel, 0.5, 1, 2, true},
     {"radial", kRadialKernel, 0.4, 0, 0, true},
-    {"sigmoid", kSigmoidKernel, 0.05, 0.1, 0, false},
+    {"sigmoid", kSigmoidKernel, 0.4, -0.2, 0, false},
 };
 constexpr const char* kTypeNames[] = {"C classification", "nu classification", "one-class",
                                       "epsilon regression", "nu regression"};
@@ -44,26 +46,22 @@ PlainProblem ProblemFor(SVMType type, std::uint64_t seed) {
   return RandomProblem(seed, 30, 3, type <= kNuClassification ? 2 : 0);
 }
 
+/// How far a model is from the conditions of Karush, Kuhn and Tucker. Of nu classification, whose
+/// solution is divided by r, slackness is multiplied by r.
+struct Residuals {
+  double bounds = 0;     // beyond 0 or the bound, or of the wrong sign, relative to the bound
+  double sums = 0;       // of the equality constraints, relative to the sum of all sizes
+  double slackness = 0;  // of any case's own condition
+};
+
 /// A condition of a case: at a coefficient of 0 `slack` >= 0, at the bound <= 0, between 0.
-void ExpectComplementary(double coefficient, double bound, double slack, double tolerance) {
-  EXPECT_LE(std::fabs(coefficient), bound * (1 + 1e-12));
-  if (coefficient == 0) {
-    EXPECT_GE(slack, -tolerance);
-  } else if (std::fabs(coefficient) < bound * (1 - 1e-12)) {
-    EXPECT_NEAR(slack, 0, tolerance);
-  } else {
-    EXPECT_LE(slack, tolerance);
-  }
+double SlacknessOf(double coefficient, double bound, double slack) {
+  if (coefficient == 0) return std::max(0.0, -slack);
+  return std::fabs(coefficient) < bound * (1 - 1e-12) ? std::fabs(slack) : std::max(0.0, slack);
 }
 
-double PrintedEpsilon(const std::string& printed) {
-  const std::size_t at = printed.find("epsilon = ");
-  EXPECT_NE(at, std::string::npos);
-  return std::stod(printed.substr(at + 10));
-}
-
-/// The conditions of Karush, Kuhn and Tucker for each type.
-void ExpectOptimal(const SVMModel& model, const PlainProblem& problem, const std::string& printed) {
+Residuals ResidualsOf(const SVMModel& model, const PlainProblem& problem,
+                      const std::string& printed) {
   const SVMParameters& p = model.parameters;
   const PlainDecision decision = DecisionOf(model, problem);
   const double l = problem.size();
@@ -73,59 +71,68 @@ void ExpectOptimal(const SVMModel& model, const PlainProblem& problem, const std
     sum += coefficient;
     sizes += std::fabs(coefficient);
   }
-  // Of nu classification the solution is divided by r, and so are bound and accuracy.
-  const double r = p.svmType == kNuClassification ? p.nu * l / sizes : 1;
-  const double bound = p.svmType == kNuClassification ? 1 / r : p.svmType == kOneClass ? 1 : p.C;
-  const double tolerance = 2 * kAccuracy / r + 1e-9;
-  const double width = p.svmType == kNuRegression ? PrintedEpsilon(printed) : p.epsilon;
-  if (p.svmType == kOneClass) {
-    EXPECT_NEAR(sum, p.nu * l, 1e-9);
-  } else {
-    EXPECT_NEAR(sum, 0, 1e-9 * sizes);
-  }
+  const bool scaled = p.svmType == kNuClassification;
+  const double r = scaled ? p.nu * l / sizes : 1;
+  const double bound = scaled ? 1 / r : p.svmType == kOneClass ? 1 : p.C;
+  double width = p.epsilon;
+  if (p.svmType == kNuRegression)
+    width = std::stod(printed.substr(printed.find("epsilon = ") + 10));
+  Residuals most;
+  most.sums = std::fabs(sum - (p.svmType == kOneClass ? p.nu * l : 0)) / sizes;
   if (p.svmType == kNuRegression) {
-    EXPECT_NEAR(sizes, p.C * p.nu * l, 1e-9 * sizes);
+    most.sums = std::max(most.sums, std::fabs(sizes / (p.C * p.nu * l) - 1));
   }
   for (std::int32_t t = 0; t < problem.size(); ++t) {
-    SCOPED_TRACE("case " + std::to_string(t));
     const double coefficient = decision.coefficients[std::size_t(t)];
     const double value = decision.values[std::size_t(t)];
-    if (p.svmType <= kNuClassification) {
-      const double y = problem.target(t) == problem.target(0) ? 1 : -1;
-      EXPECT_GE(y * coefficient, 0);
-      ExpectComplementary(coefficient, bound, y * value - 1, tolerance);
-    } else if (p.svmType == kOneClass) {
-      EXPECT_GE(coefficient, 0);
-      ExpectComplementary(coefficient, bound, value, tolerance);
-    } else {
-      // The zone's width is printed with six decimals.
-      const double slackTolerance = tolerance + (p.svmType == kNuRegression ? 1e-6 : 0);
+    const bool regression = p.svmType >= kEpsilonRegression;
+    const bool isFirst = p.svmType == kOneClass || problem.target(t) == problem.target(0);
+    const double y = regression ? 0 : isFirst ? 1 : -1;
+    most.bounds =
+        std::max({most.bounds, std::fabs(coefficient) / bound - 1, -y * coefficient / bound});
+    double slackness = 0;
+    if (regression) {
       const double residual = problem.target(t) - value;
-      if (coefficient >= 0) {
-        ExpectComplementary(coefficient, bound, width - residual, slackTolerance);
-      }
+      if (coefficient >= 0) slackness = SlacknessOf(coefficient, bound, width - residual);
       if (coefficient <= 0) {
-        ExpectComplementary(coefficient, bound, width + residual, slackTolerance);
+        slackness = std::max(slackness, SlacknessOf(coefficient, bound, width + residual));
       }
+    } else {
+      slackness = SlacknessOf(coefficient, bound, y * value - (p.svmType == kOneClass ? 0 : 1));
     }
+    most.slackness = std::max(most.slackness, slackness * r);
   }
+  return most;
 }
 
+// It prints what it finds, as a table of Markdown.
 TEST(SvmTraining, EveryTypeAndKernelMeetsTheOptimalityConditionsAndTheObjectiveOfTheSlowSolver) {
+  std::printf("| type, kernel, shrinking | slackness | sums | bounds | objective |\n");
   for (int type = 0; type <= 4; ++type) {
     for (const Kernel& kernel : kKernels) {
-      for (const int shrinking : {0, 1}) {
-        SCOPED_TRACE(std::string(kTypeNames[type]) + ", " + kernel.name + ", shrinking " +
-                     std::to_string(shrinking));
-        const PlainProblem problem = ProblemFor(SVMType(type), 11 + type);
-        SVMParameters p = Settings(SVMType(type), kernel);
-        p.shrinking = shrinking;
-        ASSERT_EQ(SvmCheckParameters(problem.problem(), p), nullptr);
+      const PlainProblem problem = ProblemFor(SVMType(type), 11 + type);
+      SVMParameters p = Settings(SVMType(type), kernel);
+      ASSERT_EQ(SvmCheckParameters(problem.problem(), p), nullptr);
+      const double expected = kernel.convex ? double(PlainOptimum(problem, p).Solve()) : 0;
+      for (p.shrinking = 0; p.shrinking <= 1; ++p.shrinking) {
+        const std::string name =
+            std::string(kTypeNames[type]) + ", " + kernel.name + ", " + std::to_string(p.shrinking);
+        SCOPED_TRACE(name);
         QuietState state;
         const auto model = SvmTrain(problem.problem(), p, state);
-        ExpectOptimal(*model, problem, state.printed);
+        const Residuals residuals = ResidualsOf(*model, problem, state.printed);
+        // The pair of greatest violation is less than the accuracy apart; the width of the zone of
+        // nu regression is printed with six decimals.
+        EXPECT_LE(residuals.slackness, kAccuracy + (type == kNuRegression ? 1e-6 : 1e-9));
+        EXPECT_LE(residuals.sums, 1e-12);
+        EXPECT_LE(residuals.bounds, 1e-12);
         EXPECT_LT(state.iterationCount, state.maxIterations);
-        if (!kernel.convex || shrinking == 0) continue;
+        std::printf("| %s | %.1e | %.1e | %.1e | ", name.c_str(), residuals.slackness,
+                    residuals.sums, residuals.bounds);
+        if (!kernel.convex) {
+          std::printf("|\n");
+          continue;
+        }
         double objective = state.objective;
         if (type == kNuClassification) {
           double sizes = 0;
@@ -133,8 +140,9 @@ TEST(SvmTraining, EveryTypeAndKernelMeetsTheOptimalityConditionsAndTheObjectiveO
           const double r = p.nu * problem.size() / sizes;
           objective *= r * r;
         }
-        const double expected = double(PlainOptimum(problem, p).Solve());
         EXPECT_NEAR(objective, expected, 1e-6 * std::fabs(expected) + 1e-12);
+        std::printf("%.1e |\n",
+                    std::fabs(objective - expected) / std::max(1.0, std::fabs(expected)));
       }
     }
   }
@@ -161,7 +169,7 @@ TEST(SvmTraining, TheDualityGapIsWithinTheAccuracy) {
 
 TEST(SvmTraining, NuBoundsTheSharesOfSupportVectorsAndErrors) {
   const PlainProblem problem = RandomProblem(32, 80, 3, 2);
-  for (const SVMType type : {kNuClassification, kOneClass}) {
+  for (const SVMType type : {kNuClassification, kOneClass, kNuRegression}) {
     for (const double nu : {0.2, 0.5, 0.8}) {
       SVMParameters p = Settings(type, kKernels[2]);
       p.nu = nu;

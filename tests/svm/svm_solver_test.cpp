@@ -112,10 +112,13 @@ TEST(SvmSolver, ShrinkingReachesTheSameOptimum) {
 
 TEST(SvmSolver, TheIterationLimitEndsEveryDecisionFunctionWithAModel) {
   const PlainProblem problem = RandomProblem(43, 90, 3, 3);
-  for (const int limit : {1, 7}) {
+  SVMParameters p = Radial(kCClassification);
+  p.C = 1e4;
+  p.stoppingAccuracy = 1e-12;
+  for (const int limit : {1, 1000}) {
     QuietState state;
     state.maxIterations = limit;
-    const auto model = SvmTrain(problem.problem(), Radial(kCClassification), state);
+    const auto model = SvmTrain(problem.problem(), p, state);
     EXPECT_EQ(state.iterationCount, limit);
     EXPECT_EQ(state.counts.iterations, 3 * limit);
     EXPECT_EQ(model->constants.size(), 3u);
@@ -152,99 +155,46 @@ TEST(SvmSolver, DiagnosticsArePrintedAsTheyHappen) {
 }
 
 TEST(SvmSolver, ParametersAreCheckedInOrder) {
-  PlainProblem unequal;
+  PlainProblem unequal;  // 2 and 8 cases: nu of two classes is at most 0.4
   for (int t = 0; t < 10; ++t) unequal.Add({double(t)}, t < 2 ? 5 : 6);
+  const char* const kCache = "Cache size must be larger than zero.";
   const char* const kNu = "Nu parameter must lie in the range (0, 1)";
+  const char* const kShrinking = "shrinking != 0 and shrinking != 1";
+  const double nan = std::numeric_limits<double>::quiet_NaN();
   struct Row {
-    void (*change)(SVMParameters&);
+    SVMParameters parameters;
     const char* message;
   };
-  const double nan = std::numeric_limits<double>::quiet_NaN();
-  ASSERT_TRUE(std::isnan(nan));
   const Row rows[] = {
-      {[](SVMParameters&) {}, nullptr},
-      {[](SVMParameters& p) {
-         p.svmType = 5;
-         p.kernelType = 9;
-       },
-       "Unknown SVM type"},
-      {[](SVMParameters& p) { p.svmType = -1; }, "Unknown SVM type"},
-      {[](SVMParameters& p) {
-         p.kernelType = 4;
-         p.cacheSize = 0;
-       },
-       "Unknown kernel type"},
-      {[](SVMParameters& p) {
-         p.cacheSize = 0;
-         p.C = 0;
-       },
-       "Cache size must be larger than zero."},
-      {[](SVMParameters& p) { p.stoppingAccuracy = 0; },
+      {{}, nullptr},
+      {{.svmType = 5, .kernelType = 9}, "Unknown SVM type"},
+      {{.svmType = -1}, "Unknown SVM type"},
+      {{.kernelType = 4, .cacheSize = 0}, "Unknown kernel type"},
+      {{.cacheSize = 0, .stoppingAccuracy = 0}, kCache},
+      {{.stoppingAccuracy = 0, .C = 0},
        "Accuracy parameter for stopping criteria must be larger than zero."},
-      {[](SVMParameters& p) { p.C = 0; }, "C <= 0"},
-      {[](SVMParameters& p) {
-         p.svmType = kEpsilonRegression;
-         p.C = -1;
-       },
-       "C <= 0"},
-      {[](SVMParameters& p) {
-         p.svmType = kNuRegression;
-         p.C = 0;
-         p.nu = 2;
-       },
-       "C <= 0"},
-      {[](SVMParameters& p) {
-         p.svmType = kOneClass;
-         p.C = 0;
-       },
-       nullptr},
-      {[](SVMParameters& p) {
-         p.svmType = kOneClass;
-         p.nu = 1;
-       },
-       nullptr},
-      {[](SVMParameters& p) {
-         p.svmType = kOneClass;
-         p.nu = 1.000001;
-       },
-       kNu},
-      {[](SVMParameters& p) {
-         p.svmType = kNuClassification;
-         p.nu = -0.1;
-       },
-       kNu},
-      {[](SVMParameters& p) {
-         p.svmType = kNuRegression;
-         p.nu = 1.5;
-       },
-       kNu},
-      {[](SVMParameters& p) { p.nu = 7; }, nullptr},
-      {[](SVMParameters& p) {
-         p.svmType = kEpsilonRegression;
-         p.epsilon = -1;
-       },
+      {{.C = 0}, "C <= 0"},
+      {{.C = nan}, "C <= 0"},
+      {{.svmType = kEpsilonRegression, .C = -1, .epsilon = -1}, "C <= 0"},
+      {{.svmType = kNuRegression, .C = 0, .nu = 2}, "C <= 0"},
+      {{.svmType = kOneClass, .C = 0, .nu = 1}, nullptr},
+      {{.svmType = kOneClass, .nu = 1.000001}, kNu},
+      {{.svmType = kNuClassification, .nu = -0.1, .shrinking = 2}, kNu},
+      {{.svmType = kNuRegression, .nu = 1.5}, kNu},
+      {{.nu = 7, .epsilon = -1}, nullptr},
+      {{.svmType = kEpsilonRegression, .epsilon = -1, .shrinking = 2},
        "Epsilon parameter must be positive."},
-      {[](SVMParameters& p) { p.shrinking = 2; }, "shrinking != 0 and shrinking != 1"},
-      {[](SVMParameters& p) {
-         p.svmType = kNuClassification;
-         p.nu = 0.4;
-       },
-       nullptr},
-      {[](SVMParameters& p) {
-         p.svmType = kNuClassification;
-         p.nu = 0.41;
-       },
+      {{.svmType = kNuClassification, .nu = 0.5, .shrinking = 2}, kShrinking},
+      {{.shrinking = -1}, kShrinking},
+      {{.svmType = kNuClassification, .nu = 0.4}, nullptr},
+      {{.svmType = kNuClassification, .nu = 0.41},
        "You have specified a value for the Nu parameter which is infeasible. Please carefully "
        "check your settings and try again."},
   };
   for (const Row& row : rows) {
-    SVMParameters p;
-    row.change(p);
-    EXPECT_STREQ(SvmCheckParameters(unequal.problem(), p), row.message) << &row - rows;
+    EXPECT_STREQ(SvmCheckParameters(unequal.problem(), row.parameters), row.message)
+        << "row " << &row - rows;
   }
-  SVMParameters p;
-  p.C = nan;
-  EXPECT_STREQ(SvmCheckParameters(unequal.problem(), p), "C <= 0");
 }
 
 // --- Classes and prediction ---------------------------------------------------------------------
