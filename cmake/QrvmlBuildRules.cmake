@@ -16,10 +16,12 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 if(QRVML_SANITIZE)
   # The check of virtual calls (vptr) wants the type information of every class called, which the
   # application does not link: it loads the module. g++ reports false "maybe uninitialized" in
-  # instrumented code.
+  # instrumented code. Test programs (QRVML_TESTS_ONLY) are checked for errors of memory alone: what
+  # they test is compiled with both, and a third of the time of compiling them is saved.
+  set(undefined -fsanitize=undefined -fno-sanitize=vptr -fno-sanitize-recover=all)
   target_compile_options(
-    qrvml_rules INTERFACE -fsanitize=address,undefined -fno-sanitize=vptr
-                          -fno-sanitize-recover=all -fno-omit-frame-pointer -Wno-maybe-uninitialized)
+    qrvml_rules INTERFACE -fsanitize=address -fno-omit-frame-pointer -Wno-maybe-uninitialized
+                          "$<$<NOT:$<BOOL:$<TARGET_PROPERTY:QRVML_TESTS_ONLY>>>:${undefined}>")
   target_compile_definitions(qrvml_rules INTERFACE _GLIBCXX_ASSERTIONS)
   target_link_options(qrvml_rules INTERFACE -fsanitize=address,undefined)
 endif()

@@ -58,6 +58,7 @@ function(qrvml_tests name)
 
   add_executable(${name} ${sources})
   add_dependencies(${name} ${arg_NEEDS})
+  set_target_properties(${name} PROPERTIES QRVML_TESTS_ONLY ON)
   target_include_directories(${name} PRIVATE "${test_root}")
   target_link_libraries(${name} PRIVATE qrvml_headers ${arg_LINKS} GTest::gtest_main)
   # Tests spend their time in the code under test; compiling them costs more. The headers that all of
