@@ -2,10 +2,12 @@
 // turn:
 //
 //   naive_bayes ROWS   writes the rows that both read to that file, then answers each line
-//                      "estimation T" or "classification T" (stored rows), "reading T" (the
-//                      first pass), "stored T" or "streamed T" (the second pass)
-//                      (T threads) with the seconds that it took, "correct T" with the
-//                      cases that the last classification got right.
+//                      "estimation T" or "classification T" (stored rows), "reader T" (the
+//                      cases delivered and nothing else), "reading T" (the first pass),
+//                      "stored T" or "streamed T" (the second pass), "again T" (the
+//                      classification of a streamed pass), "posterior T" (table and plot of
+//                      200 points on 500 inputs) (T threads) with the seconds that it took,
+//                      "correct T" with the cases that the last classification got right.
 #include <cstdio>
 #include <fstream>
 #include <iostream>
@@ -14,7 +16,9 @@
 #include <vector>
 
 #include "bayes/naive_bayes_engine.h"
+#include "bayes/naive_bayes_results_dialog.h"
 #include "bench_host.h"
+#include "data/case_reader.h"
 #include "datafile/host_data_file.h"
 #include "harness.h"
 #include "seeded_data.h"
@@ -79,6 +83,58 @@ void Prepare(NaiveBayesEngine& engine) {
   engine.ComputeDefaultPriors(dependents);
 }
 
+/// Takes what is shown, and lets go of it.
+class Shown final : public qrvml::OutputServices {
+ public:
+  int count = 0;
+  bool looka4(qrvml::Spreadsheet&& table) override { return ++count, !table.columns.empty(); }
+  bool ShowGraph(qrvml::Graph&& graph) override { return ++count, !graph.series.empty(); }
+  void cupst(std::span<const std::string>) override {}
+};
+
+/// Table and plot of the posteriors of one of 500 normal inputs, two classes, 1,000 cases.
+double PosteriorSeconds() {
+  constexpr int kMany = 500, kFew = 1000;
+  bench::SplitMix random(302);
+  qrvml::DataTable table;
+  qrvml::CellStore store;
+  VariableRoles roles;
+  table.AddVariable("class");
+  for (int v = 1; v <= kMany; ++v) {
+    table.AddVariable("v" + std::to_string(v));
+    roles.continuousPredictors.push_back(v + 1);
+  }
+  roles.categoricalDependents = {1};
+  qrvml::CellBlock block = store.Take(std::size_t(kFew) * (kMany + 1));
+  for (int v = 0; v <= kMany; ++v) {
+    for (int c = 0; c < kFew; ++c)
+      block.Cells()[v * kFew + c] = v == 0 ? 1 + c % 2 : random.Bell() + 0.02 * (c % 2);
+  }
+  table.AppendChunk(kFew, std::move(block));
+  HostDataFile file(std::move(table), "bench.csv");
+  Shown shown;
+  bench::BenchHost host(file, &shown);
+  CAnalysisContext::Scope scope(&host.analysis());
+  host.analysis().Initialize();
+  AnalysisDataSet& data = host.analysis().data();
+  data.CheckDataFile();
+  data.SetRoles(roles);
+  data.sampling.apply = false;
+  data.ScanCases(Method::naiveBayes);
+  data.LoadCases(Method::naiveBayes);
+  NaiveBayesEngine engine(data);
+  Prepare(engine);
+  qrvml::NaiveBayesResultsDialog dialog(host.analysis(), data, engine);
+  dialog.posterior.fixed.assign(kMany, 0.0);
+  dialog.SelectPosteriorInput("1");
+  const double seconds = bench::Seconds([&] {
+    dialog.ShowPosteriorTable();
+    dialog.ShowPosteriorPlot();
+  });
+  if (shown.count != 2) std::fprintf(stderr, "the table or the plot was not shown\n"), std::exit(1);
+  return seconds;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -114,6 +170,17 @@ int main(int argc, char** argv) {
       });
     } else if (what == "classification") {
       seconds = bench::Seconds([&] { engine.ComputeNaiveBayesStatistics(); });
+    } else if (what == "posterior") {
+      seconds = PosteriorSeconds();
+    } else if (what == "reader") {
+      qrvml::CaseReader reader(*file, data.roles());
+      seconds = bench::Seconds([&] {
+        for (int number = 1; number <= kCases; ++number) reader.Read(number);
+      });
+    } else if (what == "again") {
+      data.storeValues = false;
+      seconds = bench::Seconds([&] { engine.ComputeNaiveBayesStatistics(); });
+      data.storeValues = true;
     } else if (what == "reading" || what == "stored" || what == "streamed") {
       data.storeValues = what != "streamed";
       data.ReleaseCases();

@@ -89,9 +89,13 @@ compare("estimation", estimate)
 compare("classification", lambda: classify(*model))
 right = int((classify(*model) == classes).sum())
 print(f"  correct: qrvml {ask('correct'):.0f}, NumPy {right} of {CASES}")
-for what in ("reading", "stored", "streamed"):
-    values = [ask(what) for _ in range(ROUNDS)]
-    print(f"{what:10}", *(f"{value:8.4f}" for value in values),
-          f" median {statistics.median(values):.4f} s")
+single = ("reader", "reading", "stored", "streamed", "again", "posterior")
+values = {what: [] for what in single}
+for _ in range(ROUNDS):
+    for what in single:
+        values[what].append(ask(what))
+for what in single:
+    print(f"{what:10}", *(f"{value:8.4f}" for value in values[what]),
+          f" median {statistics.median(values[what]):.4f} s")
 ours.stdin.close()
 ours.wait()
