@@ -340,12 +340,17 @@ TEST(SvmPrediction, ManyCasesAtOnceGetTheBitsOfEachAlone) {
           EXPECT_EQ(shares == expectedShares, true) << threads << " threads, level " << level;
         }
       }
-      // A cancel is heard in the midst of the cases.
+      // The work between two polls counts, and a cancel is heard in the midst of the cases.
+      constexpr int kBetween = 1 << 20;
       int polls = 0;
-      state.workBetweenPolls = 1 << 16;
-      state.poll = [&] { return ++polls == 5; };
+      int last = 1 << 30;
+      state.workBetweenPolls = kBetween;
+      state.poll = [&] { return ++polls == last; };
       SolverPace pace(state);
       std::vector<double> predicted(lists.size());
+      CasePredictor(*model, 1).Predict(lists, predicted, {}, pace);
+      EXPECT_GE(polls, double(lists.size()) * model->supportVectorCount * 10 / kBetween);
+      last = polls + 3;
       EXPECT_THROW(CasePredictor(*model, 2).Predict(lists, predicted, {}, pace), Cancelled);
     }
   }
