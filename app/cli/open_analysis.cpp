@@ -55,6 +55,7 @@ OpenAnalysis::OpenAnalysis(const RunOptions& options, OpenedFile& opened,
   };
   if (!options.diagnostics.empty()) OpenDiagnostics();
   session_.beforeOK = [this](QrvAnalysisDialog& dialog) { host_.automation.RecordSeeds(dialog); };
+  session_.afterCancel = [this] { host_.automation.RecordBack(); };
   session_.afterOK = [this] {
     host_.automation.RecordRun();
     const auto reached =

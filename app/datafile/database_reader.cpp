@@ -107,7 +107,7 @@ void ReadOwnFile(DuckDbSession& session, const ReadOptions& options, DataTable& 
   }
   if (names.empty()) FailToRead("the file has no variables");
 
-  TableBuilder builder(options.memory, options.threads);
+  TableBuilder builder(options.memory, options.threads, options.watch);
   ReadRelation(session,
                {InFile("main", kQrvCases), columns, RowPosition(session, "main", kQrvCases)}, names,
                builder);
@@ -138,7 +138,7 @@ void ReadOnlyTable(DuckDbSession& session, const ReadOptions& options, DataTable
     FailToRead("the database holds " + std::to_string(tables.size()) + " tables" + names,
                "Copy the one to be analysed into a database of its own, or to Parquet");
   }
-  TableBuilder builder(options.memory, options.threads);
+  TableBuilder builder(options.memory, options.threads, options.watch);
   const std::string &schema = tables[0][0], &name = tables[0][1];
   ReadRelation(session, {InFile(schema, name), "*", RowPosition(session, schema, name)}, {},
                builder);

@@ -38,6 +38,7 @@ bool ReadBytes(std::string_view text, std::size_t& bytes) {
 
 bool ReadOptionTexts(const OpenOptions& options, ReadOptions& read, FileError& error) {
   read.threads = options.threads;
+  read.watch = options.watch;
   if (!options.memory.empty() && !ReadBytes(options.memory, read.memory)) {
     return Refuse(error, "the memory \"" + options.memory + "\" is refused",
                   "Memory is a whole number of at least 1, followed by K, M or G");

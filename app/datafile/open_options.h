@@ -10,6 +10,7 @@
 namespace qrvml {
 
 class HostDataFile;
+struct ReadWatch;
 
 /// An empty text is "not given" throughout (and the default, so that an initialiser names only what
 /// it sets). A variable is named by its name or by its number from 1; a bare number is a number, in
@@ -25,6 +26,7 @@ struct OpenOptions {
   std::string caseNames = {};             // the variable whose values or texts name the cases
   std::string memory = {};                // for its cells, such as 500M or 4G; see CellStore
   int threads = 0;                        // used for reading; 0: all cores
+  ReadWatch* watch = nullptr;             // of who waits for the end of the reading; null: nobody
 };
 
 /// Reads the file and puts missing-data codes, case names, weight and selection into force, in this

@@ -63,7 +63,7 @@ bool ReadParquetFile(const std::string& path, const ReadOptions& options, DataTa
         "read_parquet(" + file + ", binary_as_string = true, hive_partitioning = false)";
     // A column of the file hides what the library calls by this name.
     if (!HasColumn(names, kRowNumber)) relation.position = kRowNumber;
-    TableBuilder builder(options.memory, options.threads);
+    TableBuilder builder(options.memory, options.threads, options.watch);
     ReadRelation(session, relation, names, builder);
     builder.Finish(table);
   });

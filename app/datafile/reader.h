@@ -13,13 +13,16 @@
 
 namespace qrvml {
 
+struct ReadWatch;
+
 /// What the user fixed; the rest is found in the file.
 struct ReadOptions {
   std::optional<char> delimiter = std::nullopt;
   std::optional<char> decimal = std::nullopt;  // '.' or ','
   std::optional<TextEncoding> encoding = std::nullopt;
-  int threads = 0;         // 0: all cores
-  std::size_t memory = 0;  // see CellStore
+  int threads = 0;             // 0: all cores
+  std::size_t memory = 0;      // see CellStore
+  ReadWatch* watch = nullptr;  // null: nobody watches
 };
 
 /// Reads the file at `path` into an empty table. False: `error` says why; the table is then void.

@@ -67,8 +67,8 @@ struct FileLabel {
 class StatisticsFile {
  public:
   /// An encoding named or kFromFile or kAsBytes.
-  StatisticsFile(const Package& package, const char* encoding, std::size_t memory)
-      : package_(package), encoding_(encoding), builder_(memory) {}
+  StatisticsFile(const Package& package, const char* encoding, const ReadOptions& options)
+      : package_(package), encoding_(encoding), builder_(options.memory, 1, options.watch) {}
 
   /// Throws what a handler threw. The parser's error otherwise.
   readstat_error_t Parse(const std::string& path);
@@ -118,7 +118,10 @@ readstat_error_t StatisticsFile::Parse(const std::string& path) {
   if (encoding_ != kFromFile) readstat_set_file_character_encoding(parser.get(), encoding_);
   if (encoding_ == kAsBytes) readstat_set_handler_character_encoding(parser.get(), encoding_);
   readstat_set_metadata_handler(parser.get(), [](readstat_metadata_t* metadata, void* context) {
-    return Guard(context, [&](StatisticsFile& file) { file.rows_ = metadata->row_count; });
+    return Guard(context, [&](StatisticsFile& file) {
+      file.rows_ = metadata->row_count;
+      file.builder_.Expect(file.rows_);
+    });
   });
   readstat_set_variable_handler(
       parser.get(), [](int, readstat_variable_t* variable, const char* labels, void* context) {
@@ -338,13 +341,13 @@ bool ReadStatisticsFile(const Package& package, const std::string& path, const R
     if (options.encoding) {
       encoding = *options.encoding == TextEncoding::utf8 ? "UTF-8" : "WINDOWS-1252";
     }
-    StatisticsFile first(package, encoding, options.memory);
+    StatisticsFile first(package, encoding, options);
     const readstat_error_t failed = first.Parse(path);
     if (failed == READSTAT_OK) return first.Finish(table);
     const bool inAnotherEncoding =
         failed == READSTAT_ERROR_CONVERT_BAD_STRING || failed == READSTAT_ERROR_UNSUPPORTED_CHARSET;
     if (encoding != kFromFile || !inAnotherEncoding) FailWith(failed);
-    StatisticsFile again(package, kAsBytes, options.memory);
+    StatisticsFile again(package, kAsBytes, options);
     if (again.Parse(path) != READSTAT_OK) FailWith(failed);
     again.AddNote(
         "Not all of its texts fit the encoding that the file names; what is no valid UTF-8 is read "

@@ -48,6 +48,8 @@ TableBuilder::Block& TableBuilder::AddBlock() {
 
 std::size_t TableBuilder::AddCases(std::size_t wanted) {
   if (capacity_ == 0) ChooseCapacity();
+  CheckCancelled(watch_);
+  if (watch_ != nullptr) watch_->Show(static_cast<std::int64_t>(cases_), expected_);
   CheckNumberOfCases(cases_ + wanted);
   if (blocks_.empty() || blocks_.back().cases == capacity_) {
     if (!blocks_.empty()) blocks_.back().cells.PutAside();
@@ -64,6 +66,7 @@ std::size_t TableBuilder::AddCases(std::size_t wanted) {
 void TableBuilder::AddAllCases(std::size_t cases) {
   CheckNumberOfCases(cases);
   ChooseCapacity();
+  Expect(static_cast<std::int64_t>(cases));
   for (cases_ = cases; cases > 0; cases -= blocks_.back().cases) {
     AddBlock().cases = std::min(cases, capacity_);
   }
@@ -77,6 +80,9 @@ std::span<double> TableBuilder::CellsFrom(std::size_t column, std::size_t firstC
 }
 
 void TableBuilder::CompleteCases(std::size_t firstCase, std::size_t cases) {
+  CheckCancelled(watch_);
+  const auto all = completed_ += static_cast<std::int64_t>(cases);
+  if (watch_ != nullptr) watch_->Show(all, expected_);
   Block& block = blocks_[firstCase / capacity_];
   const std::size_t complete = block.complete.fetch_add(cases) + cases;
   if (complete == block.cases) block.cells.PutAside();

@@ -19,14 +19,17 @@
 #include <vector>
 
 #include "datafile/data_table.h"
+#include "datafile/read_watch.h"
 #include "datafile/text_set.h"
 
 namespace qrvml {
 
 class TableBuilder {
  public:
-  /// `memory`: see CellStore; `threads`: for Finish, 0: all cores.
-  explicit TableBuilder(std::size_t memory, int threads = 1) : store_(memory), threads_(threads) {}
+  /// `memory`: see CellStore; `threads`: for Finish, 0: all cores. Adding and completing cases
+  /// throws ReadFailure when `watch`, which may be null, says that the reading shall end.
+  explicit TableBuilder(std::size_t memory, int threads = 1, ReadWatch* watch = nullptr)
+      : store_(memory), threads_(threads), watch_(watch) {}
   /// Before the first case. Columns are counted from 0; the name is completed by VariableName.
   std::size_t AddColumn(std::string_view name);
   std::size_t NumberOfColumns() const { return columns_.size(); }
@@ -38,6 +41,8 @@ class TableBuilder {
   void FixMissingCode(std::size_t column, double code) { columns_[column].missingCode = code; }
   void AddNote(std::string note) { notes_.push_back(std::move(note)); }
 
+  /// How many cases will come, for the watch; -1: it is not known.
+  void Expect(std::int64_t cases) { expected_ = cases; }
   /// Adds `wanted` cases, or fewer (at least one), whose cells are missing; gives how many. Throws
   /// ReadFailure when a table cannot hold them.
   std::size_t AddCases(std::size_t wanted);
@@ -114,6 +119,9 @@ class TableBuilder {
   std::vector<std::string> notes_;
   CellStore store_;
   const int threads_;
+  ReadWatch* const watch_;
+  std::int64_t expected_ = -1;               // cases
+  std::atomic<std::int64_t> completed_ = 0;  // of AddAllCases
   std::deque<Block> blocks_;
   std::size_t capacity_ = 0;  // cases a block can hold
   std::size_t cases_ = 0;

@@ -12,6 +12,7 @@
 
 #include "datafile/on_threads.h"
 #include "datafile/read_failure.h"
+#include "datafile/read_watch.h"
 #include "datafile/text_block.h"
 #include "datafile/text_dialect.h"
 
@@ -75,6 +76,7 @@ class TextFile {
     ReadHeader();
     kinds_.emplace(names_.size());
     ReadBlocks();
+    CheckCancelled(options_.watch);
     ReportErrors();
     ReadAgainAsText();
     FindEncoding();
@@ -198,6 +200,10 @@ void TextFile::ReadHeader() {
 // The next block of whole records, in `buffer`; null: there is none.
 ParsedBlock* TextFile::TakeBlock(std::vector<char>& buffer) {
   const std::lock_guard lock(mutex_);
+  if (ReadWatch* watch = options_.watch; watch != nullptr) {
+    watch->Show(next_, source_.Size());
+    if (watch->cancelled) failed_ = true;
+  }
   if (failed_) return nullptr;
   for (std::size_t bytes = kBlockBytes;; bytes *= 4) {
     source_.Read(next_, bytes, buffer);

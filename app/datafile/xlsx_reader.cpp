@@ -60,7 +60,8 @@ struct NamedSheet {
 
 class Workbook {
  public:
-  Workbook(const std::string& path, std::size_t memory) : package_(path), builder_(memory) {
+  Workbook(const std::string& path, const ReadOptions& options)
+      : package_(path), builder_(options.memory, 1, options.watch) {
     FindSheets();
   }
   void Read(DataTable& table);
@@ -234,7 +235,7 @@ void Workbook::Read(DataTable& table) {
 
 bool ReadXlsxFile(const std::string& path, const ReadOptions& options, DataTable& table,
                   FileError& error) {
-  return ReadOrExplain(path, error, [&] { Workbook(path, options.memory).Read(table); });
+  return ReadOrExplain(path, error, [&] { Workbook(path, options).Read(table); });
 }
 
 }  // namespace qrvml

@@ -123,7 +123,10 @@ AutomationResult AnalysisSession::OK() {
 }
 
 AutomationResult AnalysisSession::Cancel() {
-  return Call([](QrvAnalysisDialog& open) { return open.OACancel(); });
+  const std::shared_ptr<QrvAnalysisDialog> before = dialog();
+  AutomationResult result = Call([](QrvAnalysisDialog& open) { return open.OACancel(); });
+  if (afterCancel && result.Succeeded() && dialog() != before) afterCancel();
+  return result;
 }
 
 bool AnalysisSession::ReplaceFile(const HostServices& services, std::string& error) {

@@ -59,6 +59,8 @@ class AnalysisSession {
   std::function<void(QrvAnalysisDialog&)> beforeOK;
   /// OK has led to another dialog, or to the end.
   std::function<void()> afterOK;
+  /// Cancel has led to another dialog, or to the end.
+  std::function<void()> afterCancel;
   /// An answer member was put.
   std::function<void(std::string_view name, std::string_view text)> onAnswer;
 

@@ -47,7 +47,8 @@ void AutomationHost::InsertAnswer(std::size_t position, std::string_view member,
 
 bool AutomationHost::IsSetSinceRun(std::string_view control) const {
   for (const RecordedChange& change : changes_ | std::views::reverse) {
-    if (change.what == RecordedChange::What::run) return false;
+    if (change.what == RecordedChange::What::run || change.what == RecordedChange::What::back)
+      return false;
     if (change.what == RecordedChange::What::set && change.control == control) return true;
   }
   return false;

@@ -19,6 +19,7 @@ struct RecordedChange {
     act,     // a button was pressed or an action taken
     answer,  // the answer to the next modal service was set
     run,     // OK led on
+    back,    // Cancel led back
   } what = What::set;
   std::string control = {};               // or the answer's member
   ControlKind kind = ControlKind::check;  // set, act
@@ -33,6 +34,8 @@ class AutomationHost : public AutomationServices {
   AutomationHost(AnswerBook& answers, bool interactive)
       : answers_(answers), interactive_(interactive) {}
 
+  /// From now on OK runs as a person presses it, or silently.
+  void SetInteractive(bool interactive) { interactive_ = interactive; }
   bool IsOleAutomation() override { return !interactive_; }
   void RecordControlValue(const CAnalysisDialog& dialog, const Control& control,
                           std::string_view value, int constant) override;
@@ -45,6 +48,9 @@ class AutomationHost : public AutomationServices {
   void InsertAnswer(std::size_t position, std::string_view member, std::string_view text);
   void RecordSeeds(QrvAnalysisDialog& dialog);
   void RecordRun() { changes_.push_back({.what = RecordedChange::What::run}); }
+  void RecordBack() { changes_.push_back({.what = RecordedChange::What::back}); }
+  /// The analysis starts over: what was done before does not lead to where it stands.
+  void ForgetChanges() { changes_.clear(); }
 
   /// In the order in which they happened.
   const std::vector<RecordedChange>& changes() const { return changes_; }

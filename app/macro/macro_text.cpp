@@ -51,6 +51,7 @@ std::string ChangeLine(const RecordedChange& change) {
     case What::answer:
       return "." + change.control + " = " + TextLiteral(change.value);
     case What::run:
+    case What::back:
       break;
   }
   return {};
@@ -86,9 +87,10 @@ std::string MacroText(const OpenOptions& file, std::span<const RecordedChange> c
       "\tSet Analysis = Application.Analysis(scMachineLearning)\n";
   bool inDialog = false;
   for (const RecordedChange& change : changes) {
-    if (inDialog && change.what == What::run) text += "\tEnd With\n";
-    if (change.what == What::run) {
-      text += "\tAnalysis.Run\n";
+    const bool leaves = change.what == What::run || change.what == What::back;
+    if (inDialog && leaves) text += "\tEnd With\n";
+    if (leaves) {
+      text += change.what == What::run ? "\tAnalysis.Run\n" : "\tAnalysis.Dialog.Cancel\n";
       inDialog = false;
       continue;
     }

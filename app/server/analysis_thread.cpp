@@ -5,8 +5,8 @@
 
 #include "datafile/whole_file.h"
 #include "host/numerics.h"
-#include "macro/macro_text.h"
 #include "server/dialog_json.h"
+#include "server/macro_replay.h"
 
 namespace qrvml {
 namespace {
@@ -52,7 +52,7 @@ AutomationResult Make(Target& target, const Json& call, OK ok, Cancel cancel) {
 }  // namespace
 
 AnalysisThread::AnalysisThread(const AnalysisSurroundings& surroundings, int id,
-                               const FileShelf::Ref& file, const OfferedKind* kind)
+                               const FileShelf::Ref& file, AnalysisStart start)
     : surroundings_(surroundings),
       id_(id),
       fileId_(file->id),
@@ -67,7 +67,7 @@ AnalysisThread::AnalysisThread(const AnalysisSurroundings& surroundings, int id,
   Take(file);
   ConnectServices();
   publisher_.TellWhole({{"file", file->id},
-                        {"kind", kind == nullptr ? "" : kind->kind},
+                        {"kind", start.kind == nullptr ? "" : start.kind->kind},
                         {"step", 0},
                         {"state", "open"},
                         {"reason", ""},
@@ -78,9 +78,9 @@ AnalysisThread::AnalysisThread(const AnalysisSurroundings& surroundings, int id,
                         {"progress", nullptr},
                         {"documents", Json::array()},
                         {"messages", Json::array()},
-                        {"macro", {{"lines", 0}}},
+                        {"macro", {{"lines", 0}, {"recording", true}}},
                         {"canUndo", false}});
-  thread_ = std::thread([this, kind] { Run(kind); });
+  thread_ = std::thread([this, begin = std::move(start)] { Run(begin); });
 }
 
 AnalysisThread::~AnalysisThread() {
@@ -116,21 +116,27 @@ LetterReply AnalysisThread::PostAnswer(const Json& body) {
   return waiting->get();
 }
 
-std::string AnalysisThread::MacroText() const {
-  const std::lock_guard lock(macroMutex_);
-  return macro_;
+void AnalysisThread::Record(bool on) {
+  recorder_.Switch(on);
+  TellMacro();
 }
 
 // --- The analysis's thread -----------------------------------------------------------------------
 
-void AnalysisThread::Run(const OfferedKind* kind) {
+void AnalysisThread::Run(const AnalysisStart& start) {
   std::string error;
   bool told = false;
+  replays_ = !start.macro.empty();
   try {
-    const bool open = OpenSession(kind, error);
-    if (open) TellNewDialog();
+    const bool open =
+        OpenSession(error) && (start.kind == nullptr || ChooseKind(*start.kind, error));
+    if (open) {
+      TakeMacro();
+      TellNewDialog();
+    }
     told = true;
     opened_.set_value(open ? "" : error);
+    if (open && replays_) Replay(start.macro);
     while (open) {
       const auto letter = mailbox_.Wait(dialogNumber_, 0);
       if (!letter) break;
@@ -150,20 +156,42 @@ void AnalysisThread::Run(const OfferedKind* kind) {
                           {"progress", nullptr}});
 }
 
-bool AnalysisThread::OpenSession(const OfferedKind* kind, std::string& error) {
+bool AnalysisThread::OpenSession(std::string& error) {
   session_ = std::make_unique<AnalysisSession>(Services(), host_.sequence, host_.random);
   session_->beforeActing = [this] { return LookAtFile(); };
   session_->beforeOK = [this](QrvAnalysisDialog& dialog) { host_.automation.RecordSeeds(dialog); };
   session_->afterOK = [this] { host_.automation.RecordRun(); };
-  if (!session_->Open(surroundings_.factory, error)) return false;
-  if (kind == nullptr) return true;
+  session_->afterCancel = [this] { host_.automation.RecordBack(); };
+  session_->onAnswer = [this](std::string_view name, std::string_view text) {
+    host_.automation.RecordAnswer(name, text);
+  };
+  return session_->Open(surroundings_.factory, error);
+}
+
+bool AnalysisThread::ChooseKind(const OfferedKind& kind, std::string& error) {
   const AutomationResult chosen =
-      session_->Put("TypeOfAnalysis", AutomationValue::Number(kind->position));
+      session_->Put("TypeOfAnalysis", AutomationValue::Number(kind.position));
   if (chosen.Succeeded() && session_->OK().Succeeded() &&
-      session_->step() == kind->specificationStep)
+      session_->step() == kind.specificationStep)
     return true;
-  error = "the analysis cannot be opened: " + kind->title;
+  error = "the analysis cannot be opened: " + kind.title;
   return false;
+}
+
+void AnalysisThread::Replay(const std::string& macro) {
+  cancel_ = mailbox_.IsClosed();
+  MacroReplay replay(*session_, host_, cancel_);
+  replay.afterCall = [this] {
+    Json changed;
+    TakeMacro();
+    TellDialog(&changed);
+  };
+  std::string error;
+  if (!replay.Run(macro, error) && !error.empty())
+    host_.messages.DspMessageBox(BoxType::information, 0, error);
+  replays_ = false;
+  TakeMacro();
+  TellNewDialog();
 }
 
 void AnalysisThread::ConnectServices() {
@@ -211,6 +239,7 @@ void AnalysisThread::ConnectServices() {
 // --- Calls ---------------------------------------------------------------------------------------
 
 AutomationResult AnalysisThread::MakeCall(const Json& call, std::string& control) {
+  if (call.at("do") == "undo") return choices_.Undo(*session_);
   control = call.value("name", std::string());
   host_.messages.step = control.empty() ? "OK" : control;
   return Make(
@@ -260,14 +289,20 @@ LetterReply AnalysisThread::RunCalls(const Letter& letter) {
         tellsBusy = true;
         publisher_.Tell("busy", {{"busy", true}, {"call", letter.call}});
       }
+      // OK asks for variables when none were chosen.
+      const bool mayChoose = kind == "ok" || call.value("name", std::string()) == "Variables";
+      const auto before = mayChoose ? session_->dialog() : nullptr;
+      const Json states = before == nullptr ? Json() : ControlStates(*before);
       result = MakeCall(call, control);
+      if (before != nullptr && session_->dialog() == before)
+        choices_.Keep(states, ControlStates(*before));
     } catch (const Json::exception&) {
       result = Failure("the call is not understood");
     }
     if (nextFile_ != nullptr) {
       std::string error;
       Take(std::exchange(nextFile_, nullptr));
-      if (!session_->ReplaceFile(Services(), error)) result = Failure(error);
+      if (!StartOver(error)) result = Failure(error);
     }
     RecordAnswers(result.Succeeded() ? position : host_.automation.changes().size(), call);
     outcome["error"] = ReasonOf(result, messages);
@@ -278,8 +313,9 @@ LetterReply AnalysisThread::RunCalls(const Letter& letter) {
     break;
   }
   Json changed = Json::array();
+  TakeMacro();
   TellDialog(&changed);
-  TellMacro();
+  TellUndo();
   outcome["controls"] = std::move(changed);
   if (tellsBusy) publisher_.Tell("busy", {{"busy", false}, {"call", letter.call}});
   publisher_.state().Publish("done", outcome);
@@ -335,35 +371,38 @@ void AnalysisThread::TellDialog(Json* changed) {
 
 void AnalysisThread::TellNewDialog() {
   shown_ = session_->dialog();
+  choices_.Clear();
+  couldUndo_ = false;
   dialogNumber_ = shown_ == nullptr ? 0 : AnalysisPublisher::NewNumber();
   const int step = shown_ == nullptr ? 0 : session_->step();
-  Json whole = {{"step", step},
-                {"state", shown_ == nullptr ? "ended" : "open"},
-                {"busy", false},
-                {"dialog", nullptr},
-                {"file", fileId_.load()}};
+  Json whole = {{"step", step},     {"state", shown_ == nullptr ? "ended" : "open"},
+                {"busy", replays_}, {"dialog", nullptr},
+                {"canUndo", false}, {"file", fileId_.load()}};
   if (shown_ != nullptr) {
     states_ = ControlStates(*shown_);
     whole["dialog"] =
         DialogJson(*shown_, dialogNumber_, host_.sequence.templateId(), step, LevelOf(step));
   }
   for (const OfferedKind& kind : surroundings_.kinds) {
-    if (kind.specificationStep == step) whole["kind"] = kind.kind;
+    if (kind.specificationStep != step) continue;
+    kind_ = &kind;
+    whole["kind"] = kind.kind;
   }
   publisher_.TellWhole(whole);
 }
 
+void AnalysisThread::TellUndo() {
+  if (couldUndo_ == choices_.CanUndo()) return;
+  couldUndo_ = !couldUndo_;
+  publisher_.Tell("undo", {{"canUndo", couldUndo_}});
+}
+
+void AnalysisThread::TakeMacro() {
+  if (recorder_.Take(file_->options, host_.automation.changes())) TellMacro();
+}
+
 void AnalysisThread::TellMacro() {
-  const auto& changes = host_.automation.changes();
-  if (changes.size() == changes_) return;
-  changes_ = changes.size();
-  std::string text = qrvml::MacroText(file_->options, changes);
-  const auto lines = std::ranges::count(text, '\n');
-  {
-    const std::lock_guard lock(macroMutex_);
-    macro_ = std::move(text);
-  }
-  publisher_.Tell("macro", {{"lines", lines}});
+  publisher_.Tell("macro", {{"lines", recorder_.Lines()}, {"recording", recorder_.IsOn()}});
 }
 
 /// A script that replays an action needs the answers that a person gave; a choice that is recorded
@@ -408,27 +447,35 @@ AutomationResult AnalysisThread::LookAtFile() {
   if (!surroundings_.shelf->Refresh(file_->id, error)) return Failure(error);
   const FileShelf::Ref now = surroundings_.shelf->Find(file_->id);
   if (now == nullptr || now->revision == file_->revision) return {};
-  if (now->readings != file_->readings) {
-    Take(now);
-    const std::string changed = now->name + " has changed since it was opened";
-    if (!session_->ReplaceFile(Services(), error)) return Failure(changed + ". " + error);
-    return Failure(changed + ": it was read again, and the analysis starts over");
-  }
+  const bool wasRead = now->readings != file_->readings;
   const bool hasResults = session_->step() >= kFirstResultsStep;
   if (hasResults) {
+    const std::string what =
+        wasRead ? "The data file has changed and was read again."
+                : "The selection conditions, the weights or the case names of the data have "
+                  "changed.";
     const LoggedMessage question{
-        0,
-        "The selection conditions, the weights or the case names of the data have changed. Back to "
-        "the settings, so that the model is trained on the new data?",
-        "data"};
+        0, what + " Back to the settings, so that the model is trained on the new data?", "data"};
     if (AskMessage(BoxType::okCancel, question) != BoxButton::ok)
       return Failure("The results belong to the data as they were before");
   }
   Take(now);
+  if (wasRead) {
+    const std::string changed = now->name + " has changed since it was opened";
+    if (!StartOver(error)) return Failure(changed + ". " + error);
+    return Failure(changed + ": it was read again, and the analysis starts over");
+  }
   Services();
   if (hasResults) session_->Cancel();
   AskForNewRead();
   return hasResults ? Failure("The data have changed: train the model again") : AutomationResult{};
+}
+
+/// With another file, at the settings of the method that was chosen.
+bool AnalysisThread::StartOver(std::string& error) {
+  const OfferedKind* kind = kind_;
+  host_.automation.ForgetChanges();
+  return session_->ReplaceFile(Services(), error) && (kind == nullptr || ChooseKind(*kind, error));
 }
 
 /// The dialogs ask for a new read when their button has changed the conditions.

@@ -15,9 +15,11 @@
 #include "host/watched_data_file.h"
 #include "server/asking_dialogs.h"
 #include "server/file_shelf.h"
+#include "server/macro_recorder.h"
 #include "server/named_folders.h"
 #include "server/page_documents.h"
 #include "server/page_progress.h"
+#include "server/variable_choices.h"
 
 namespace qrvml {
 
@@ -26,6 +28,12 @@ struct OfferedKind {
   std::string kind, title;
   int position = 0;           // in the startup dialog's list
   int specificationStep = 0;  // of the sequence
+};
+
+/// How an analysis begins.
+struct AnalysisStart {
+  const OfferedKind* kind = nullptr;  // it goes on to that kind's specification
+  std::string macro = {};             // it does what the macro does
 };
 
 /// What all analyses of a workbench share; it outlives them.
@@ -40,9 +48,8 @@ struct AnalysisSurroundings {
 
 class AnalysisThread {
  public:
-  /// Opens an analysis of a file; with a kind it goes on to that kind's specification.
   AnalysisThread(const AnalysisSurroundings& surroundings, int id, const FileShelf::Ref& file,
-                 const OfferedKind* kind);
+                 AnalysisStart start);
   AnalysisThread(const AnalysisThread&) = delete;
   AnalysisThread& operator=(const AnalysisThread&) = delete;
   /// Cancels what runs and what is asked, and waits for the thread's end.
@@ -59,13 +66,16 @@ class AnalysisThread {
   int FileId() const { return fileId_; }
   const PageDocuments& documents() const { return documents_; }
   /// The macro of what was done so far.
-  std::string MacroText() const;
+  const MacroRecorder& recorder() const { return recorder_; }
+  void Record(bool on);
 
  private:
   struct CallOutcome;
 
-  void Run(const OfferedKind* kind);
-  bool OpenSession(const OfferedKind* kind, std::string& error);
+  void Run(const AnalysisStart& start);
+  bool OpenSession(std::string& error);
+  bool ChooseKind(const OfferedKind& kind, std::string& error);
+  void Replay(const std::string& macro);
   void ConnectServices();
 
   LetterReply RunCalls(const Letter& letter);
@@ -77,6 +87,8 @@ class AnalysisThread {
 
   void TellDialog(Json* changed);
   void TellNewDialog();
+  void TellUndo();
+  void TakeMacro();
   void TellMacro();
   void RecordAnswers(std::size_t position, const Json& call);
 
@@ -84,6 +96,7 @@ class AnalysisThread {
   HostServices Services();
   void Take(const FileShelf::Ref& file);
   AutomationResult LookAtFile();
+  bool StartOver(std::string& error);
   void AskForNewRead();
   bool AskForFile();
   bool AskForSelection();
@@ -118,10 +131,12 @@ class AnalysisThread {
   bool takesNewData_ = false;
   std::string fieldOfPass_;  // the field read last before a pass began
   std::vector<std::pair<AnswerMember, std::string>> given_;  // answers of a person in this call
+  VariableChoices choices_;
+  bool couldUndo_ = false;             // as pages know it
+  bool replays_ = false;               // a macro
+  const OfferedKind* kind_ = nullptr;  // whose settings were open last
 
-  mutable std::mutex macroMutex_;
-  std::string macro_;
-  std::size_t changes_ = 0;
+  MacroRecorder recorder_;
 
   std::thread thread_;  // last: everything is there when it starts
 };

@@ -1,10 +1,15 @@
 #include "server/file_shelf.h"
 
+#include <chrono>
+#include <condition_variable>
 #include <new>
+#include <thread>
 #include <utility>
 
 namespace qrvml {
 namespace {
+
+constexpr auto kInterval = std::chrono::milliseconds(100);  // between two looks of pages
 
 /// Changes a file's data; `error` says what was refused.
 bool Apply(const FileSettings& settings, HostDataFile& data, std::string& error) {
@@ -45,10 +50,68 @@ std::string OptionOf(int variable) { return variable == 0 ? "" : std::to_string(
 
 }  // namespace
 
+/// A reading on the list of those that pages see, from its first tenth of a second on.
+class FileShelf::ShownReading {
+ public:
+  ShownReading(FileShelf& shelf, std::string name) : shelf_(shelf), name_(std::move(name)) {
+    const std::lock_guard lock(shelf_.mutex_);
+    id_ = ++shelf_.lastReading_;
+    shelf_.readings_[id_] = &watch_;
+    teller_ = std::thread([this] { Tell(); });
+  }
+  ShownReading(const ShownReading&) = delete;
+  ShownReading& operator=(const ShownReading&) = delete;
+  ~ShownReading() {
+    {
+      const std::lock_guard lock(shelf_.mutex_);
+      shelf_.readings_.erase(id_);
+    }
+    {
+      const std::lock_guard lock(mutex_);
+      ended_ = true;
+      changed_.notify_all();
+    }
+    teller_.join();
+  }
+  ReadWatch& watch() { return watch_; }
+
+ private:
+  void Tell() {
+    std::unique_lock lock(mutex_);
+    Json told;
+    while (!changed_.wait_for(lock, kInterval, [this] { return ended_; })) {
+      const int percent = watch_.percent;
+      Json now = {{"reading", id_},
+                  {"name", name_},
+                  {"percent", percent < 0 ? Json(nullptr) : Json(percent)}};
+      if (now == told) continue;
+      shelf_.state_.Publish("reading", now);
+      told = std::move(now);
+    }
+    if (!told.is_null()) shelf_.state_.Publish("readingEnded", {{"reading", id_}});
+  }
+
+  FileShelf& shelf_;
+  const std::string name_;
+  int id_ = 0;
+  ReadWatch watch_;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool ended_ = false;
+  std::thread teller_;
+};
+
 FileShelf::Ref FileShelf::Open(ShelfFile file, std::string& error) {
   {
-    const std::lock_guard reading(reading_);
-    if (!Read(file, error)) return nullptr;
+    ShownReading shown(*this, file.name);
+    std::unique_lock reading(reading_, std::defer_lock);
+    while (!shown.watch().cancelled && !reading.try_lock_for(kInterval)) {
+    }
+    file.options.watch = &shown.watch();
+    const bool read = reading.owns_lock() && Read(file, error);
+    file.options.watch = nullptr;
+    if (shown.watch().cancelled) error = kCancelled;
+    if (!read || shown.watch().cancelled) return nullptr;
   }
   {
     const std::lock_guard lock(mutex_);
@@ -57,6 +120,14 @@ FileShelf::Ref FileShelf::Open(ShelfFile file, std::string& error) {
   const int id = file.id;
   Put(std::move(file));
   return Find(id);
+}
+
+bool FileShelf::CancelReading(int reading) {
+  const std::lock_guard lock(mutex_);
+  const auto found = readings_.find(reading);
+  if (found == readings_.end()) return false;
+  found->second->cancelled = true;
+  return true;
 }
 
 FileShelf::Ref FileShelf::Find(int id) const {
@@ -73,7 +144,7 @@ void FileShelf::Put(ShelfFile&& file) {
 }
 
 bool FileShelf::Change(int id, const FileSettings& settings, std::string& error) {
-  const std::lock_guard reading(reading_);
+  const std::lock_guard changing(changing_);
   const Ref file = Find(id);
   if (file == nullptr) {
     error = "the file is closed";
@@ -121,6 +192,7 @@ bool FileShelf::Refresh(int id, std::string& error) {
   const auto now = FileState::Of(file->options.path);
   if (!now || now == file->state) return true;
   const std::lock_guard reading(reading_);
+  const std::lock_guard changing(changing_);
   ShelfFile changed = *Find(id);
   if (changed.state == now) return true;  // another thread was here first
   if (!Read(changed, error)) {

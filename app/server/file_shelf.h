@@ -9,6 +9,7 @@
 
 #include "datafile/host_data_file.h"
 #include "datafile/open_options.h"
+#include "datafile/read_watch.h"
 #include "host/opened_file.h"
 #include "server/published_state.h"
 
@@ -46,8 +47,11 @@ class FileShelf {
   using Ref = std::shared_ptr<const ShelfFile>;
   explicit FileShelf(PublishedState& state) : state_(state) {}
 
-  /// Reads a file. Null: `error` says why it cannot be.
+  /// Reads a file; meanwhile pages see how far it has come. Null: `error` says why it cannot be.
   Ref Open(ShelfFile file, std::string& error);
+  /// Ends a reading, which then fails with kCancelled. False: there is none of that number.
+  bool CancelReading(int reading);
+  static constexpr std::string_view kCancelled = "cancelled";
   /// Null: there is none of that number.
   Ref Find(int id) const;
   bool Change(int id, const FileSettings& settings, std::string& error);
@@ -59,13 +63,16 @@ class FileShelf {
   void Close(int id);
 
  private:
+  class ShownReading;
   void Put(ShelfFile&& file);
 
   PublishedState& state_;
   mutable std::mutex mutex_;
   std::map<int, Ref> files_;
-  int last_ = 0;
-  std::mutex reading_;  // one file is read at a time: reading uses all cores
+  int last_ = 0, lastReading_ = 0;
+  std::map<int, ReadWatch*> readings_;
+  std::timed_mutex reading_;  // one file is read at a time: reading uses all cores
+  std::mutex changing_;       // of files that are here; after reading_ where both are needed
 };
 
 /// Without its data; see docs/workbench-protocol.md.

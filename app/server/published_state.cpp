@@ -60,6 +60,8 @@ Json* PublishedState::FindAnalysis(const Json& data) {
 void PublishedState::Apply(std::string_view type, const Json& data) {
   if (type == "file") return Replace(files_, "file", data);
   if (type == "fileClosed") return Remove(files_, "file", data);
+  if (type == "reading") return Replace(readings_, "reading", data);
+  if (type == "readingEnded") return Remove(readings_, "reading", data);
   if (type == "analysis") return Replace(analyses_, "analysis", data);
   if (type == "analysisClosed") return Remove(analyses_, "analysis", data);
   Json* analysis = FindAnalysis(data);
@@ -79,8 +81,8 @@ void PublishedState::Apply(std::string_view type, const Json& data) {
     messages.push_back(data["message"]);
     if (messages.size() > kKeptMessages) messages.erase(messages.begin());
   } else if (type == "macro") {
-    (*analysis)["macro"]["lines"] = data["lines"];
-  } else if (type == "busy" || type == "requests" || type == "progress") {
+    (*analysis)["macro"] = {{"lines", data["lines"]}, {"recording", data["recording"]}};
+  } else if (type == "undo" || type == "busy" || type == "requests" || type == "progress") {
     analysis->update(data);
   }
 }
@@ -90,6 +92,7 @@ std::string PublishedState::Snapshot() const {
   Json snapshot = {{"event", last_}};
   snapshot.update(fixed_);
   snapshot["files"] = files_;
+  snapshot["readings"] = readings_;
   snapshot["analyses"] = analyses_;
   return JsonText(snapshot);
 }

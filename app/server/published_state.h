@@ -49,7 +49,7 @@ class PublishedState {
 
   mutable std::mutex mutex_;
   mutable std::condition_variable changed_;
-  Json fixed_, files_ = Json::array(), analyses_ = Json::array();
+  Json fixed_, files_ = Json::array(), readings_ = Json::array(), analyses_ = Json::array();
   std::deque<std::string> events_;
   std::uint64_t last_ = 0;
   std::size_t kept_;

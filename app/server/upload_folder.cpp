@@ -1,6 +1,7 @@
 #include "server/upload_folder.h"
 
 #include <signal.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -31,6 +32,8 @@ void RemoveLeftovers() {
 
 }  // namespace
 
+UploadFolder::UploadFolder() { RemoveLeftovers(); }
+
 UploadFolder::~UploadFolder() {
   std::error_code ignored;
   if (!folder_.empty()) fs::remove_all(folder_, ignored);
@@ -51,16 +54,15 @@ bool UploadFolder::Upload::Append(const char* data, std::size_t bytes) {
 
 bool UploadFolder::MakeFolder(std::string& error) {
   if (!folder_.empty()) return true;
-  RemoveLeftovers();
   std::error_code code;
   const fs::path folder =
       fs::temp_directory_path(code) / (std::string(kPrefix) + std::to_string(getpid()));
-  // Nobody else may look into it, nor have made it.
-  if (code || !fs::create_directory(folder, code)) {
-    error = "no folder for uploads can be made: " + code.message();
+  // Nobody else may look into it at any time, nor have made it.
+  if (code || mkdir(folder.c_str(), S_IRWXU) != 0) {
+    error = "no folder for uploads can be made: " +
+            (code ? code : std::error_code(errno, std::generic_category())).message();
     return false;
   }
-  fs::permissions(folder, fs::perms::owner_all, code);
   folder_ = folder;
   return true;
 }

@@ -15,10 +15,11 @@ namespace qrvml {
 
 inline constexpr std::uint64_t kLargestUpload = std::uint64_t{2} << 30;
 
-/// Used by several threads. What a program that was ended by force left behind goes with the next.
+/// Used by several threads.
 class UploadFolder {
  public:
-  UploadFolder() = default;
+  /// Removes what programs that were ended by force left behind.
+  UploadFolder();
   UploadFolder(const UploadFolder&) = delete;
   UploadFolder& operator=(const UploadFolder&) = delete;
   ~UploadFolder();

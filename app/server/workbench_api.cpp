@@ -42,8 +42,16 @@ int NumberOf(const ApiRequest& request, const std::string& parameter, int otherw
   return NumberOf(request.parameter(parameter), otherwise);
 }
 
+/// Copies of a value go as deep into the stack as it is nested.
+constexpr int kDeepestJson = 32;
+
 Json BodyOf(const ApiRequest& request) {
-  Json body = request.body.empty() ? Json::object() : Json::parse(request.body);
+  const auto isFlat = [](int depth, Json::parse_event_t, const Json&) {
+    if (depth > kDeepestJson)
+      throw Json::other_error::create(501, "it is nested too deep", nullptr);
+    return true;
+  };
+  Json body = request.body.empty() ? Json::object() : Json::parse(request.body, isFlat);
   if (!body.is_object()) throw Json::other_error::create(501, "an object is needed", &body);
   return body;
 }
@@ -92,6 +100,7 @@ const std::vector<WorkbenchApi::Route>& WorkbenchApi::Routes() {
       {"GET", {"state"}, &Api::State},
       {"GET", {"list"}, &Api::List},
       {"POST", {"files"}, &Api::OpenFile},
+      {"POST", {"readings", "#", "cancel"}, &Api::CancelReading},
       {"DELETE", {"files", "#"}, &Api::CloseFile},
       {"POST", {"files", "#", "settings"}, &Api::ChangeFile},
       {"POST", {"files", "#", "check"}, &Api::CheckFile},
@@ -106,6 +115,9 @@ const std::vector<WorkbenchApi::Route>& WorkbenchApi::Routes() {
       {"GET", {"analyses", "#", "documents", "#"}, &Api::OneDocument},
       {"GET", {"analyses", "#", "documents", "#", "export"}, &Api::Export},
       {"GET", {"analyses", "#", "macro"}, &Api::Macro},
+      {"POST", {"analyses", "#", "record"}, &Api::Record},
+      {"POST", {"analyses", "#", "undo"}, &Api::Undo},
+      {"POST", {"analyses", "#", "rerun"}, &Api::Rerun},
   };
   return routes;
 }
@@ -200,7 +212,14 @@ ApiReply WorkbenchApi::OpenFile(const ApiRequest& request) {
   file.name = path.filename().string();
   file.options.path = path.string();
   const FileShelf::Ref opened = shelf_.Open(std::move(file), error);
-  return opened == nullptr ? ApiReply::Refusal(422, error) : ApiReply::Of(FileJson(*opened));
+  if (opened != nullptr) return ApiReply::Of(FileJson(*opened));
+  return ApiReply::Refusal(error == FileShelf::kCancelled ? 409 : 422, error);
+}
+
+ApiReply WorkbenchApi::CancelReading(const ApiRequest& request) {
+  return shelf_.CancelReading(NumberOf(request.path[1], 0))
+             ? ApiReply::Of(Json::object())
+             : ApiReply::Refusal(404, "nothing is read under this number");
 }
 
 ApiReply WorkbenchApi::CloseFile(const ApiRequest& request) {
@@ -276,6 +295,10 @@ ApiReply WorkbenchApi::OpenAnalysis(const ApiRequest& request) {
       return ApiReply::Refusal(422, "there is no analysis \"" + wanted + '"');
     kind = &*found;
   }
+  return Begin(file, {kind});
+}
+
+ApiReply WorkbenchApi::Begin(const FileShelf::Ref& file, AnalysisStart start) {
   AnalysisRef analysis;
   int id = 0;
   {
@@ -284,7 +307,7 @@ ApiReply WorkbenchApi::OpenAnalysis(const ApiRequest& request) {
       return ApiReply::Refusal(
           409, std::to_string(kMostAnalyses) + " analyses are open; close one first");
     id = ++lastAnalysis_;
-    analysis = std::make_shared<AnalysisThread>(surroundings_, id, file, kind);
+    analysis = std::make_shared<AnalysisThread>(surroundings_, id, file, std::move(start));
     analyses_[id] = analysis;
   }
   std::string error;
@@ -351,7 +374,33 @@ ApiReply WorkbenchApi::Export(const ApiRequest& request) {
 ApiReply WorkbenchApi::Macro(const ApiRequest& request) {
   const AnalysisRef analysis = AnalysisOf(request);
   if (analysis == nullptr) return ApiReply::Refusal(404, "there is no such analysis");
-  return {200, analysis->MacroText(), "text/plain; charset=utf-8"};
+  return {200, analysis->recorder().Text(), "text/plain; charset=utf-8"};
+}
+
+ApiReply WorkbenchApi::Record(const ApiRequest& request) {
+  const AnalysisRef analysis = AnalysisOf(request);
+  if (analysis == nullptr) return ApiReply::Refusal(404, "there is no such analysis");
+  analysis->Record(BodyOf(request).at("recording").get<bool>());
+  const MacroRecorder& recorder = analysis->recorder();
+  return ApiReply::Of({{"lines", recorder.Lines()}, {"recording", recorder.IsOn()}});
+}
+
+ApiReply WorkbenchApi::Undo(const ApiRequest& request) {
+  const AnalysisRef analysis = AnalysisOf(request);
+  if (analysis == nullptr) return ApiReply::Refusal(404, "there is no such analysis");
+  const Json now = state_.Analysis(NumberOf(request.path[1], 0));
+  if (!now.is_object() || !now["dialog"].is_object() || now["canUndo"] != true)
+    return ApiReply::Refusal(409, "no choice of variables can be taken back");
+  return ReplyOf(analysis->PostCalls(
+      {{"dialog", now["dialog"]["dialog"]}, {"calls", Json::array({{{"do", "undo"}}})}}));
+}
+
+ApiReply WorkbenchApi::Rerun(const ApiRequest& request) {
+  const AnalysisRef analysis = AnalysisOf(request);
+  if (analysis == nullptr) return ApiReply::Refusal(404, "there is no such analysis");
+  const FileShelf::Ref file = shelf_.Find(BodyOf(request).at("file").get<int>());
+  if (file == nullptr) return ApiReply::Refusal(404, "there is no such file");
+  return Begin(file, {nullptr, analysis->recorder().TextForAnotherFile()});
 }
 
 }  // namespace qrvml

@@ -71,6 +71,7 @@ class WorkbenchApi {
   ApiReply List(const ApiRequest& request);
 
   ApiReply OpenFile(const ApiRequest& request);
+  ApiReply CancelReading(const ApiRequest& request);
   ApiReply CloseFile(const ApiRequest& request);
   ApiReply ChangeFile(const ApiRequest& request);
   ApiReply CheckFile(const ApiRequest& request);
@@ -86,6 +87,11 @@ class WorkbenchApi {
   ApiReply OneDocument(const ApiRequest& request);
   ApiReply Export(const ApiRequest& request);
   ApiReply Macro(const ApiRequest& request);
+  ApiReply Record(const ApiRequest& request);
+  ApiReply Undo(const ApiRequest& request);
+  ApiReply Rerun(const ApiRequest& request);
+  /// Opens an analysis and answers with it once its first dialog stands.
+  ApiReply Begin(const FileShelf::Ref& file, AnalysisStart start);
 
   FileShelf::Ref FileOf(const ApiRequest& request) const;
   AnalysisRef AnalysisOf(const ApiRequest& request) const;

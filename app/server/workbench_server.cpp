@@ -5,8 +5,14 @@
 #include <atomic>
 #include <charconv>
 #include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <system_error>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "server/page_files.h"
 #include "server/request_guard.h"
@@ -18,8 +24,8 @@ using httplib::Request;
 using httplib::Response;
 
 constexpr std::size_t kLargestBody = std::size_t{1} << 20;
-constexpr std::size_t kThreads = 48;
-constexpr int kMostStreams = 24;  // of events; each takes a thread
+constexpr std::size_t kMostThreads = 400;  // one for each connection that is served at a time
+constexpr int kMostStreams = 24;           // of events
 constexpr auto kPing = std::chrono::seconds(2);
 
 // Nothing but what comes from here, and no script or style inside the page's text.
@@ -30,6 +36,54 @@ constexpr const char* kContentPolicy =
     "style-src-attr 'unsafe-inline'; img-src 'self' data: blob:; font-src 'self'; connect-src "
     "'self'; worker-src 'self' blob:; "
     "base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
+
+/// A thread for every connection, kept for those that follow: clients that say what they want
+/// slowly, or never, keep nobody waiting.
+class ConnectionThreads final : public httplib::TaskQueue {
+ public:
+  void enqueue(std::function<void()> serve) override {
+    const std::lock_guard lock(mutex_);
+    waiting_.push_back(std::move(serve));
+    try {
+      if (waiting_.size() > idle_ && threads_.size() < kMostThreads)
+        threads_.emplace_back([this] { Work(); });
+    } catch (const std::system_error&) {
+      // It waits for a thread that there is.
+    }
+    changed_.notify_one();
+  }
+  void shutdown() override {
+    {
+      const std::lock_guard lock(mutex_);
+      ended_ = true;
+      changed_.notify_all();
+    }
+    for (std::thread& thread : threads_) thread.join();
+  }
+
+ private:
+  void Work() {
+    std::unique_lock lock(mutex_);
+    for (;;) {
+      ++idle_;
+      changed_.wait(lock, [this] { return ended_ || !waiting_.empty(); });
+      --idle_;
+      if (waiting_.empty()) return;
+      const std::function<void()> serve = std::move(waiting_.front());
+      waiting_.pop_front();
+      lock.unlock();
+      serve();
+      lock.lock();
+    }
+  }
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::deque<std::function<void()>> waiting_;
+  std::vector<std::thread> threads_;
+  std::size_t idle_ = 0;
+  bool ended_ = false;
+};
 
 RequestOrigin OriginOf(const Request& request) {
   return {request.method,
@@ -91,14 +145,15 @@ class WorkbenchServer::Web {
       : api_(settings), page_(page) {}
 
   bool Start(int port, std::string& error) {
-    server_.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
+    server_.new_task_queue = [] { return new ConnectionThreads; };
     server_.set_tcp_nodelay(true);
     server_.set_payload_max_length(kLargestUpload);
     // An idle connection holds a thread and, at the end, the server.
     server_.set_keep_alive_timeout(1);
     server_.set_keep_alive_max_count(100000);
     // A port that another program listens on must be refused, not shared.
-    server_.set_socket_options([](socket_t socket) {
+    server_.set_socket_options([this](socket_t socket) {
+      listener_ = socket;
       const int yes = 1;
       setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
     });
@@ -112,6 +167,9 @@ class WorkbenchServer::Web {
       error = "the port cannot be used; --port 0 takes any free one";
       return false;
     }
+    // The library lets five connections wait to be accepted; a sixth would be told nothing for a
+    // second.
+    listen(listener_, SOMAXCONN);
     guard_ = std::make_unique<RequestGuard>(port, RandomToken());
     thread_ = std::thread([this] {
       server_.listen_after_bind();
@@ -275,6 +333,7 @@ class WorkbenchServer::Web {
   PageFiles page_;
   std::unique_ptr<RequestGuard> guard_;
   httplib::Server server_;
+  socket_t listener_ = INVALID_SOCKET;  // the server's
   std::thread thread_;
   std::atomic<bool> stopping_{false}, ended_{false};
   std::atomic<int> streams_{0};

@@ -57,6 +57,13 @@ bool AnalysisDataSet::SetRoles(VariableRoles roles) {
   return true;
 }
 
+void AnalysisDataSet::ClearRoles() {
+  roles_ = {};
+  EmptyCategoryTables();
+  rereadNeeded = true;
+  ReleaseCases();
+}
+
 double AnalysisDataSet::MissingDataCode(int variable) const { return File().getmd5(variable); }
 
 void AnalysisDataSet::EmptyCategoryTables() {

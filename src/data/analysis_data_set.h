@@ -91,6 +91,8 @@ class AnalysisDataSet {
   /// Accepts the four lists of `roles` as the user chose them: derives the other lists, lets go of
   /// fixed categories and tables. False (message 117), and nothing changed: no predictor.
   bool SetRoles(VariableRoles roles);
+  /// As before the first choice.
+  void ClearRoles();
   double MissingDataCode(int variable) const;
 
   /// Replaces the tables of the categorical predictors (dependents) by chosen codes, one list per

@@ -89,6 +89,19 @@ bool SpecificationDialog::ChooseVariables() {
   return false;
 }
 
+bool SpecificationDialog::SetVariables(std::string_view text) {
+  if (text.empty() && HasVariables()) {
+    data_.ClearRoles();
+    VariablesChanged();
+    return true;
+  }
+  AutomationServices& automation = *analysis().services().automation;
+  automation.SetAnswer(AnswerMember::variables, text);
+  const bool chosen = ChooseVariables();
+  automation.SetAnswer(AnswerMember::variables, {});
+  return chosen;
+}
+
 std::string SpecificationDialog::VariablesText() const {
   if (!HasVariables()) return {};
   const VariableRoles& roles = data_.roles();

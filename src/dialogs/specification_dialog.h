@@ -52,6 +52,9 @@ class SpecificationDialog : public CAnalysisDialog {
   // --- What the shared controls do ---------------------------------------------------------------
   /// The variables button. False: cancelled, refused (105, 103, 117, 308), nothing changed.
   bool ChooseVariables();
+  /// The same by a text; an empty one takes the choice back, so that what VariablesText gives can
+  /// always be put.
+  bool SetVariables(std::string_view text);
   std::string VariablesText() const;
   /// The codes buttons. False: cancelled or message 126, nothing changed.
   bool ChoosePredictorCodes();
@@ -85,7 +88,7 @@ class SpecificationDialog : public CAnalysisDialog {
   }
 
  protected:
-  /// The user accepted other variables; the data set has them already.
+  /// The user accepted other variables, or took them back; the data set has them already.
   virtual void VariablesChanged() = 0;
 
   // --- Steps of OK, in their order; each false after its message

@@ -94,6 +94,8 @@ Control Variables() {
           .tab = kBaseTab,
           .row = {.identifier = 50370, .role = 1, .kind = 2, .type = 1},
           .bind = {.text = Of::Text([](const Dialog& d) { return d.VariablesText(); }),
+                   .enter = Of::Enter(
+                       [](Dialog& d, std::string_view text) { return d.SetVariables(text); }),
                    .press = Of::Press([](Dialog& d) { return d.ChooseVariables(); }),
                    .answer = AnswerMember::variables}};
 }

@@ -105,11 +105,14 @@ void SVMDialog::SetCrossValidation(bool apply) {
 }
 
 void SVMDialog::VariablesChanged() {
-  choices_.svmType = HasCategoricalDependents() ? kCClassification
-                     : HasDependents()          ? kEpsilonRegression
-                                                : kOneClass;
+  const bool forClasses = HasCategoricalDependents() || !HasVariables();
+  choices_.svmType = forClasses        ? kCClassification
+                     : HasDependents() ? kEpsilonRegression
+                                       : kOneClass;
   engine_.parameters.svmType = choices_.svmType;
-  engine_.parameters.gamma = 1.0 / static_cast<double>(data().roles().predictors.size());
+  const std::size_t predictors = data().roles().predictors.size();
+  engine_.parameters.gamma =
+      predictors == 0 ? SVMParameters{}.gamma : 1.0 / static_cast<double>(predictors);
   RefreshField("Gam");
 }
 

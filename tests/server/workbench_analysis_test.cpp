@@ -261,12 +261,19 @@ TEST_F(WorkbenchAnalyses, ChangedDataLeadBackToTheSpecificationAfterAQuestion) {
   for (const Json& row : sheet["rows"]) EXPECT_EQ(row["cells"][0]["value"], 20) << row;
   EXPECT_NE(client_->Get(At("/macro")).body.find(".Selection = \"x <> 3\""), std::string::npos);
 
-  // A file that is another one on the disk starts the analysis over.
+  // A file that is another one on the disk: the same question, then the settings as they are at
+  // first.
   Write(folder_.File("data/d.csv"), std::string(kTable) + "5,50,2,f\n");
-  EXPECT_NE(Press("PrintPredictions")["error"].get<std::string>().find("was read again"),
-            std::string::npos);
-  EXPECT_EQ(Analysis()["dialog"]["level"], "startup");
+  Press("PrintPredictions");
+  EXPECT_EQ(Answer(Asked(), {{"button", "cancel"}}), 200);
+  EXPECT_EQ(UntilIdle()["dialog"]["level"], "results");
+  Press("PrintPredictions");
+  EXPECT_EQ(Answer(Asked(), {{"button", "ok"}}), 200);
+  EXPECT_EQ(UntilIdle()["dialog"]["level"], "specification");
+  EXPECT_EQ(State("Variables")["value"], "");
   EXPECT_EQ(client_->GetJson("/api/state")["files"][0]["cases"], 6);
+  // What was done to the old file is no part of the macro.
+  EXPECT_EQ(client_->Get(At("/macro")).body.find("PrintPredictions"), std::string::npos);
 }
 
 TEST_F(WorkbenchAnalyses, PredictionsAreSavedInANamedFolderAlone) {

@@ -120,5 +120,37 @@ TEST_F(WorkbenchData, AnUploadIsOpenedLikeAFileAndGoesWithTheProgram) {
   EXPECT_FALSE(std::filesystem::exists(kept));
 }
 
+TEST_F(WorkbenchData, AReadingIsSeenAndCancelledWhileOthersGoOn) {
+  const std::string small = FileOf(OpenFile("d.csv", "x\n1\n2\n"));
+  std::string table;
+  for (int v = 0; v < 40; ++v) table += "v" + std::to_string(v) + (v < 39 ? "," : "\n");
+  std::string line;
+  for (int v = 0; v < 40; ++v) line += v < 39 ? "0.12345678901234567," : "0.12345678901234567\n";
+  table.reserve(line.size() * 150000);
+  for (int i = 0; i < 150000; ++i) table += line;
+  Write(folder_.File("data/large.csv"), table);
+  test::WebAnswer refused;
+  test::WebClient other(test::PortOf(server_->Address()));
+  other.cookie = client_->cookie;
+  std::thread reader(
+      [&] { refused = other.Send("POST", "/api/files", R"({"folder":0,"path":"large.csv"})"); });
+  Json readings;
+  for (int i = 0; i < 2000 && readings.empty(); ++i)
+    readings = client_->GetJson("/api/state")["readings"];
+  EXPECT_EQ(readings[0]["name"], "large.csv");
+  // Other files are looked at and changed meanwhile.
+  EXPECT_EQ(client_->Post(small + "/settings", {{"select", "x > 1"}})["selected"], 1);
+  EXPECT_FALSE(client_->GetJson("/api/state")["readings"].empty());
+  const std::string reading = "/api/readings/" + readings[0]["reading"].dump() + "/cancel";
+  EXPECT_EQ(client_->Send("POST", reading, "{}").status, 200);
+  reader.join();
+  EXPECT_EQ(refused.status, 409) << refused.body;
+  EXPECT_EQ(refused.json()["error"], "cancelled");
+  EXPECT_EQ(client_->Send("POST", reading, "{}").status, 404);
+  const Json state = client_->GetJson("/api/state");
+  EXPECT_TRUE(state["readings"].empty());
+  EXPECT_EQ(state["files"].size(), 1u);
+}
+
 }  // namespace
 }  // namespace qrvml

@@ -26,7 +26,9 @@ class WorkbenchPage : public ::testing::Test {
     settings.folders = {folder_.File("data")};
     settings.factory = factory;
     settings.threads = 1;
-    settings.kinds = {{"knn", "K nearest neighbours", 2, 104}};
+    settings.kinds = {{"svm", "Support vectors", 0, 102},
+                      {"nb", "Naive Bayes", 1, 103},
+                      {"knn", "K nearest neighbours", 2, 104}};
     client_.reset();
     server_ = std::make_unique<WorkbenchServer>(settings, folder_.File("page"));
     std::string error;

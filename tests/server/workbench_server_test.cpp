@@ -2,6 +2,9 @@
 #include "server/workbench_server.h"
 
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include "datafile/saved_files.h"
 #include "server/web_client.h"
@@ -150,6 +153,44 @@ TEST_F(WorkbenchServers, ABodyThatIsTooLongIsRefusedAndTheConnectionGoesOn) {
   EXPECT_EQ(client.Send("POST", "/api/nothing", start, {{"Origin", "http://example.org"}}).status,
             403);
   EXPECT_EQ(client.Get("/api/state").json()["version"], "1");
+}
+
+TEST_F(WorkbenchServers, ABodyNestedTooDeepIsRefused) {
+  WebClient client(port_);
+  Enter(client);
+  const std::string deep = std::string(400000, '[') + std::string(400000, ']');
+  for (const char* path : {"/api/analyses", "/api/files"})
+    EXPECT_EQ(client.Send("POST", path, "{\"file\":1,\"path\":" + deep + '}').status, 422) << path;
+  EXPECT_EQ(client.Send("POST", "/api/analyses", deep).status, 422);
+}
+
+TEST_F(WorkbenchServers, ClientsThatNeverFinishARequestKeepNobodyWaiting) {
+  WebClient client(port_);
+  Enter(client);
+  std::vector<int> sockets;
+  for (int i = 0; i < 60; ++i) {
+    sockets.push_back(socket(AF_INET, SOCK_STREAM, 0));
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<std::uint16_t>(port_));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(connect(sockets.back(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    const std::string_view begun = "GET / HTTP/1.1\r\nHost: ";
+    ASSERT_EQ(send(sockets.back(), begun.data(), begun.size(), MSG_NOSIGNAL),
+              static_cast<ssize_t>(begun.size()));
+  }
+  WebClient another(port_);
+  another.cookie = client.cookie;
+  EXPECT_EQ(another.Get("/api/state").status, 200);
+  // None of them has been ended for it: the answer to a wrong host comes once it is complete.
+  for (const int slow : sockets) {
+    const std::string_view rest = "x\r\n\r\n";
+    char answer[12] = {};
+    EXPECT_EQ(send(slow, rest.data(), rest.size(), MSG_NOSIGNAL), 5);
+    EXPECT_EQ(recv(slow, answer, sizeof answer, MSG_WAITALL), 12);
+    EXPECT_EQ(std::string_view(answer, 12), "HTTP/1.1 421");
+    close(slow);
+  }
 }
 
 TEST_F(WorkbenchServers, EventsReachEveryPageAndAReaderThatComesBack) {
