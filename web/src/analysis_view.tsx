@@ -2,10 +2,10 @@
 // asks, and the progress of what it does.
 import type { ComponentChildren } from 'preact';
 import { useEffect, useState } from 'preact/hooks';
-import { get, getText, post } from './api';
+import { get, post } from './api';
 import { DialogView } from './dialogs/dialog_view';
-import { TextView } from './documents/text_view';
 import { DocumentView } from './documents/document_view';
+import { MacroView } from './macro_view';
 import { Requests } from './modals/requests';
 import type { Analysis } from './protocol';
 import { findFile, page, say } from './store';
@@ -142,24 +142,5 @@ function ProgressWindow({ analysis }: { analysis: Analysis }) {
         {training && <p>{(pass ? lines[0] : lines[1]) || ' '}</p>}
       </div>
     </Modal>
-  );
-}
-
-/** The macro as it grows. */
-function MacroView({ analysis }: { analysis: Analysis }) {
-  const [text, setText] = useState('');
-  const path = `analyses/${analysis.analysis}/macro`;
-  useEffect(() => {
-    let current = true;
-    getText(path).then(t => current && setText(t), say);
-    return () => void (current = false);
-  }, [path, analysis.macro.lines]);
-  if (text === '') return <p class="empty">{word('macroEmpty')}</p>;
-  return (
-    <TextView
-      title={word('macro')}
-      text={text}
-      exports={[{ label: 'QVB', href: `/api/${path}` }]}
-    />
   );
 }

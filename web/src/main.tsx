@@ -6,6 +6,7 @@ import { AnalysisView } from './analysis_view';
 import { post } from './api';
 import { DataView } from './data/data_view';
 import { openUploaded, OpenWindow } from './data/open_window';
+import { Readings } from './data/readings';
 import type { Analysis, FileInfo } from './protocol';
 import {
   clearNotice,
@@ -128,6 +129,7 @@ function App() {
           </button>
         </div>
       )}
+      <div class="readings">{!opening && <Readings />}</div>
       {opening && <OpenWindow opened={opened} cancel={() => setOpening(false)} />}
     </div>
   );

@@ -146,7 +146,7 @@ export interface Analysis {
   progress: Progress | null;
   documents: DocumentInfo[];
   messages: Message[];
-  macro: { lines: number };
+  macro: { lines: number; recording: boolean };
   canUndo: boolean;
 }
 
@@ -169,6 +169,13 @@ export type Call =
   | { do: 'ok' }
   | { do: 'cancel' };
 
+/** A file that is being read; percent null: not known. */
+export interface Reading {
+  reading: number;
+  name: string;
+  percent: number | null;
+}
+
 export interface State {
   event: number;
   version: string;
@@ -176,6 +183,7 @@ export interface State {
   limits: { analyses: number; upload: number };
   kinds: { kind: string; position: number; title: string }[];
   files: FileInfo[];
+  readings: Reading[];
   analyses: Analysis[];
 }
 

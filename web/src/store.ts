@@ -3,7 +3,16 @@
 import { useLayoutEffect, useReducer } from 'preact/hooks';
 import { get, post, Refusal, remove } from './api';
 import type { Language } from './dialogs/label';
-import type { Analysis, Call, CallResult, ControlState, Dialog, FileInfo, State } from './protocol';
+import type {
+  Analysis,
+  Call,
+  CallResult,
+  ControlState,
+  Dialog,
+  FileInfo,
+  Reading,
+  State,
+} from './protocol';
 
 /** What the main area shows. */
 export type Shown =
@@ -157,7 +166,12 @@ const handlers: Record<string, (state: State, data: any) => void> = {
     if (data.document.kind !== 'results') page.beside[data.analysis] = data.document.document;
   },
   message: (_, data) => void findAnalysis(data.analysis)?.messages.push(data.message),
-  macro: (_, data) => assign(data.analysis, { macro: { lines: data.lines } }),
+  macro: (_, data) =>
+    assign(data.analysis, { macro: { lines: data.lines, recording: data.recording } }),
+  undo: (_, data) => assign(data.analysis, { canUndo: data.canUndo }),
+  reading: (state, data: Reading) => put(state.readings, data, r => r.reading === data.reading),
+  readingEnded: (state, data) =>
+    (state.readings = state.readings.filter(r => r.reading !== data.reading)),
   done: (_, data: CallResult) => {
     const key = callKey(data);
     const resolve = waiting.get(key);

@@ -13,9 +13,9 @@ import { VariableIcon } from './variable_icon';
 import { VariablePanel } from './variable_panel';
 import { useVariables } from './variables';
 
-const blockRows = 100;
-const blockColumns = 40;
-const keptBlocks = 300;
+const blockRows = 60;
+const blockColumns = 20;
+const keptBlocks = 1000;
 const mostCells = 10_000; // of one request
 
 /** Blocks of cells around what is in view; those no longer wanted are not waited for. */

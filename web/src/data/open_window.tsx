@@ -1,11 +1,12 @@
 // Opening a data file: one of the folders that the person named, or a file from the computer.
 import { useEffect, useId, useRef, useState } from 'preact/hooks';
-import { get, post, upload } from '../api';
+import { get, post, Refusal, upload } from '../api';
 import type { Entry, FileInfo } from '../protocol';
 import { usePage } from '../store';
 import { ListBox } from '../widgets/list_box';
 import { Modal } from '../widgets/modal';
 import { word } from '../words';
+import { Readings, stopReading } from './readings';
 
 interface Place {
   folder: number;
@@ -20,7 +21,8 @@ export async function openUploaded(file: File, options: object = {}): Promise<Fi
 }
 
 export function OpenWindow(props: { opened: (file: FileInfo) => void; cancel: () => void }) {
-  const folders = usePage().state?.folders ?? [];
+  const { state } = usePage();
+  const folders = state?.folders ?? [];
   const [place, setPlace] = useState<Place>({ folder: folders[0]?.folder ?? 0, path: '' });
   const [entries, setEntries] = useState<Entry[]>([]);
   const [chosen, setChosen] = useState(0);
@@ -54,7 +56,9 @@ export function OpenWindow(props: { opened: (file: FileInfo) => void; cancel: ()
     try {
       props.opened(await open());
     } catch (error) {
-      setReason(error instanceof Error ? error.message : String(error));
+      // one that the person stopped needs no reason
+      const stopped = error instanceof Refusal && error.status === 409;
+      setReason(stopped ? '' : error instanceof Error ? error.message : String(error));
       setBusy(false);
     }
   };
@@ -68,6 +72,12 @@ export function OpenWindow(props: { opened: (file: FileInfo) => void; cancel: ()
       void attempt(() =>
         post<FileInfo>('files', { folder: place.folder, path: join(entry.name), options }),
       );
+  };
+  /** While a file is read: stops that, and the window stays for another choice. */
+  const cancel = () => {
+    const reading = state?.readings.at(-1);
+    if (busy && reading) stopReading(reading);
+    else props.cancel();
   };
   const size = (bytes: number) =>
     bytes < 1e3
@@ -94,7 +104,7 @@ export function OpenWindow(props: { opened: (file: FileInfo) => void; cancel: ()
       title={word('openData')}
       class="open-window"
       onEnter={() => activate(chosen)}
-      onEscape={props.cancel}
+      onEscape={cancel}
       buttons={
         <>
           <button type="button" disabled={busy} onClick={() => picker.current?.click()}>
@@ -120,7 +130,7 @@ export function OpenWindow(props: { opened: (file: FileInfo) => void; cancel: ()
           >
             {word('ok')}
           </button>
-          <button type="button" onClick={props.cancel}>
+          <button type="button" onClick={cancel}>
             {word('cancel')}
           </button>
         </>
@@ -181,8 +191,9 @@ export function OpenWindow(props: { opened: (file: FileInfo) => void; cancel: ()
           ['latin-1', 'Latin-1'],
         ])}
       </fieldset>
+      {busy && <Readings />}
       <p class="warning" role="alert">
-        {reason || (busy ? `${word('running')}…` : '')}
+        {reason}
       </p>
     </Modal>
   );

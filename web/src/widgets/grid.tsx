@@ -2,7 +2,7 @@
 // Headings of two lines stay in sight, a range of cells is selected by mouse or keys and copied with
 // its headings, as text and as HTML.
 import type { ComponentChildren } from 'preact';
-import { useEffect, useLayoutEffect, useReducer, useRef, useState } from 'preact/hooks';
+import { useLayoutEffect, useReducer, useRef, useState } from 'preact/hooks';
 import { copyTable, type Table } from './copy_table';
 
 export interface GridColumn {
@@ -94,7 +94,8 @@ export function Grid(props: GridProps) {
     observer.observe(element);
     return () => observer.disconnect();
   }, []);
-  useEffect(() => {
+  // Before the page is painted, so that what is missing is asked for a frame earlier.
+  useLayoutEffect(() => {
     if (rows > 0 && columns.length > 0)
       props.onView?.({ top: firstRow, bottom: lastRow, left: firstColumn, right: lastColumn });
   }, [firstRow, lastRow, firstColumn, lastColumn, rows, columns, props.onView]);
@@ -116,6 +117,8 @@ export function Grid(props: GridProps) {
     if (left < element.scrollLeft + props.rowHeadWidth)
       element.scrollLeft = left - props.rowHeadWidth;
     else if (right > element.scrollLeft + size.width) element.scrollLeft = right - size.width;
+    // known now; the browser tells of it a frame later
+    setScroll({ top: element.scrollTop, left: element.scrollLeft });
   };
   const go = (row: number, column: number, extend: boolean, show = true) => {
     const next = {
@@ -127,7 +130,7 @@ export function Grid(props: GridProps) {
     if (show) reveal(next.row, next.column);
     props.onCurrent?.(next.row, next.column);
   };
-  useEffect(() => {
+  useLayoutEffect(() => {
     if (!props.goTo) return;
     const { row, column = at.column } = props.goTo;
     go(row, column, false, false);
