@@ -46,7 +46,7 @@ export const page: Page = {
 
 let scheduled = false;
 /** Tells the views that something has changed; several changes of one turn are drawn once. */
-function changed(): void {
+export function changed(): void {
   if (scheduled) return;
   scheduled = true;
   queueMicrotask(() => {

@@ -8,7 +8,6 @@ import {
   control,
   examples,
   openPage,
-  picture,
   pickVariables,
   sheetRows,
   shownDocument,
@@ -32,7 +31,6 @@ async function tabFaults(page: Page, what: string): Promise<string[]> {
     await one.click();
     const name = await one.getAttribute('data-tab');
     faults.push(...(await lookFaults(page, `${what} ${name}`, '.dialog')));
-    await picture(page, `${what}-${name}`);
   }
   return faults;
 }
@@ -61,7 +59,6 @@ for (const language of ['fr', 'en'])
         if (kind === 'svm') {
           await page.waitForSelector('.cell-table input:focus');
           faults.push(...(await lookFaults(page, `${what} penalties`, '.modal')));
-          await picture(page, `${what}-penalties`);
           await page.locator('.modal [data-name="OK"]').click();
         }
         await page.waitForSelector('.dialog.results');

@@ -1,7 +1,7 @@
 // One control of a dialog as a person uses it, by its kind.
 import { useEffect, useId, useRef, useState } from 'preact/hooks';
 import type { Control } from '../protocol';
-import { page } from '../store';
+import { changed, page } from '../store';
 import { ListBox } from '../widgets/list_box';
 import { selectOnEntry } from '../widgets/select_on_entry';
 import { shortNumber } from '../numbers';
@@ -52,27 +52,35 @@ const access = (label: Label) =>
       }
     : {};
 
+// Choices whose answer is on the way, by dialog and group (of a check box: its name): they are shown
+// as clicked, whatever is drawn meanwhile.
+const underway = new Map<string, string>();
+
 export function Check({ control, hands }: Props) {
   const label = labelOf(control.label);
-  const held = useRef(control.value);
-  held.current = control.value;
+  const isRadio = control.kind === 'radio';
+  const key = `${hands.dialog}/${isRadio ? control.group : control.name}`;
+  const clicked = underway.get(key);
+  const held = control.value === 1;
+  const shown = clicked === undefined ? held : clicked === (isRadio ? control.name : 'on');
   return (
     <label class="check">
       <input
-        type={control.kind === 'radio' ? 'radio' : 'checkbox'}
-        name={control.kind === 'radio' ? `radio-${hands.dialog}-${control.group}` : undefined}
+        type={isRadio ? 'radio' : 'checkbox'}
+        name={isRadio ? `radio-${hands.dialog}-${control.group}` : undefined}
         data-name={control.name}
-        checked={control.value === 1}
+        checked={shown}
         disabled={!control.enabled}
         {...access(label)}
         onChange={event => {
-          // Shown at once; what the dialog made of it counts.
-          const box = event.currentTarget;
-          // Looked at once the answer has been drawn: a refused choice goes back.
-          const settle = () => (box.checked = held.current === 1);
-          void hands
-            .set(control.name, box.checked ? 1 : 0)
-            .then(() => requestAnimationFrame(() => setTimeout(settle)));
+          const { checked } = event.currentTarget;
+          const choice = isRadio ? control.name : checked ? 'on' : 'off';
+          underway.set(key, choice);
+          // What the dialog made of it counts: a refused choice goes back.
+          void hands.set(control.name, checked ? 1 : 0).then(() => {
+            if (underway.get(key) === choice) underway.delete(key);
+            changed();
+          });
         }}
       />
       <Caption label={label} />
