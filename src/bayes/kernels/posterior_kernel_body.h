@@ -117,6 +117,7 @@ void AddNormal(std::size_t inputs, const double* lanes, qrvml::NormalTerms terms
 void AddSquares(std::size_t inputs, const double* lanes, qrvml::NormalTerms terms, double* sums,
                 qrvml::Ahead ahead) {
   constexpr std::size_t kLine = 64 / sizeof(double);
+  constexpr int kSecondLevel = 2;  // beside these lanes the first cache has no room for more
   const std::size_t together = (ahead.lines + inputs - 1) / inputs;
   for (std::size_t step = 0; step < kSteps; ++step) {
     const std::size_t from = step * kTogether * kWidth;
@@ -124,7 +125,7 @@ void AddSquares(std::size_t inputs, const double* lanes, qrvml::NormalTerms term
     for (std::size_t v = 0; v < kTogether; ++v) total[v] = Load(sums + from + v * kWidth);
     for (std::size_t k = 0; k < inputs; ++k) {
       for (std::size_t i = k * together; i < (k + 1) * together && step == 0; ++i)
-        if (i < ahead.lines) __builtin_prefetch(ahead.first + i * kLine);
+        if (i < ahead.lines) __builtin_prefetch(ahead.first + i * kLine, 0, kSecondLevel);
       const double mean = terms.mean[k], rate = terms.rate[k];
       for (std::size_t v = 0; v < kTogether; ++v) {
         const Vector difference = Load(lanes + k * kCaseLanes + from + v * kWidth) - mean;
