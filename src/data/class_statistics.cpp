@@ -1,8 +1,6 @@
 #include "data/class_statistics.h"
 
 #include <algorithm>
-#include <cmath>
-#include <numeric>
 
 #include "data/kernels/moments_kernel.h"
 #include "data/processor_level.h"
@@ -16,69 +14,8 @@ const MomentsKernel& Kernel() {
   return level == 3 ? kMomentsKernelV3 : kMomentsKernelV2;
 }
 
-/// Sums on a cache line: no two threads write to one.
-constexpr std::size_t kSumsTogether = 8;
-/// Cases whose entries a thread lists at a time.
-constexpr std::size_t kCasesListed = 1024;
-
-/// What one thread takes in of each class row: a stretch of the sums.
-struct Share {
-  std::vector<InputRange> ranges;   // per class row
-  std::vector<std::uint8_t> takes;  // per class row + 1: whether its range is not empty
-  std::vector<MomentEntry> entries;
-};
-
-/// Where the part of the sums with that number begins, so that all parts have about as many cases
-/// times inputs.
-std::size_t FirstSum(std::span<const std::int64_t> counts, std::size_t inputs, std::size_t part,
-                     std::size_t parts) {
-  const std::size_t sums = counts.size() * inputs;
-  if (part == parts) return sums;
-  const double cases = std::accumulate(counts.begin(), counts.end(), 0.0);
-  double left = cases * static_cast<double>(part) / static_cast<double>(parts), first = 0;
-  for (const std::int64_t count : counts) {
-    const double own = static_cast<double>(count);
-    first += own <= left ? 1 : left / own;
-    if (own > left) break;
-    left -= own;
-  }
-  const double lines = std::round(first * static_cast<double>(inputs) / kSumsTogether);
-  return std::min(static_cast<std::size_t>(lines) * kSumsTogether, sums);
-}
-
-std::vector<Share> DealOut(std::span<const std::int64_t> counts, std::size_t inputs,
-                           std::size_t dependents, std::size_t parts) {
-  std::vector<Share> shares(parts);
-  for (std::size_t part = 0; part < parts; ++part) {
-    const std::size_t first = FirstSum(counts, inputs, part, parts);
-    const std::size_t last = FirstSum(counts, inputs, part + 1, parts);
-    shares[part].entries.resize(kCasesListed * dependents);
-    shares[part].takes.push_back(0);
-    for (std::size_t row = 0; row < counts.size(); ++row) {
-      const auto within = [&](std::size_t sum) {
-        return std::clamp(sum, row * inputs, (row + 1) * inputs) - row * inputs;
-      };
-      shares[part].ranges.push_back({within(first), within(last)});
-      shares[part].takes.push_back(within(first) < within(last) ? 1 : 0);
-    }
-  }
-  return shares;
-}
-
-/// The entries of cases first to last - 1 that a thread takes; how many there are.
-std::size_t ListEntries(std::span<const std::int32_t> classes, std::size_t dependents,
-                        std::size_t first, std::size_t last, Share& share) {
-  std::size_t count = 0;
-  for (std::size_t i = first; i < last; ++i) {
-    for (std::size_t d = 0; d < dependents; ++d) {
-      // Written in any case: classes come in an order that no processor foresees.
-      const std::int32_t row = classes[i * dependents + d];
-      share.entries[count] = {static_cast<std::int32_t>(i), row};
-      count += share.takes[static_cast<std::size_t>(row + 1)];
-    }
-  }
-  return count;
-}
+/// Inputs a thread takes at least; its part of a row then begins at a cache line of the sums.
+constexpr std::size_t kInputsTogether = 8;
 
 }  // namespace
 
@@ -114,16 +51,15 @@ void ClassStatistics::Release() { *this = {}; }
 void ClassStatistics::AddCases(const ClassifiedRows& rows, WorkerTeam& team) {
   if (rows.count == 0 || classRows() == 0) return;
   FindClasses(rows);
-  std::vector<Share> shares = DealOut(classCount_, inputs_, dependents(), team.size());
+  const std::size_t groups = (inputs_ + kInputsTogether - 1) / kInputsTogether;
+  const std::size_t parts = std::min(team.size(), groups);
   team.Run([&](std::size_t part) {
-    Share& share = shares[part];
-    for (std::size_t first = 0; first < rows.count; first += kCasesListed) {
-      const std::size_t last = std::min(first + kCasesListed, rows.count);
-      const std::size_t count = ListEntries(caseClasses_, dependents(), first, last, share);
-      Kernel().add(
-          {inputs_, rows.inputs, rows.weights, missing_.data(), share.entries.data(), count},
-          share.ranges.data(), {inputs_, weight_.data(), mean_.data(), squares_.data()});
-    }
+    if (part >= parts) return;
+    const std::size_t first = groups * part / parts * kInputsTogether;
+    const std::size_t last = groups * (part + 1) / parts * kInputsTogether;
+    Kernel().add({rows.count, inputs_, dependents(), rows.inputs, caseClasses_.data(), rows.weights,
+                  missing_.data()},
+                 first, std::min(last, inputs_), {weight_.data(), mean_.data(), squares_.data()});
   });
   AddPairs(rows);
 }

@@ -200,23 +200,21 @@ TEST(BayesKernels, RankOnlyWhatNoRoundingCanTurn) {
 }
 
 std::vector<std::uint64_t> MomentBits(const MomentsKernel& kernel, std::size_t inputs) {
-  constexpr std::size_t kCases = 200, kClassRows = 5;
-  const std::vector<InputRange> ranges(kClassRows, InputRange{0, inputs});
+  constexpr std::size_t kCases = 200, kDependents = 2, kClassRows = 5;
   Values values;
   const HostArray<double> rows = Filled(kCases * inputs, values);
   const std::vector<double> missing(inputs, Values::kCode);
-  std::vector<MomentEntry> entries;
-  std::vector<std::int32_t> weights;
+  std::vector<std::int32_t> classes, weights;
   for (std::size_t i = 0; i < kCases; ++i) {
-    const auto row = std::int32_t(values.Draw() % 4) - 1;  // rows 0 to 2, or none
-    if (row >= 0) entries.push_back({std::int32_t(i), row});
-    entries.push_back({std::int32_t(i), std::int32_t(values.Draw() % 2) + 3});
+    classes.push_back(std::int32_t(values.Draw() % 4) - 1);  // rows 0 to 2, or none
+    classes.push_back(std::int32_t(values.Draw() % 2) + 3);
     weights.push_back(std::int32_t(values.Draw() % 3) + 1);
   }
   HostArray<double> weight(kClassRows * inputs, 0.0), mean(kClassRows * inputs, 0.0),
       squares(kClassRows * inputs, 0.0);
-  kernel.add({inputs, rows.data(), weights.data(), missing.data(), entries.data(), entries.size()},
-             ranges.data(), {inputs, weight.data(), mean.data(), squares.data()});
+  kernel.add(
+      {kCases, inputs, kDependents, rows.data(), classes.data(), weights.data(), missing.data()}, 0,
+      inputs, {weight.data(), mean.data(), squares.data()});
   std::vector<std::uint64_t> bits;
   Note(bits, weight);
   Note(bits, mean);

@@ -23,43 +23,31 @@ int CountMissing(std::size_t inputs, const double* values, const double* codes) 
   return missing;
 }
 
-/// Fetches the values of an entry that comes later: its case may lie anywhere.
-inline void Fetch(const qrvml::MomentCases& cases, qrvml::MomentEntry entry,
-                  qrvml::InputRange range) {
-  constexpr std::size_t kLine = 64 / sizeof(double);
-  const double* row = cases.rows + static_cast<std::size_t>(entry.position) * cases.inputs;
-  for (std::size_t k = range.first; k < range.last; k += kLine) __builtin_prefetch(row + k);
-  __builtin_prefetch(row + range.last - 1);
-}
-
-void AddEntries(const qrvml::MomentCases& cases, const qrvml::InputRange* ranges,
-                qrvml::MomentSums sums) {
-  constexpr std::size_t kAhead = 8;
+void AddCases(const qrvml::MomentCases& cases, std::size_t first, std::size_t last,
+              qrvml::MomentSums sums) {
+  const std::size_t length = last - first;
+  const double* codes = cases.missing + first;
   for (std::size_t i = 0; i < cases.count; ++i) {
-    if (i + kAhead < cases.count) {
-      const qrvml::MomentEntry later = cases.entries[i + kAhead];
-      Fetch(cases, later, ranges[later.classRow]);
-    }
-    const qrvml::MomentEntry entry = cases.entries[i];
-    const auto [first, last] = ranges[entry.classRow];
-    const auto position = static_cast<std::size_t>(entry.position);
-    const double* values = cases.rows + position * cases.inputs + first;
-    const double* codes = cases.missing + first;
-    const double w = cases.weights == nullptr ? 1.0 : cases.weights[position];
-    const std::size_t at = static_cast<std::size_t>(entry.classRow) * sums.inputs + first;
-    double* weight = sums.weight + at;
-    double* mean = sums.mean + at;
-    double* squares = sums.squares + at;
-    if (CountMissing(last - first, values, codes) == 0) {
-      AddValues(last - first, values, w, weight, mean, squares);
-      continue;
-    }
-    for (std::size_t k = 0; k < last - first; ++k) {
-      if (values[k] != codes[k]) AddValues(1, values + k, w, weight + k, mean + k, squares + k);
+    const double* values = cases.rows + i * cases.inputs + first;
+    const double w = cases.weights == nullptr ? 1.0 : cases.weights[i];
+    const bool isWhole = CountMissing(length, values, codes) == 0;
+    for (std::size_t d = 0; d < cases.dependents; ++d) {
+      const std::int32_t row = cases.classes[i * cases.dependents + d];
+      if (row < 0) continue;
+      const std::size_t at = static_cast<std::size_t>(row) * cases.inputs + first;
+      if (isWhole) {
+        AddValues(length, values, w, sums.weight + at, sums.mean + at, sums.squares + at);
+        continue;
+      }
+      for (std::size_t k = 0; k < length; ++k) {
+        if (values[k] == codes[k]) continue;
+        AddValues(1, values + k, w, sums.weight + at + k, sums.mean + at + k,
+                  sums.squares + at + k);
+      }
     }
   }
 }
 
-constexpr qrvml::MomentsKernel kKernel{AddEntries};
+constexpr qrvml::MomentsKernel kKernel{AddCases};
 
 }  // namespace
