@@ -103,6 +103,7 @@ void CasePredictor::PredictPortion(std::span<const SVMNodeList> cases, std::span
   const auto tile = function_.IsRadial() ? function_.kernel().squares : function_.kernel().dots;
   const std::int32_t groups = (blocks + groupBlocks_ - 1) / groupBlocks_;
   std::atomic<bool> stop{false};
+  std::int64_t told = 0;  // work that the pace has heard of: the calling thread's
   team_.Run(groups, isShared, [&](std::int32_t group, int thread) {
     const std::int32_t begin = group * groupBlocks_;
     const std::int32_t end = std::min(blocks, begin + groupBlocks_);
@@ -124,10 +125,15 @@ void CasePredictor::PredictPortion(std::span<const SVMNodeList> cases, std::span
         function_.Finish(0, nullptr, values, (last - s) * kCaseLanes);
         AddSupport(s, last, values, sums_.data() + std::size_t(b) * blockSums);
       }
-      if (thread == 0 && pace.Spend(blockWork * (last - s) * (end - begin))) stop = true;
+      if (thread != 0) continue;
+      const std::int64_t work = blockWork * (last - s) * (end - begin);
+      told += work;
+      if (pace.Spend(work)) stop = true;
     }
   });
   if (stop) throw Cancelled();
+  // Also when the other threads were so quick that little was left for this one.
+  pace.Check(blockWork * support * blocks - told);
 
   const std::size_t classes = voteShares.size() / cases.size();
   for (std::size_t c = 0; c < cases.size(); ++c) {
