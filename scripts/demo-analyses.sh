@@ -65,8 +65,16 @@ Show "Rare classes made dear by penalties" svm examples/fgl.csv --variables '|ty
   --ScaleInputs --Gam 4 --UsePenalty --PenaltyList '3 3 5 2 1 1' --seed-for-random-sampling 7 \
   --do 'ClassPenalty,DescriptiveStat'
 
+Show "Its C program, script and document: inputs scaled by each, one vote for each pair of classes" \
+  verify svm examples/fgl.csv --variables '|type|1-9|' --ScaleInputs --Gam 4 \
+  --seed-for-random-sampling 7
+
 Show "A regression by support vectors as a macro: C and epsilon by cross-validation, a typed case" \
   run examples/airquality.qvb
+
+Show "That regression's texts, and how far their six digits are from the engine" \
+  verify svm examples/airquality.csv --variables 'Ozone||Solar.R Wind Temp|Month' --ScaleInputs \
+  --ScaleOutputs --seed-for-random-sampling 7
 
 Show "Two overlapping classes, categorical and continuous inputs" knn examples/cars93.csv \
   --variables '|Origin|Price MPG.city Horsepower RPM|Type DriveTrain' --StandardizeDistances \

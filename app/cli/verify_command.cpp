@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include <fmt/format.h>
+
 #include "cli/analysis_command.h"
 #include "cli/engine_tables.h"
 #include "cli/exit_code.h"
@@ -110,12 +112,15 @@ class Verifier {
     analysis_.host().progress.ClearLine();
     for (const DependentCheck& dependent : check.dependents) {
       const bool named = engine_->dependents.size() > 1;
-      print(name + (named ? ", " + dependent.name : "") + ": " +
-            count(dependent.cases, "case", "cases") + ", " +
-            count(dependent.different, "differs", "differ") + " from the printed model, " +
-            count(dependent.differentFromEngine, "differs", "differ") +
-            " from the unrounded engine, " + std::to_string(dependent.tied) + " with tied " +
-            std::string(engine_->TiedWord()));
+      print(
+          name + (named ? ", " + dependent.name : "") + ": " +
+          count(dependent.cases, "case", "cases") + ", " +
+          count(dependent.different, "differs", "differ") + " from the printed model, " +
+          count(dependent.differentFromEngine, "differs", "differ") + " from the unrounded engine" +
+          (dependent.differentFromEngine > 0 && dependent.farthest > 0
+               ? fmt::format(" (by up to {:.2g})", dependent.farthest)
+               : "") +
+          ", " + std::to_string(dependent.tied) + " with tied " + std::string(engine_->TiedWord()));
       if (!dependent.first.empty()) print("  " + dependent.first);
     }
     for (const std::string& note : check.notes) print("  " + name + ": " + note);

@@ -151,6 +151,8 @@ void CheckPredictions(CodeDialect dialect, const PrintedModel& printed, const En
       dependent.tied += !expected[d].tied.empty();
       dependent.arbitrary += expected[d].isArbitrary;
       dependent.differentFromEngine += !isPredicted(unrounded);
+      if (!isClass)
+        dependent.farthest = std::max(dependent.farthest, std::fabs(unrounded - predicted));
       if (isPredicted(expected[d].value) || std::ranges::any_of(expected[d].tied, isPredicted))
         continue;
       if (dependent.different++ == 0)

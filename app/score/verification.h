@@ -32,6 +32,7 @@ struct DependentCheck {
   std::int64_t cases = 0;
   std::int64_t different = 0;            // from the model as printed, other than by a tie
   std::int64_t differentFromEngine = 0;  // from the engine, which has more digits
+  double farthest = 0;                   // of numbers, from the engine
   std::int64_t tied = 0;                 // classes that rounding decides between
   std::int64_t arbitrary = 0;            // no class has a top: the first was taken
   std::string first;                     // the first different case, for people

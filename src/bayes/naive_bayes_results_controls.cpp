@@ -30,14 +30,13 @@ constexpr auto variesContinuous =
 constexpr auto hasCustomPriors = When<Dialog>(
     [](const Dialog& d) { return d.engine().priorKind[d.priorDependent] == PriorKind::custom; });
 
+/// A button that the automation interface lacks.
 template <class Act>
-Control Button(std::string_view name, std::string_view label, std::string_view tab, int identifier,
-               int role, Act act, Rule enabled = nullptr) {
+Control Button(std::string_view name, std::string_view label, Act act, Rule enabled = nullptr) {
   return {.name = name,
-          .kind = identifier == 0 ? ControlKind::button : ControlKind::action,
+          .kind = ControlKind::button,
           .label = label,
-          .tab = tab,
-          .row = {.identifier = identifier, .role = role, .kind = 1, .type = 1},
+          .tab = kPriorTab,
           .enabled = enabled,
           .bind = {.press = Of::Press(act)}};
 }
@@ -82,15 +81,6 @@ Control RangeField(std::string_view name, std::string_view label, int identifier
           .row = {.identifier = identifier, .kind = 2, .type = 2},
           .enabled = variesContinuous,
           .bind = {.number = Of::Number(value)}};
-}
-
-template <class Text>
-Control Note(std::string_view name, std::string_view tab, Text text) {
-  return {.name = name,
-          .kind = ControlKind::note,
-          .label = {},
-          .tab = tab,
-          .bind = {.text = Of::Text(text)}};
 }
 
 std::vector<Control> PriorRows() {
@@ -150,64 +140,44 @@ std::vector<Control> PosteriorRows() {
                     [](Dialog& d, std::string_view text) { return d.SetFixedInputs(text); }),
                 .press = Of::Press([](Dialog& d) { return d.EnterFixedInputs(); }),
                 .answer = AnswerMember::values}},
-      Button("PosteriorSpreadsheet", "Formulaire des val. a poste&rirori", kPosteriorTab, 50461, 4,
-             [](Dialog& d) { return d.ShowPosteriorTable(); }),
-      Button("PosteriorPlot", "Tracé &a posteriori", kPosteriorTab, 50462, 6,
-             [](Dialog& d) { return d.ShowPosteriorPlot(); }),
+      rows::DocumentButton<Dialog>("PosteriorSpreadsheet", "Formulaire des val. a poste&rirori",
+                                   kPosteriorTab, 50461,
+                                   [](Dialog& d) { return d.ShowPosteriorTable(); }),
+      rows::DocumentButton<Dialog>(
+          "PosteriorPlot", "Tracé &a posteriori", kPosteriorTab, 50462,
+          [](Dialog& d) { return d.ShowPosteriorPlot(); }, nullptr, 6),
   };
 }
 
 std::vector<Control> MakeTable() {
-  const auto& subsets = bayes::kResultsProfile.subsetLabels;
-  std::vector<Control> table = {
-      rows::TrainSubset(subsets[0]),
-      rows::TestSubset(subsets[1]),
-      rows::Overall(),
-      rows::SavePredictionsAndResiduals(),
-      Button("Summary", "Synt&hèse", rows::kBaseTab, 50429, 4,
-             [](Dialog& d) { return d.ShowModelSummary(); }),
-      Button("Model", "&Modèle", rows::kBaseTab, 50430, 4,
-             [](Dialog& d) { return d.ShowModelSpecification(); }),
-      Button("DescriptiveStat", "Statistiques &descriptives", rows::kBaseTab, 50431, 4,
-             [](Dialog& d) { return d.ShowStatistics(); }),
-      Button(
-          "CrossVPlot", rows::kCrossValidationLabel, rows::kBaseTab, 50432, 4,
-          [](Dialog&) { return false; }, never),
-      rows::IncludeInputs(),
-      rows::IncludeOutputs(),
-      rows::IncludePredictions(),
-      rows::IncludeResiduals(),
-      rows::IncludeConfidence(),
-      rows::PrintPredictions(),
-      rows::Histograms(),
-      rows::SelectOutputForPlotting(),
-      rows::SelectedItemX(),
-      rows::SelectedItemsY(),
-      rows::SelectedItemZ(),
-      rows::PlotHistogramsOfX(),
-      rows::Plot2DGraphOfXAndY(),
-      rows::Plot3DGraphOfXYZ(),
-      rows::IncludeCaseNames(),
-  };
-  const auto add = [&table](const std::vector<Control>& own) {
-    table.insert(table.end(), own.begin(), own.end());
-  };
-  add(PriorRows());
-  add({rows::CustomPredictions(), rows::PrintCustomPredictions()});
-  add(PosteriorRows());
-  add({rows::CodeGenerator(), rows::CodeGeneratorCLang(), rows::CodeGeneratorQVB(),
-       rows::CodeGeneratorPMML()});
-  // Outside the automation interface.
-  add({Button(
-           "Priors.Select", "Sé&lectionner", kPriorTab, 0, 0,
-           [](Dialog& d) { return d.EnterCustomPriors(); }, hasCustomPriors),
-       Note("Priors.List", kPriorTab, [](const Dialog& d) { return d.PriorList(); }),
-       Button("Priors.DescriptiveStat", "Statistiques descripti&ves", kPriorTab, 0, 0,
-              [](Dialog& d) { return d.ShowStatistics(); }),
-       Button("Priors.PrintPredictions", "P&révisions", kPriorTab, 0, 0,
-              [](Dialog& d) { return d.ShowPredictions(); }),
-       Note("Posterior.List", kPosteriorTab, [](const Dialog& d) { return d.FixedInputList(); })});
-  return table;
+  using namespace rows;
+  return ResultsTable({
+      .subsetLabels = bayes::kResultsProfile.subsetLabels,
+      .summary = DocumentButton<Dialog>("Summary", "Synt&hèse", kBaseTab, 50429,
+                                        [](Dialog& d) { return d.ShowModelSummary(); }),
+      .model = DocumentButton<Dialog>("Model", "&Modèle", kBaseTab, 50430,
+                                      [](Dialog& d) { return d.ShowModelSpecification(); }),
+      .statistics =
+          DocumentButton<Dialog>("DescriptiveStat", "Statistiques &descriptives", kBaseTab, 50431,
+                                 [](Dialog& d) { return d.ShowStatistics(); }),
+      .crossValidation = DocumentButton<Dialog>(
+          "CrossVPlot", kCrossValidationLabel, kBaseTab, 50432, [](Dialog&) { return false; },
+          never),
+      .plotDependent = SelectOutputForPlotting(),
+      .beforeTypedCases = PriorRows(),
+      .afterTypedCases = PosteriorRows(),
+      .last = {Button(
+                   "Priors.Select", "Sé&lectionner",
+                   [](Dialog& d) { return d.EnterCustomPriors(); }, hasCustomPriors),
+               Note<Dialog>("Priors.List", {}, kPriorTab,
+                            [](const Dialog& d) { return d.PriorList(); }),
+               Button("Priors.DescriptiveStat", "Statistiques descripti&ves",
+                      [](Dialog& d) { return d.ShowStatistics(); }),
+               Button("Priors.PrintPredictions", "P&révisions",
+                      [](Dialog& d) { return d.ShowPredictions(); }),
+               Note<Dialog>("Posterior.List", {}, kPosteriorTab,
+                            [](const Dialog& d) { return d.FixedInputList(); })},
+  });
 }
 
 }  // namespace

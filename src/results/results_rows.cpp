@@ -115,8 +115,6 @@ Control OneItem(std::string_view name, std::string_view label, int identifier) {
                    }}};
 }
 
-}  // namespace
-
 Control TrainSubset(std::string_view label) {
   return SubsetRadio<Subset::training>("TrainSubset", label, 50456);
 }
@@ -156,20 +154,6 @@ Control PrintPredictions() {
 Control Histograms() {
   return Action("Histograms", "&Histogrammes", kBaseTab, GraphButtonRow(50439), hasColumns,
                 [](Dialog& d) { return d.ShowHistograms(); });
-}
-
-Control SelectOutputForPlotting() {
-  return {.name = "SelectOutputForPlotting",
-          .kind = ControlKind::text,
-          .label = kDependentLabel,
-          .tab = kPlotTab,
-          .row = TextRow(50440),
-          .bind = {.text = Of::Text([](const Dialog& d) { return d.SelectedDependentText(); }),
-                   .enter = Of::Enter(
-                       [](Dialog& d, std::string_view text) { return d.SelectDependent(text); }),
-                   .offered = [](const CAnalysisDialog& d) {
-                     return static_cast<const Dialog&>(d).OfferedDependents();
-                   }}};
 }
 
 Control SelectedItemX() { return OneItem<&PlotChoice::x>("SelectedItemX", "Axe X", 50441); }
@@ -249,6 +233,59 @@ Control CodeGeneratorQVB() {
 Control CodeGeneratorPMML() {
   return Action("CodeGeneratorPMML", GetResourceString(1064), {}, CodeRow(kPmmlEntry), nullptr,
                 GeneratesCode<CodeKind::pmml>);
+}
+
+}  // namespace
+
+Control SelectOutputForPlotting() {
+  return {.name = "SelectOutputForPlotting",
+          .kind = ControlKind::text,
+          .label = kDependentLabel,
+          .tab = kPlotTab,
+          .row = TextRow(50440),
+          .bind = {.text = Of::Text([](const Dialog& d) { return d.SelectedDependentText(); }),
+                   .enter = Of::Enter(
+                       [](Dialog& d, std::string_view text) { return d.SelectDependent(text); }),
+                   .offered = [](const CAnalysisDialog& d) {
+                     return static_cast<const Dialog&>(d).OfferedDependents();
+                   }}};
+}
+
+std::vector<Control> ResultsTable(const OwnResultsRows& own) {
+  std::vector<Control> table = {
+      TrainSubset(own.subsetLabels[0]),
+      TestSubset(own.subsetLabels[1]),
+      Overall(),
+      SavePredictionsAndResiduals(),
+      own.summary,
+      own.model,
+      own.statistics,
+      own.crossValidation,
+      IncludeInputs(),
+      IncludeOutputs(),
+      IncludePredictions(),
+      IncludeResiduals(),
+      IncludeConfidence(),
+      PrintPredictions(),
+      Histograms(),
+      own.plotDependent,
+      SelectedItemX(),
+      SelectedItemsY(),
+      SelectedItemZ(),
+      PlotHistogramsOfX(),
+      Plot2DGraphOfXAndY(),
+      Plot3DGraphOfXYZ(),
+      IncludeCaseNames(),
+  };
+  const auto add = [&table](const std::vector<Control>& rows) {
+    table.insert(table.end(), rows.begin(), rows.end());
+  };
+  add(own.beforeTypedCases);
+  add({CustomPredictions(), PrintCustomPredictions()});
+  add(own.afterTypedCases);
+  add({CodeGenerator(), CodeGeneratorCLang(), CodeGeneratorQVB(), CodeGeneratorPMML()});
+  add(own.last);
+  return table;
 }
 
 Control NoCrossVPlot(std::string_view reason) {

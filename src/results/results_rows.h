@@ -1,8 +1,9 @@
-// The control rows that every results dialog has. A method lists them in its own table, between its
-// own rows.
+// The control rows that every results dialog has, and the order in which a method's own rows stand
+// between them.
 #pragma once
 
 #include <string_view>
+#include <vector>
 
 #include "host/control.h"
 
@@ -13,34 +14,40 @@ inline constexpr std::string_view kCrossValidationLabel = "Erreur de &validation
 inline constexpr std::string_view kDependentLabel = "Variable &dépendante :";
 inline constexpr std::string_view kCustomTab = "Prévisions perso.";
 
-Control TrainSubset(std::string_view label);
-Control TestSubset(std::string_view label);
-Control Overall();
-Control SavePredictionsAndResiduals();
-Control IncludeInputs();
-Control IncludeOutputs();
-Control IncludePredictions();
-Control IncludeResiduals();
-Control IncludeConfidence();
-Control PrintPredictions();
-Control Histograms();
-Control SelectOutputForPlotting();
-Control SelectedItemX();
-Control SelectedItemsY();
-Control SelectedItemZ();
-Control PlotHistogramsOfX();
-Control Plot2DGraphOfXAndY();
-Control Plot3DGraphOfXYZ();
-Control IncludeCaseNames();
-Control CustomPredictions();
-Control PrintCustomPredictions();
-Control CodeGenerator();
-Control CodeGeneratorCLang();
-Control CodeGeneratorQVB();
-Control CodeGeneratorPMML();
+/// A method's own rows, in the places where they stand between the shared ones.
+struct OwnResultsRows {
+  const std::string_view (&subsetLabels)[3];
+  Control summary, model, statistics, crossValidation, plotDependent;
+  std::vector<Control> beforeTypedCases, afterTypedCases;
+  std::vector<Control> last;  // outside the automation interface
+};
+std::vector<Control> ResultsTable(const OwnResultsRows& own);
 
+Control SelectOutputForPlotting();
 /// Members of the interface that a method's results lack, with the reason that a call is given.
 Control NoCrossVPlot(std::string_view reason);
 Control NoSelectOutputForPlotting(std::string_view reason);
+
+/// A button that shows what `act` makes: tables (role 4) or graphs (6).
+template <class Dialog, class Act>
+Control DocumentButton(std::string_view name, std::string_view label, std::string_view tab,
+                       int identifier, Act act, Rule enabled = nullptr, int role = 4) {
+  return {.name = name,
+          .kind = ControlKind::action,
+          .label = label,
+          .tab = tab,
+          .row = {.identifier = identifier, .role = role, .kind = 1, .type = 1},
+          .enabled = enabled,
+          .bind = {.press = On<Dialog>::Press(act)}};
+}
+
+template <class Dialog, class Text>
+Control Note(std::string_view name, std::string_view label, std::string_view tab, Text text) {
+  return {.name = name,
+          .kind = ControlKind::note,
+          .label = label,
+          .tab = tab,
+          .bind = {.text = On<Dialog>::Text(text)}};
+}
 
 }  // namespace qrvml::rows

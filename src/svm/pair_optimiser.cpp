@@ -97,6 +97,7 @@ OptimisationResult PairOptimiser::Solve() {
     Optimise(i, j);
   } while (state_.iterationCount < state_.maxIterations);
   state_.counts.iterations += state_.iterationCount;
+  if (state_.iterationCount >= state_.maxIterations) ++state_.counts.limited;
   return Result();
 }
 

@@ -132,8 +132,25 @@ bool SVMDialog::OnOK() {
         && Train([this](bool silent) { return engine_.TrainSvm(silent); },
                  engine_.display)))  // texts of the parameter check, 104, 155
     return false;
+  TellAboutModel();
   ExitToResults();
   return true;
+}
+
+void SVMDialog::TellAboutModel() const {
+  const HostServices& services = analysis().services();
+  const auto warn = [&services](const std::string& text) {
+    services.messages->DspMessageBox(BoxType::information, 0, "warning: " + text);
+  };
+  if (const std::int64_t limited = engine_.solver.counts.limited; limited > 0)
+    warn("training stopped at the iteration limit (MaxNoOfIterations = " +
+         std::to_string(engine_.solver.maxIterations) + ") in " + std::to_string(limited) + " of " +
+         std::to_string(engine_.model->constants.size()) +
+         " decision functions, short of the stopping accuracy");
+  const auto& dependents = data().roles().dependents;
+  if (dependents.size() > 1)
+    warn("the model predicts " + services.file->getvn5(dependents[0]) + ", the first of " +
+         std::to_string(dependents.size()) + " dependents, alone");
 }
 
 bool SVMDialog::ReadScalingRanges() {

@@ -88,6 +88,7 @@ struct SVMModel {
 /// Work done since SvmTrain began.
 struct SVMCounts {
   std::int64_t iterations = 0;        // of all decision functions
+  std::int64_t limited = 0;           // decision functions that the iteration limit ended
   std::int64_t columnsComputed = 0;   // requests for a kernel column of which something was missing
   std::int64_t columnsHit = 0;        // requests that the cache answered whole
   std::int64_t elementsComputed = 0;  // kernel values

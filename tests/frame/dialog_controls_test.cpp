@@ -5,6 +5,7 @@
 #include <functional>
 #include <set>
 
+#include "frame/machine_learning.h"
 #include "host/numerics.h"
 #include "knn/knn_dialog.h"
 #include "support/scripted_host.h"
@@ -17,17 +18,22 @@ TableFile Flowers() {
                    {"1 2 a 1", "2 3 b 1", "3 5 a 2", "4 4 b 1", "5 1 a 2", "6 2 b 1", "7 7 a 1"});
 }
 
-/// Calls `check` with each dialog of the sequence, the results dialog after training; each in a
-/// session of its own.
-void ForEachDialog(const std::function<void(AnalysisSession&)>& check) {
+/// Calls `check` with each dialog of the sequence, the results dialog after training, and with the
+/// two modal ones; each in a session of its own.
+void ForEachDialog(const std::function<void(CAnalysisDialog&)>& check) {
   const struct {
     const char *name, *kind;  // no kind: the startup dialog
-    bool isResults;
-  } dialogs[] = {
-      {"MachineLearningStartup", "", false},          {"MachineLearningSVM", "scMLSVM", false},
-      {"MachineLearningResultsSVM", "scMLSVM", true}, {"MachineLearningKNN", "scMLKNN", false},
-      {"MachineLearningResultsKNN", "scMLKNN", true}, {"MachineLearningNB", "scMLNB", false},
-      {"MachineLearningResultsNB", "scMLNB", true}};
+    bool isResults = false;
+    const char* modal = "";  // the button that opens it; OK: "OK"
+  } dialogs[] = {{"MachineLearningStartup", ""},
+                 {"MachineLearningSVM", "scMLSVM"},
+                 {"MachineLearningResultsSVM", "scMLSVM", true},
+                 {"MachineLearningKNN", "scMLKNN"},
+                 {"MachineLearningResultsKNN", "scMLKNN", true},
+                 {"MachineLearningNB", "scMLNB"},
+                 {"MachineLearningResultsNB", "scMLNB", true},
+                 {"MachineLearningPenaltySelection", "scMLSVM", false, "OK"},
+                 {"", "scMLKNN", false, "Sample"}};
   for (const auto& dialog : dialogs) {
     SCOPED_TRACE(dialog.name);
     AnalysisSession session(Flowers());
@@ -36,23 +42,40 @@ void ForEachDialog(const std::function<void(AnalysisSession&)>& check) {
       session.Put("TypeOfAnalysis", dialog.kind);
       ASSERT_TRUE(session.OK().Succeeded());
     }
-    if (dialog.isResults) {
+    const std::string modal = dialog.modal;
+    if (dialog.isResults || modal == "OK") {
       session.Put("Variables", "| kind | length width | part");
       session.Put("UseFirstNCases", 1);
       session.Put("NValue", 5);
-      ASSERT_TRUE(session.OK().Succeeded());
     }
-    ASSERT_EQ(session.dialog().Name(), dialog.name);
-    check(session);
+    if (dialog.isResults) ASSERT_TRUE(session.OK().Succeeded());
+    int checked = 0;
+    const auto checkOne = [&](CAnalysisDialog& one) {
+      ++checked;
+      EXPECT_EQ(one.InterfaceName(), dialog.name);
+      check(one);
+    };
+    if (modal.empty()) {
+      checkOne(*session.host.dialog);
+    } else {
+      session.host.isAutomation = false;
+      session.host.modal = [&](int, CAnalysisDialog& one) {
+        checkOne(one);
+        return false;
+      };
+      session.Put(modal == "OK" ? "UsePenalty" : "UseSubsetvariable", 1);
+      EXPECT_FALSE((modal == "OK" ? session.OK() : session.Press("Sample")).Succeeded());
+    }
+    EXPECT_EQ(checked, 1);
   }
 }
 
 TEST(ControlTables, NameEveryControlAndEveryAutomatedRowOnce) {
-  ForEachDialog([](AnalysisSession& session) {
+  ForEachDialog([](CAnalysisDialog& dialog) {
     std::set<std::string_view> names;
     std::set<int> identifiers;
     std::size_t automated = 0;
-    for (const Control& control : session.dialog().Controls()) {
+    for (const Control& control : dialog.Controls()) {
       EXPECT_TRUE(names.insert(control.name).second) << control.name;
       if (!control.IsAutomated()) continue;
       if (!control.refusal.empty()) continue;  // has no row
@@ -63,8 +86,8 @@ TEST(ControlTables, NameEveryControlAndEveryAutomatedRowOnce) {
           << control.name;
       EXPECT_EQ(std::ranges::find(kAnswerNames, control.name), std::end(kAnswerNames));
     }
-    EXPECT_EQ(session.dialog().DialogControlDescr().size(), automated);
-    for (const ControlDescription& row : session.dialog().DialogControlDescr()) {
+    EXPECT_EQ(dialog.Automation()->DialogControlDescr().size(), automated);
+    for (const ControlDescription& row : dialog.Automation()->DialogControlDescr()) {
       EXPECT_EQ(row.flag, 1);
       EXPECT_EQ(row.zero1 + row.zero2, 0);
     }
@@ -72,43 +95,61 @@ TEST(ControlTables, NameEveryControlAndEveryAutomatedRowOnce) {
 }
 
 TEST(ControlTables, HaveDefaultsInsideTheirRanges) {
-  ForEachDialog([](AnalysisSession& session) {
-    int ranged = 0;
-    for (const Control& control : session.dialog().Controls()) {
+  ForEachDialog([](CAnalysisDialog& dialog) {
+    for (const Control& control : dialog.Controls()) {
       if (control.range.lowest == control.range.highest || control.bind.number == nullptr) continue;
-      ++ranged;
-      const double value = control.bind.number(*session.host.dialog);
+      const double value = control.bind.number(dialog);
       EXPECT_GE(value, control.range.lowest) << control.name;
       EXPECT_LE(value, control.range.highest) << control.name;
     }
-    EXPECT_EQ(ranged > 0, session.dialog().Name() != "MachineLearningStartup" &&
-                              session.dialog().Name() != "MachineLearningResultsSVM");
   });
 }
 
 TEST(ControlTables, EveryValueThatCanBePutIsReadBack) {
-  ForEachDialog([](AnalysisSession& session) {
-    if (session.dialog().Name() == "MachineLearningSVM")
-      session.Put("Variables", "| kind | length width | part");
-    for (const Control& control : session.dialog().Controls()) {
+  ForEachDialog([](CAnalysisDialog& dialog) {
+    QrvAnalysisDialog& automation = *dialog.Automation();
+    const auto put = [&](std::string_view name, const AutomationValue& value) {
+      EXPECT_TRUE(automation.Put(name, value).Succeeded()) << name;
+    };
+    const auto number = [&](std::string_view name) {
+      AutomationValue value;
+      EXPECT_TRUE(automation.Get(name, value).Succeeded()) << name;
+      return value.number;
+    };
+    int puts = 0;
+    if (dialog.InterfaceName() == "MachineLearningSVM")
+      put("Variables", AutomationValue::Text("| kind | length width | part"));
+    for (const Control& control : dialog.Controls()) {
       if (control.group == "SVM pour Régression") continue;  // not for this dependent
       const bool isNumber =
           control.kind == ControlKind::integer || control.kind == ControlKind::real;
       if (isNumber) {
-        session.Put(control.name, 3);
-        EXPECT_EQ(session.Number(control.name), 3) << control.name;
-        session.Put(control.name, "-12");  // out of range: kept until it is needed
-        EXPECT_EQ(session.Number(control.name), -12) << control.name;
+        put(control.name, AutomationValue::Number(3));
+        EXPECT_EQ(number(control.name), 3) << control.name;
+        put(control.name, AutomationValue::Text("-12"));  // out of range: kept until it is needed
+        EXPECT_EQ(number(control.name), -12) << control.name;
       } else if (control.kind == ControlKind::radio ||
                  (control.kind == ControlKind::check && control.name != "Sample.Active" &&
                   control.name != "UseCrossvalidationSample")) {
-        session.Put(control.name, 1);
-        EXPECT_EQ(session.Number(control.name), 1) << control.name;
-        session.Put(control.name, 0);
-        EXPECT_EQ(session.Number(control.name), control.kind == ControlKind::radio ? 1 : 0)
+        put(control.name, AutomationValue::Number(1));
+        EXPECT_EQ(number(control.name), 1) << control.name;
+        put(control.name, AutomationValue::Number(0));
+        EXPECT_EQ(number(control.name), control.kind == ControlKind::radio ? 1 : 0)
             << control.name;  // switching a radio off changes nothing
+      } else if (control.name == "Penalties" || control.name == "Code") {
+        put(control.name, AutomationValue::Text("3 2 "));
+        AutomationValue text;
+        EXPECT_TRUE(automation.Get(control.name, text).Succeeded());
+        EXPECT_EQ(text.text, "3 2 ");
+      } else if (control.name == "TypeOfAnalysis") {
+        put(control.name, AutomationValue::Text("scMLNB"));
+        EXPECT_EQ(number(control.name), scMLNB);
+      } else {
+        continue;
       }
+      ++puts;
     }
+    EXPECT_GT(puts, 0);
   });
 }
 

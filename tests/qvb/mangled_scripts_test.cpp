@@ -1,7 +1,6 @@
 #include <random>
 
 #include "qvb/node_objects.h"
-#include "qvb/node_scripts.h"
 #include "qvb/script_runner.h"
 
 namespace qrvml::test {
@@ -145,10 +144,6 @@ TEST(MangledScripts, EndWithAnErrorOrWithinTheLimits) {
 }
 
 TEST(MangledScripts, AreCutAnywhere) {
-  const std::string script = NodeScript(1, true, 3);
-  for (std::size_t length = 0; length < script.size(); length += 17) {
-    EXPECT_FALSE(Ends(script.substr(0, length))) << length;
-  }
   const std::string statements = kManyStatements;
   for (std::size_t length = 0; length < statements.size(); ++length)
     Ends(statements.substr(0, length));

@@ -1,10 +1,5 @@
 #include "qvb/node_objects.h"
 
-#include <algorithm>
-#include <cmath>
-#include <numeric>
-
-#include "qvb/node_scripts.h"
 #include "qvb/script_runner.h"
 
 namespace qrvml::test {
@@ -43,87 +38,102 @@ RowTable Cases() {
                    {9, 11, -3, 25, 1}});
 }
 
-struct Expected {
-  double mean;
-  double classCode;
-};
+/// In the form of the generated scripts: checks its input, then copies the second continuous
+/// predictor and one variable of each other kind.
+constexpr const char* kCopies = R"('#Uses "*CommonProspectorInputErrorMessages.qvx"
+Option Base 1
+Public NoContInputs As Integer
+Private Sub SubsetNode( _
+	DataIn() As InputDescriptor, _
+	DataOut() As InputDescriptor)
 
-/// The same by plain arithmetic on the prototypes.
-Expected Predicted(const std::vector<double>& row, int metric, bool weighted, int neighbours) {
-  const auto& prototypes = NodePrototypes();
-  const double scale[] = {0.25, 0.04};
-  std::vector<double> distances;
-  for (const auto& prototype : prototypes) {
-    double distance = 0;
-    for (int i = 0; i < 3; ++i) {
-      const double step = i < 2 ? std::abs(scale[i] * (row[2 + i] - prototype[2 + i]))
-                          : row[2 + i] == prototype[2 + i] ? 0.0
-                                                           : 1.0;
-      distance =
-          metric == 3 ? std::max(distance, step) : distance + (metric == 2 ? step : step * step);
-    }
-    distances.push_back(metric == 0 ? std::sqrt(distance) : distance);
-  }
-  std::vector<std::size_t> order(prototypes.size());
-  std::iota(order.begin(), order.end(), 0u);
-  std::stable_sort(order.begin(), order.end(),
-                   [&](std::size_t a, std::size_t b) { return distances[a] < distances[b]; });
-  double sum = 0;
-  double weights = 0;
-  double votes[3] = {0, 0, 0};
-  const double classes[] = {13, 11, 12};
-  for (int k = 0; k < neighbours; ++k) {
-    const double weight = weighted ? std::exp(-distances[order[k]]) : 1;
-    sum += weight * prototypes[order[k]][0];
-    weights += weight;
-    for (int c = 0; c < 3; ++c) votes[c] += prototypes[order[k]][1] == classes[c] ? weight : 0;
-  }
-  return {sum / weights, classes[std::max_element(votes, votes + 3) - votes]};
-}
+NoContInputs=2
+	Lower = LBound( DataIn )
+	Upper = UBound( DataIn )
+	Dim MinerError As ProspectorInputErrors
 
-TEST(NodeScript, PredictsWhatPlainArithmeticPredicts) {
+	For i=Lower To Upper
+		MinerError = CheckInputErrorNumber(DataIn(i))
+		If MinerError <> StartOfCommonProspectorInputErrors Then	GoTo ErrorHandler
+	Next i
+	ReDim DataOut( Lower To Upper )
+	Dim Docs As Spreadsheet
+	Dim Inputdes As InputDescriptor
+
+	For i=Lower To Upper
+		Set Docs = new Spreadsheet
+		Set Inputdes = new InputDescriptor
+		Dim NumberOfCases As Integer
+		NumberOfCases = DataIn(i).DataSource.NumberOfCases
+		Docs.SetSize(NumberOfCases, 2)
+
+		For j=1 To NumberOfCases
+			Docs.CaseName(j) = DataIn(i).DataSource.CaseName(j)
+			Docs.Value(j, 1) = DataIn(i).DataSource.Value(j, DataIn(i).ContinuousPredictors(2))
+			Docs.Value(j, 2) = DataIn(i).DataSource.Value(j, DataIn(i).CategoricalPredictors(1))
+			Docs.Value(j, 3) = DataIn(i).DataSource.Value(j, DataIn(i).ContinuousDependentVariables(1))
+			Docs.Value(j, 4) = DataIn(i).DataSource.Value(j, DataIn(i).CategoricalDependentVariables(1))
+			If docs.value(j, 3)=MissingCode Then
+				Docs.Value(j, 1) = 0
+			End If
+		Next j
+
+			Docs.InputSpreadsheet = True
+			Inputdes.DataSource = Docs
+			Set DataOut(i) = Inputdes
+			DataOut(I).SourceId = DataIn(i).Id
+
+			Set Inputdes = Nothing
+			Set Docs = Nothing
+	Next i
+
+ExitPort:
+	Exit Sub
+
+ErrorHandler:
+	DisplayCommonProspectorError( MinerError )
+	GoTo ExitPort
+End Sub
+
+Private Function CheckInputErrorNumber( ByVal ID As InputDescriptor ) _
+	As ProspectorInputErrors
+	CheckInputErrorNumber = StartOfCommonProspectorInputErrors
+	If ID.NumberOfContinuousPredictors <> NoContInputs Then
+		CheckInputErrorNumber = NoContinuousPredictor
+	End If
+End Function
+)";
+
+TEST(NodeScript, ReadsItsInputByRoleAndFillsASheet) {
   const RowTable table = Cases();
-  for (int metric = 0; metric < 4; ++metric) {
-    for (const bool weighted : {false, true}) {
-      const NodeOutput output =
-          RunNodeScript("knn.qvb", NodeScript(metric, weighted, 3), InputOf(table), {});
-      ASSERT_EQ(output.sheet.cases, table.Cases());
-      ASSERT_EQ(output.sheet.columns.size(), 4u) << "the sheet has grown";
-      for (int row = 0; row < table.Cases(); ++row) {
-        const Expected expected = Predicted(table.rows[row], metric, weighted, 3);
-        const double observed = table.rows[row][0];
-        EXPECT_NEAR(output.sheet.columns[0][row], expected.mean, 1e-12);
-        EXPECT_NEAR(output.sheet.columns[1][row],
-                    observed == -9999 ? -9999 : observed - expected.mean, 1e-12);
-        EXPECT_EQ(output.sheet.columns[2][row], expected.classCode) << metric << weighted << row;
-        const double wrong = table.rows[row][1] == -9999                ? -9999
-                             : table.rows[row][1] == expected.classCode ? 0
-                                                                        : 1;
-        EXPECT_EQ(output.sheet.columns[3][row], wrong);
-        EXPECT_EQ(output.sheet.caseNames.at(row + 1), "case " + std::to_string(row + 1));
-      }
-    }
+  const NodeOutput output = RunNodeScript("copies.qvb", kCopies, InputOf(table), {});
+  ASSERT_EQ(output.sheet.cases, table.Cases());
+  ASSERT_EQ(output.sheet.columns.size(), 4u) << "the sheet has grown";
+  for (int row = 0; row < table.Cases(); ++row) {
+    const std::vector<double>& cells = table.rows[row];
+    const double expected[] = {cells[0] == -9999 ? 0 : cells[3], cells[4], cells[0], cells[1]};
+    for (int column = 0; column < 4; ++column)
+      EXPECT_EQ(output.sheet.columns[column][row], expected[column]) << row << ' ' << column;
+    EXPECT_EQ(output.sheet.caseNames.at(row + 1), "case " + std::to_string(row + 1));
   }
 }
 
 TEST(NodeScript, TellsWhatIsWrongWithItsInput) {
   const RowTable table = Cases();
+  const auto reason = [](const NodeInput& input) -> std::string {
+    try {
+      RunNodeScript("copies.qvb", kCopies, input, {});
+    } catch (const ScriptError& error) {
+      return error.reason;
+    }
+    return "none";
+  };
   NodeInput input = InputOf(table);
   input.continuousPredictors = {3};
-  try {
-    RunNodeScript("knn.qvb", NodeScript(0, false, 3), input, {});
-    ADD_FAILURE() << "no error";
-  } catch (const ScriptError& error) {
-    EXPECT_EQ(error.reason, "The input does not have as many continuous predictors as the model.");
-  }
+  EXPECT_EQ(reason(input), "The input does not have as many continuous predictors as the model.");
   input = InputOf(table);
   input.categoricalDependents.clear();
-  try {
-    RunNodeScript("knn.qvb", NodeScript(0, false, 3), input, {});
-    ADD_FAILURE() << "no error";
-  } catch (const ScriptError& error) {
-    EXPECT_EQ(error.reason, "Subscript out of range: 1 is not in 1 To 0");
-  }
+  EXPECT_EQ(reason(input), "Subscript out of range: 1 is not in 1 To 0");
   EXPECT_THROW(RunNodeScript("x", "Sub Other\nEnd Sub", input, {}), ScriptError);
 }
 

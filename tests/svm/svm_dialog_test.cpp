@@ -392,6 +392,30 @@ TEST(SvmDialog, ScalesOncePerOkAndIntoTheRangesThatAreShown) {
   }
 }
 
+TEST(SvmDialog, WarnsOfAModelThatIsNotWhatItMaySeem) {
+  const struct {
+    const char *variables, *iterations;
+    std::vector<std::string> warnings;
+  } rows[] = {{"| k | x z |", "1000", {}},
+              {"| k | x z |",
+               "1",
+               {"warning: training stopped at the iteration limit (MaxNoOfIterations = 1) in 3 of "
+                "3 decision "
+                "functions, short of the stopping accuracy"}},
+              {"y part | | x |",
+               "2000",
+               {"warning: the model predicts y, the first of 2 dependents, alone"}}};
+  for (const auto& row : rows) {
+    SvmSession session(row.variables);
+    session.Put("ScaleInputs", 1);
+    session.Put("MaxNoOfIterations", row.iterations);
+    ASSERT_TRUE(session.Accept().Succeeded());
+    std::vector<std::string> warnings;
+    for (const auto& message : session.host.messages) warnings.push_back(message.text);
+    EXPECT_EQ(warnings, row.warnings);
+  }
+}
+
 TEST(SvmDialog, ShowsItsProgressOnlyToAPerson) {
   SvmSession session("| k | x z |");
   session.Put("ApplyCrossV", 1);
