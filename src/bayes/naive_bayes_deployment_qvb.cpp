@@ -182,11 +182,7 @@ void NaiveBayesCode::QvbInitialisation(CodeWriter& out) {
   PutCount(out, "NoCatInputs", categorical());
   PutCount(out, "NoInputs", inputs.size());
   out.Put("\n");
-  for (std::size_t k = 0; k < inputs.size(); ++k) {
-    PutQvbPlace(out, "InputIndex", {k});
-    out.PutInteger(inputs[k].number);
-    out.Put("\n");
-  }
+  PutQvbVariables(out, "InputIndex", inputs);
   PutQvbNominals(out, "NoInputNominals", "InputNominals", std::span(inputs).subspan(continuous()));
   PutCount(out, "NoOutputs", dependents());
   PutCount(out, "OutputIndex", static_cast<std::size_t>(variables_.dependents[0].number));
@@ -213,8 +209,7 @@ void NaiveBayesCode::QvbInitialisation(CodeWriter& out) {
 }
 
 void NaiveBayesCode::QvbCase(CodeWriter& out) {
-  PutQvbReading(out, "Inputs", "", "NoContInputs", "ContinuousPredictors");
-  PutQvbReading(out, "Inputs", "NoContInputs", "NoCatInputs", "CategoricalPredictors");
+  PutQvbInputReading(out);
   out.Put("\n");
   PutQvbReading(out, "Outputs", "", "NoOutputs", "CategoricalDependentVariables");
   out.Put("\n");

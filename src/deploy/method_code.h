@@ -112,6 +112,8 @@ void PutCList(CodeWriter& out, std::string_view head, std::span<const double> va
 /// places after `offset` (empty: from the first) they take.
 void PutQvbReading(CodeWriter& out, std::string_view array, std::string_view offset,
                    std::string_view count, std::string_view role);
+/// The loops that read all inputs of case j.
+void PutQvbInputReading(CodeWriter& out);
 /// "name(1, 2)=", the indices counted from 0, with the given text between them.
 // Inline: scripts hold millions of them.
 inline void PutQvbPlace(CodeWriter& out, std::string_view name,
@@ -126,6 +128,9 @@ inline void PutQvbPlace(CodeWriter& out, std::string_view name,
   out.Put(")=");
 }
 
+/// The variables' numbers in the data file.
+void PutQvbVariables(CodeWriter& out, std::string_view name,
+                     std::span<const DeployedVariable> variables);
 /// The numbers of classes of categorical variables, then their codes, in text order.
 void PutQvbNominals(CodeWriter& out, std::string_view counts, std::string_view codes,
                     std::span<const DeployedVariable> categorical);

@@ -108,6 +108,20 @@ void PutQvbReading(CodeWriter& out, std::string_view array, std::string_view off
             {"end", LoopEnd(kQvb, "k")}});
 }
 
+void PutQvbInputReading(CodeWriter& out) {
+  PutQvbReading(out, "Inputs", "", "NoContInputs", "ContinuousPredictors");
+  PutQvbReading(out, "Inputs", "NoContInputs", "NoCatInputs", "CategoricalPredictors");
+}
+
+void PutQvbVariables(CodeWriter& out, std::string_view name,
+                     std::span<const DeployedVariable> variables) {
+  for (std::size_t i = 0; i < variables.size(); ++i) {
+    PutQvbPlace(out, name, {i});
+    out.PutInteger(variables[i].number);
+    out.Put("\n");
+  }
+}
+
 void PutQvbNominals(CodeWriter& out, std::string_view counts, std::string_view codes,
                     std::span<const DeployedVariable> categorical) {
   for (std::size_t i = 0; i < categorical.size(); ++i) {

@@ -246,12 +246,6 @@ void PutAssignments(CodeWriter& out, std::string_view name, std::size_t count, P
   }
 }
 
-void PutNumbers(CodeWriter& out, std::string_view name,
-                const std::vector<DeployedVariable>& variables) {
-  PutAssignments(out, name, variables.size(),
-                 [&](std::size_t i) { out.PutInteger(variables[i].number); });
-}
-
 }  // namespace
 
 void KnnCode::QvbDeclarations(CodeWriter& out) {
@@ -271,7 +265,7 @@ void KnnCode::QvbInitialisation(CodeWriter& out) {
   out.Fill(kInputCounts, {{"nc", variables_.ContinuousInputs()},
                           {"nk", variables_.CategoricalInputs()},
                           {"ni", inputs.size()}});
-  PutNumbers(out, "InputIndex", inputs);
+  PutQvbVariables(out, "InputIndex", inputs);
   out.Put("\n");
   PutQvbNominals(out, "NoInputNominals", "InputNominals",
                  std::span(inputs).subspan(variables_.ContinuousInputs()));
@@ -283,7 +277,7 @@ void KnnCode::QvbInitialisation(CodeWriter& out) {
   putScaling("InputScale", scales());
   out.Fill(kOutputCounts,
            {{"mc", variables_.ContinuousDependents()}, {"mk", variables_.CategoricalDependents()}});
-  PutNumbers(out, "OutputIndex", dependents);
+  PutQvbVariables(out, "OutputIndex", dependents);
   PutQvbNominals(out, "NoOutputNominals", "OutputNominals",
                  std::span(dependents).subspan(variables_.ContinuousDependents()));
   out.Fill(kSettings, {{"weighted", engine_.weighted ? "True" : "False"},
@@ -310,8 +304,7 @@ void KnnCode::QvbInitialisation(CodeWriter& out) {
 }
 
 void KnnCode::QvbCase(CodeWriter& out) {
-  PutQvbReading(out, "Inputs", "", "NoContInputs", "ContinuousPredictors");
-  PutQvbReading(out, "Inputs", "NoContInputs", "NoCatInputs", "CategoricalPredictors");
+  PutQvbInputReading(out);
   out.Put("\n");
   PutQvbReading(out, "Outputs", "", "NoContOutputs", "ContinuousDependentVariables");
   PutQvbReading(out, "Outputs", "", "NoCatOutputs", "CategoricalDependentVariables");

@@ -265,8 +265,7 @@ void SvmCode::QvbInitialisation(CodeWriter& out) {
   const auto& inputs = variables_.inputs;
   out.Fill(kCounts,
            {{"nc", continuous()}, {"nk", categorical()}, {"ni", inputs.size()}, {"nd", columns()}});
-  for (std::size_t i = 0; i < inputs.size(); ++i)
-    PutInteger(out, "InputIndex", {i}, inputs[i].number);
+  PutQvbVariables(out, "InputIndex", inputs);
   out.Put("\n");
   const auto categories = std::span(inputs).subspan(continuous());
   for (std::size_t i = 0; i < categories.size(); ++i)
@@ -319,8 +318,7 @@ void SvmCode::QvbInitialisation(CodeWriter& out) {
 }
 
 void SvmCode::QvbCase(CodeWriter& out) {
-  PutQvbReading(out, "Inputs", "", "NoContInputs", "ContinuousPredictors");
-  PutQvbReading(out, "Inputs", "NoContInputs", "NoCatInputs", "CategoricalPredictors");
+  PutQvbInputReading(out);
   out.Fill(kPrediction, {{"role", model_.IsClassification() ? "CategoricalDependentVariables"
                                                             : "ContinuousDependentVariables"}});
 }
