@@ -48,7 +48,9 @@ void ForEachDialog(const std::function<void(CAnalysisDialog&)>& check) {
       session.Put("UseFirstNCases", 1);
       session.Put("NValue", 5);
     }
-    if (dialog.isResults) ASSERT_TRUE(session.OK().Succeeded());
+    if (dialog.isResults) {
+      ASSERT_TRUE(session.OK().Succeeded());
+    }
     int checked = 0;
     const auto checkOne = [&](CAnalysisDialog& one) {
       ++checked;
