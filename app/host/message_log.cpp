@@ -5,8 +5,8 @@ namespace qrvml {
 BoxButton MessageLog::DspMessageBox(BoxType type, int number, std::string_view text) {
   messages_.push_back({number, std::string(text), step});
   if (show) show(messages_.back());
-  const bool warns = type == BoxType::information && number == 0 && text.starts_with("warning: ");
-  const bool asks = ask && !warns && !answers_.Has(AnswerMember::option);
+  const bool notes = type == BoxType::information && number == 0 && text.starts_with("note: ");
+  const bool asks = ask && !notes && !answers_.Has(AnswerMember::option);
   if (asks) {
     const LoggedMessage asked = messages_.back();
     return ask(type, asked);

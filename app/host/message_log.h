@@ -16,7 +16,7 @@ struct LoggedMessage {
   std::string step;  // what was running: "OK" or a step of the results dialog
 };
 
-/// Information is logged and shown; a text of "warning: …" waits for nobody to read it. A question
+/// Information is logged and shown; a text of "note: …" waits for nobody to read it. A question
 /// takes the answer that was set beforehand (OK or Cancel); without one it is cancelled, which a
 /// note tells.
 class MessageLog : public MessageServices {

@@ -139,17 +139,17 @@ bool SVMDialog::OnOK() {
 
 void SVMDialog::TellAboutModel() const {
   const HostServices& services = analysis().services();
-  const auto warn = [&services](const std::string& text) {
-    services.messages->DspMessageBox(BoxType::information, 0, "warning: " + text);
+  const auto note = [&services](const std::string& text) {
+    services.messages->DspMessageBox(BoxType::information, 0, "note: " + text);
   };
   if (const std::int64_t limited = engine_.solver.counts.limited; limited > 0)
-    warn("training stopped at the iteration limit (MaxNoOfIterations = " +
+    note("training stopped at the iteration limit (MaxNoOfIterations = " +
          std::to_string(engine_.solver.maxIterations) + ") in " + std::to_string(limited) + " of " +
          std::to_string(engine_.model->constants.size()) +
          " decision functions, short of the stopping accuracy");
   const auto& dependents = data().roles().dependents;
   if (dependents.size() > 1)
-    warn("the model predicts " + services.file->getvn5(dependents[0]) + ", the first of " +
+    note("the model predicts " + services.file->getvn5(dependents[0]) + ", the first of " +
          std::to_string(dependents.size()) + " dependents, alone");
 }
 

@@ -392,27 +392,26 @@ TEST(SvmDialog, ScalesOncePerOkAndIntoTheRangesThatAreShown) {
   }
 }
 
-TEST(SvmDialog, WarnsOfAModelThatIsNotWhatItMaySeem) {
+TEST(SvmDialog, TellsOfAModelThatIsNotWhatItMaySeem) {
   const struct {
     const char *variables, *iterations;
-    std::vector<std::string> warnings;
-  } rows[] = {{"| k | x z |", "1000", {}},
-              {"| k | x z |",
-               "1",
-               {"warning: training stopped at the iteration limit (MaxNoOfIterations = 1) in 3 of "
-                "3 decision "
-                "functions, short of the stopping accuracy"}},
-              {"y part | | x |",
-               "2000",
-               {"warning: the model predicts y, the first of 2 dependents, alone"}}};
+    std::vector<std::string> notes;
+  } rows[] = {
+      {"| k | x z |", "1000", {}},
+      {"| k | x z |",
+       "1",
+       {"note: training stopped at the iteration limit (MaxNoOfIterations = 1) in 3 of "
+        "3 decision "
+        "functions, short of the stopping accuracy"}},
+      {"y part | | x |", "2000", {"note: the model predicts y, the first of 2 dependents, alone"}}};
   for (const auto& row : rows) {
     SvmSession session(row.variables);
     session.Put("ScaleInputs", 1);
     session.Put("MaxNoOfIterations", row.iterations);
     ASSERT_TRUE(session.Accept().Succeeded());
-    std::vector<std::string> warnings;
-    for (const auto& message : session.host.messages) warnings.push_back(message.text);
-    EXPECT_EQ(warnings, row.warnings);
+    std::vector<std::string> notes;
+    for (const auto& message : session.host.messages) notes.push_back(message.text);
+    EXPECT_EQ(notes, row.notes);
   }
 }
 
