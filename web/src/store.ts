@@ -194,6 +194,9 @@ let source: EventSource | null = null;
 
 export async function connect(): Promise<void> {
   source?.close();
+  // The ends of calls that a lost connection kept from this tab: the state has what they did.
+  for (const resolve of waiting.values()) resolve(nothingDone);
+  waiting.clear();
   try {
     page.state = await get<State>('state');
   } catch (error) {
@@ -229,7 +232,15 @@ export async function connect(): Promise<void> {
 
 // --- calls ----------------------------------------------------------------------------------------
 
-const queues = new Map<number, Promise<unknown>>();
+const nothingDone: CallResult = {
+  analysis: 0,
+  call: 0,
+  done: true,
+  ok: false,
+  error: '',
+  control: '',
+};
+const queues = new Map<string, Promise<unknown>>();
 
 /**
  * Makes calls of a dialog, in the order in which they were asked for. Resolves when they are done,
@@ -253,21 +264,20 @@ export function attempt(analysis: number, dialog: number, ...calls: Call[]): Pro
       const result = await post<CallResult>(`analyses/${analysis}/calls`, { dialog, calls });
       takeControls(dialogOf(findAnalysis(analysis), dialog), result.controls ?? []);
       changed();
-      return result;
+      if (result.done) return result;
+      const key = callKey(result);
+      return arrived.get(key) ?? (await new Promise<CallResult>(done => waiting.set(key, done)));
     } catch (error) {
       if (!(error instanceof Refusal && error.status === 409)) say(error);
-      return { analysis, call: 0, done: true, ok: false, error: '', control: '' };
+      return { ...nothingDone, analysis };
     }
   };
-  const sent = (queues.get(dialog) ?? Promise.resolve()).then(run);
-  queues.set(dialog, sent);
-  return sent.then(async result => {
-    if (result.done) return result;
-    return (
-      arrived.get(callKey(result)) ??
-      new Promise<CallResult>(done => waiting.set(callKey(result), done))
-    );
-  });
+  // The next call waits until this one is done: the server refuses it while something runs. One that
+  // comes too late, because the dialog has gone, is refused then, and has nothing to say.
+  const queue = `${analysis}/${dialog}`;
+  const sent = (queues.get(queue) ?? Promise.resolve()).then(run);
+  queues.set(queue, sent);
+  return sent;
 }
 
 export async function answer(analysis: number, request: number, fields: object): Promise<void> {

@@ -175,3 +175,42 @@ test('variables stand once in a list, and in two lists are noticed', () => {
   assert.deepEqual(inTwoRoles(withAdded(lists, 1, [2])), [2]);
   assert.deepEqual(inTwoRoles(lists), []);
 });
+
+test('a call waits until the one before it is done, which may be long after its reply', async () => {
+  const made: string[] = [];
+  const heard = new Map<string, (event: { data: string }) => void>();
+  const reply = (url: string, body?: string) => {
+    if (url.endsWith('/state')) return { event: 0, files: [], analyses: [], readings: [] };
+    made.push((JSON.parse(body ?? '') as { calls: { name: string }[] }).calls[0]!.name);
+    return { analysis: 1, call: made.length, done: made.length > 1, ok: true };
+  };
+  Object.assign(globalThis, {
+    localStorage: { getItem: () => null },
+    location: { hash: '' },
+    fetch: async (url: string, init?: { body?: string }) =>
+      new Response(JSON.stringify(reply(url, init?.body))),
+    EventSource: class {
+      addEventListener(type: string, listener: (event: { data: string }) => void) {
+        heard.set(type, listener);
+      }
+      close() {}
+    },
+  });
+  const { attempt, connect } = await import('../src/store');
+  await connect();
+  const first = attempt(1, 5, { do: 'press', name: 'Summary' });
+  const second = attempt(1, 5, { do: 'press', name: 'Model' });
+  await new Promise(resolve => setTimeout(resolve, 20));
+  assert.deepEqual(made, ['Summary']);
+  heard.get('done')?.({ data: JSON.stringify({ analysis: 1, call: 1, done: true, ok: false }) });
+  assert.equal((await first).ok, false);
+  assert.equal((await second).ok, true);
+  assert.deepEqual(made, ['Summary', 'Model']);
+
+  // What a lost connection kept from this tab holds nothing up.
+  made.length = 0;
+  const third = attempt(1, 5, { do: 'press', name: 'Summary' });
+  await new Promise(resolve => setTimeout(resolve, 20));
+  await connect();
+  assert.equal((await third).ok, false);
+});
