@@ -1,5 +1,6 @@
 #include "cli/run_command.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -7,6 +8,7 @@
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "cli/analysis_options.h"
 #include "cli/command_line.h"
@@ -51,10 +53,35 @@ class ShellMacro final : public MacroHost {
     file_.memory = options_.memory;
     opened_.emplace(file_, cancel_);
     FileError failure;
+    settings_ = file_;
     if (opened_->Read(failure)) return true;
     opened_.reset();
     error = failure.Text();
     return false;
+  }
+
+  bool HasFile() const override { return opened_.has_value(); }
+
+  bool ChangeData(const OpenOptions& options, std::string& error) override {
+    if (analysis_ && ShowsResults(session().step())) {
+      error = kResultsKeepTheirData;
+      return false;
+    }
+    FileError failure;
+    if (!opened_->Change(options, failure)) {
+      error = failure.Text();
+      return false;
+    }
+    OpenOptions before = std::exchange(settings_, options);
+    if (!analysis_) {
+      file_.weight = options.weight;
+      file_.select = options.select;
+      return true;
+    }
+    opened_->Services(host());
+    host().automation.RecordData(before, options);
+    session().analysis()->DataSettingsChanged();
+    return true;
   }
 
   bool StartAnalysis(std::string& error) override {
@@ -111,7 +138,12 @@ class ShellMacro final : public MacroHost {
   const MacroOptions& options_;
   const AnalysisFactory factory_;
   const std::atomic<bool>& cancel_;
-  OpenOptions file_;
+  static bool ShowsResults(int step) {
+    return std::ranges::count(AnalysisCommands(), step, &AnalysisCommand::resultsStep) > 0;
+  }
+
+  OpenOptions file_;      // as it was when the analysis began
+  OpenOptions settings_;  // with the weight and the condition of now
   std::optional<OpenedFile> opened_;
   std::optional<OpenAnalysis> analysis_;
 };

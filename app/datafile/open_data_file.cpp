@@ -98,6 +98,12 @@ bool SetMissing(HostDataFile& file, const std::string& text, FileError& error) {
 
 }  // namespace
 
+bool PutSelectionAndWeight(const OpenOptions& options, HostDataFile& file, FileError& error) {
+  int variable = 0;
+  if (!options.weight.empty() && !file.FindVariable(options.weight, variable, error)) return false;
+  return file.SetWeight(variable, error) && file.SetSelection(options.select, error);
+}
+
 bool OpenDataFile(const OpenOptions& options, std::unique_ptr<HostDataFile>& file,
                   FileError& error) {
   ReadOptions read;
@@ -109,16 +115,12 @@ bool OpenDataFile(const OpenOptions& options, std::unique_ptr<HostDataFile>& fil
   for (const std::string& missing : options.missing) {
     if (!SetMissing(*opened, missing, error)) return false;
   }
-  int variable = 0;
   if (!options.caseNames.empty()) {
+    int variable = 0;
     if (!opened->FindVariable(options.caseNames, variable, error)) return false;
     opened->SetCaseNames(variable);
   }
-  if (!options.weight.empty()) {
-    if (!opened->FindVariable(options.weight, variable, error)) return false;
-    if (!opened->SetWeight(variable, error)) return false;
-  }
-  if (!opened->SetSelection(options.select, error)) return false;
+  if (!PutSelectionAndWeight(options, *opened, error)) return false;
   file = std::move(opened);
   return true;
 }

@@ -29,6 +29,9 @@ struct OpenOptions {
   ReadWatch* watch = nullptr;             // of who waits for the end of the reading; null: nobody
 };
 
+/// Puts the weight and the condition of the options into force. False: `error` says why.
+bool PutSelectionAndWeight(const OpenOptions& options, HostDataFile& file, FileError& error);
+
 /// Reads the file and puts missing-data codes, case names, weight and selection into force, in this
 /// order. False: `error` says why, `file` is untouched.
 bool OpenDataFile(const OpenOptions& options, std::unique_ptr<HostDataFile>& file,

@@ -30,7 +30,7 @@ AnalysisHost::AnalysisHost(const HostSettings& settings, const std::atomic<bool>
       dialogs(sequence, answers),
       output(workbook),
       saving(answers, messages),
-      automation(answers, settings.interactive),
+      automation(sequence, answers, settings.interactive),
       compute(settings.threads) {}
 
 HostServices AnalysisHost::Services(DataFile& file, LabelLookup codeOfLabel,

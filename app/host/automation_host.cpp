@@ -7,9 +7,12 @@
 
 namespace qrvml {
 
-void AutomationHost::RecordControlValue(const CAnalysisDialog&, const Control& control,
+void AutomationHost::RecordControlValue(const CAnalysisDialog& dialog, const Control& control,
                                         std::string_view value, int constant) {
   using What = RecordedChange::What;
+  double number = 0;
+  const bool isNumeric = control.kind == ControlKind::integer || control.kind == ControlKind::real;
+  if (&dialog != sequence_.current() || (isNumeric && !TextToDouble(value, number))) return;
   RecordedChange change{.what = HoldsValue(control.kind) ? What::set : What::act,
                         .control = std::string(control.name),
                         .kind = control.kind,
@@ -35,6 +38,14 @@ void AutomationHost::RecordAnswer(std::string_view member, std::string_view text
   changes_.push_back({.what = RecordedChange::What::answer,
                       .control = std::string(member),
                       .value = std::string(text)});
+}
+
+void AutomationHost::RecordData(const OpenOptions& before, const OpenOptions& now) {
+  using What = RecordedChange::What;
+  if (before.weight != now.weight)
+    changes_.push_back({.what = What::data, .control = "Weight", .value = now.weight});
+  if (before.select != now.select)
+    changes_.push_back({.what = What::data, .control = "Selection", .value = now.select});
 }
 
 void AutomationHost::InsertAnswer(std::size_t position, std::string_view member,

@@ -16,14 +16,27 @@ bool OpenedFile::Read(FileError& error) {
   const std::optional<FileState> state = FileState::Of(options_.path);
   std::unique_ptr<HostDataFile> file;
   if (!OpenDataFile(options_, file, error)) return false;
-  files_.push_back(std::move(file));
+  Take(std::move(file));
   state_ = state;
+  return true;
+}
+
+bool OpenedFile::Change(const OpenOptions& options, FileError& error) {
+  auto changed = std::make_unique<HostDataFile>(*files_.back());
+  if (!PutSelectionAndWeight(options, *changed, error)) return false;
+  options_.weight = options.weight;
+  options_.select = options.select;
+  Take(std::move(changed));
+  return true;
+}
+
+void OpenedFile::Take(std::unique_ptr<HostDataFile> file) {
+  files_.push_back(std::move(file));
   if (watched_ == nullptr) {
     watched_ = std::make_unique<WatchedDataFile>(*files_.back(), cancel_);
   } else {
     watched_->Watch(*files_.back());
   }
-  return true;
 }
 
 HostServices OpenedFile::Services(AnalysisHost& host) {

@@ -35,6 +35,9 @@ class OpenedFile {
   /// Reads the file with its options. False: `error` says why, and what was read before stays open.
   /// Files of before are kept: documents that were made of them name their cases by them.
   bool Read(FileError& error);
+  /// Puts the weight and the condition of `options` into force in the open file. False: `error`
+  /// says why, and nothing changed.
+  bool Change(const OpenOptions& options, FileError& error);
   HostDataFile& file() { return *files_.back(); }
   /// The file as the module gets it; the same object for all that is read.
   WatchedDataFile& watched() { return *watched_; }
@@ -52,6 +55,8 @@ class OpenedFile {
 
  private:
   OpenOptions options_;
+  void Take(std::unique_ptr<HostDataFile> file);
+
   const std::atomic<bool>& cancel_;
   std::optional<FileState> state_;  // of what was read last, from before it was read
   std::vector<std::unique_ptr<HostDataFile>> files_;

@@ -247,15 +247,20 @@ class DataFileObject final : public TableObject<DataFileObject> {
   OpenOptions options;
 };
 
-/// A property that is a text of the options.
-template <std::string OpenOptions::*option>
+/// A property that is a text of the options; whether it can be set while the file is open.
+template <std::string OpenOptions::*option, bool whileOpen = false>
 MemberRow<DataFileObject> OptionRow(std::string_view name) {
   return {name, 0, 0,
           [](DataFileObject& self, std::span<const Value>) {
             return Value::Text(self.options.*option);
           },
           [](DataFileObject& self, std::span<const Value>, const Value& value) {
-            self.options.*option = ToText(value);
+            OpenOptions changed = self.options;
+            changed.*option = ToText(value);
+            std::string error = "It has to be set before the data file is opened";
+            if (self.macro.HasFile() && (!whileOpen || !self.macro.ChangeData(changed, error)))
+              Fail(error);
+            self.options = std::move(changed);
           }};
 }
 
@@ -279,8 +284,8 @@ std::span<const MemberRow<DataFileObject>> DataFileObject::Rows() {
       OptionRow<&OpenOptions::decimal>("Decimal"),
       OptionRow<&OpenOptions::encoding>("Encoding"),
       OptionRow<&OpenOptions::caseNames>("CaseNames"),
-      OptionRow<&OpenOptions::weight>("Weight"),
-      OptionRow<&OpenOptions::select>("Selection"),
+      OptionRow<&OpenOptions::weight, true>("Weight"),
+      OptionRow<&OpenOptions::select, true>("Selection"),
   };
   return rows;
 }

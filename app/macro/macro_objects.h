@@ -11,12 +11,20 @@
 
 namespace qrvml {
 
+/// Why the data are not changed while results are shown.
+inline constexpr const char* kResultsKeepTheirData =
+    "The results belong to the data as they are: go back to the settings first (Cancel)";
+
 /// What a macro acts on; whoever runs macros implements it.
 class MacroHost {
  public:
   virtual ~MacroHost() = default;
   /// Opens the data file; once. False: `error` says why not.
   virtual bool OpenFile(const OpenOptions& options, std::string& error) = 0;
+  virtual bool HasFile() const = 0;
+  /// Puts the weight and the condition of the options into force in the open file. False: `error`
+  /// says why not.
+  virtual bool ChangeData(const OpenOptions& options, std::string& error) = 0;
   /// Opens the analysis of the data file; once. False: `error` says why not.
   virtual bool StartAnalysis(std::string& error) = 0;
   /// Only while there is an analysis.

@@ -50,9 +50,12 @@ std::string ChangeLine(const RecordedChange& change) {
                              : ".PressControl " + TextLiteral(change.control);
     case What::answer:
       return "." + change.control + " = " + TextLiteral(change.value);
+    case What::data:
+      return "Application.DataFile." + change.control + " = " + TextLiteral(change.value);
     case What::run:
+      return "Analysis.Run";
     case What::back:
-      break;
+      return "Analysis.Dialog.Cancel";
   }
   return {};
 }
@@ -86,19 +89,15 @@ std::string MacroText(const OpenOptions& file, std::span<const RecordedChange> c
       "\tDim Analysis As Object\n"
       "\tSet Analysis = Application.Analysis(scMachineLearning)\n";
   bool inDialog = false;
+  const auto enter = [&](bool dialog) {
+    if (dialog != inDialog) text += dialog ? "\tWith Analysis.Dialog\n" : "\tEnd With\n";
+    inDialog = dialog;
+  };
   for (const RecordedChange& change : changes) {
-    const bool leaves = change.what == What::run || change.what == What::back;
-    if (inDialog && leaves) text += "\tEnd With\n";
-    if (leaves) {
-      text += change.what == What::run ? "\tAnalysis.Run\n" : "\tAnalysis.Dialog.Cancel\n";
-      inDialog = false;
-      continue;
-    }
-    if (!inDialog) text += "\tWith Analysis.Dialog\n";
-    inDialog = true;
-    text += "\t\t" + ChangeLine(change) + "\n";
+    enter(change.what != What::run && change.what != What::back && change.what != What::data);
+    text += (inDialog ? "\t\t" : "\t") + ChangeLine(change) + "\n";
   }
-  if (inDialog) text += "\tEnd With\n";
+  enter(false);
   return text + "End Sub\n";
 }
 

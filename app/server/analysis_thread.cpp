@@ -65,6 +65,7 @@ AnalysisThread::AnalysisThread(const AnalysisSurroundings& surroundings, int id,
       dialogs_(host_.sequence, host_.answers, asker_),
       progress_(publisher_, cancel_) {
   Take(file);
+  recordedFile_ = file->options;
   ConnectServices();
   publisher_.TellWhole({{"file", file->id},
                         {"kind", start.kind == nullptr ? "" : start.kind->kind},
@@ -186,6 +187,8 @@ void AnalysisThread::Replay(const std::string& macro) {
     TakeMacro();
     TellDialog(&changed);
   };
+  replay.changeData = [this](const OpenOptions& before, const OpenOptions& now,
+                             std::string& failure) { return ChangeData(before, now, failure); };
   std::string error;
   if (!replay.Run(macro, error) && !error.empty())
     host_.messages.DspMessageBox(BoxType::information, 0, error);
@@ -218,7 +221,7 @@ void AnalysisThread::ConnectServices() {
     if (shown_ != nullptr && shown_->IsOpen()) fieldOfPass_ = shown_->LastFieldRead();
   };
   dialogs_.openFile = [this] { return AskForFile(); };
-  dialogs_.defineSelection = [this] { return takesNewData_ || AskForSelection(); };
+  dialogs_.defineSelection = [this] { return AskForSelection(); };
   dialogs_.defineWeight = [this] { return AskForWeight(); };
   dialogs_.labelsOf = [this](int variable) {
     Json labels = Json::array();
@@ -383,6 +386,7 @@ void AnalysisThread::TellNewDialog() {
     whole["dialog"] =
         DialogJson(*shown_, dialogNumber_, host_.sequence.templateId(), step, LevelOf(step));
   }
+  if (shown_ != nullptr && LevelOf(step) == DialogLevel::startup) kind_ = nullptr;
   for (const OfferedKind& kind : surroundings_.kinds) {
     if (kind.specificationStep != step) continue;
     kind_ = &kind;
@@ -398,7 +402,8 @@ void AnalysisThread::TellUndo() {
 }
 
 void AnalysisThread::TakeMacro() {
-  if (recorder_.Take(file_->options, host_.automation.changes())) TellMacro();
+  recordedFile_.caseNames = file_->options.caseNames;
+  if (recorder_.Take(recordedFile_, host_.automation.changes())) TellMacro();
 }
 
 void AnalysisThread::TellMacro() {
@@ -411,7 +416,8 @@ void AnalysisThread::RecordAnswers(std::size_t position, const Json& call) {
   const Control* control = shown_ == nullptr || !shown_->IsOpen()
                                ? nullptr
                                : FindControl(*shown_, call.value("name", std::string()));
-  if (control != nullptr && control->kind == ControlKind::pick) return;
+  if (control != nullptr && (control->kind == ControlKind::pick || !control->recordedAs.empty()))
+    return;
   if (position >= host_.automation.changes().size()) return;
   for (const auto& [member, text] : given_)
     host_.automation.InsertAnswer(position++, kAnswerNames[static_cast<std::size_t>(member)], text);
@@ -432,6 +438,7 @@ HostServices AnalysisThread::Services() {
 }
 
 void AnalysisThread::Take(const FileShelf::Ref& file) {
+  if (file_ != nullptr) host_.automation.RecordData(file_->options, file->options);
   file_ = file;
   fileId_ = file->id;
   data_.push_back(std::make_shared<HostDataFile>(*file->data));
@@ -459,6 +466,7 @@ AutomationResult AnalysisThread::LookAtFile() {
     if (AskMessage(BoxType::okCancel, question) != BoxButton::ok)
       return Failure("The results belong to the data as they were before");
   }
+  if (hasResults && !wasRead) session_->Cancel();
   Take(now);
   if (wasRead) {
     const std::string changed = now->name + " has changed since it was opened";
@@ -466,8 +474,7 @@ AutomationResult AnalysisThread::LookAtFile() {
     return Failure(changed + ": it was read again, and the analysis starts over");
   }
   Services();
-  if (hasResults) session_->Cancel();
-  AskForNewRead();
+  session_->analysis()->DataSettingsChanged();
   return hasResults ? Failure("The data have changed: train the model again") : AutomationResult{};
 }
 
@@ -475,18 +482,32 @@ AutomationResult AnalysisThread::LookAtFile() {
 bool AnalysisThread::StartOver(std::string& error) {
   const OfferedKind* kind = kind_;
   host_.automation.ForgetChanges();
+  recordedFile_ = file_->options;
   return session_->ReplaceFile(Services(), error) && (kind == nullptr || ChooseKind(*kind, error));
 }
 
-/// The dialogs ask for a new read when their button has changed the conditions.
-void AnalysisThread::AskForNewRead() {
-  const auto dialog = session_->dialog();
-  const Control* control =
-      dialog == nullptr ? nullptr : FindControl(*dialog, "SelectionConditions");
-  if (control == nullptr || control->bind.press == nullptr) return;
-  takesNewData_ = true;
-  control->bind.press(*host_.sequence.current());
-  takesNewData_ = false;
+/// As a macro does it.
+bool AnalysisThread::ChangeData(const OpenOptions& before, const OpenOptions& now,
+                                std::string& error) {
+  if (session_->step() >= kFirstResultsStep) {
+    error = kResultsKeepTheirData;
+    return false;
+  }
+  OpenOptions wanted = file_->options;
+  if (now.weight != before.weight) wanted.weight = now.weight;
+  if (now.select != before.select) wanted.select = now.select;
+  HostDataFile changed(*data_.back());
+  FileError failure;
+  if (!PutSelectionAndWeight(wanted, changed, failure)) {
+    error = failure.Text();
+    return false;
+  }
+  const FileSettings settings{changed.Selection(), changed.WeightVariable(), {}};
+  if (!surroundings_.shelf->Change(file_->id, settings, error)) return false;
+  Take(surroundings_.shelf->Find(file_->id));
+  Services();
+  session_->analysis()->DataSettingsChanged();
+  return true;
 }
 
 bool AnalysisThread::AskForFile() {

@@ -97,7 +97,7 @@ class AnalysisThread {
   void Take(const FileShelf::Ref& file);
   AutomationResult LookAtFile();
   bool StartOver(std::string& error);
-  void AskForNewRead();
+  bool ChangeData(const OpenOptions& before, const OpenOptions& now, std::string& error);
   bool AskForFile();
   bool AskForSelection();
   bool AskForWeight();
@@ -117,6 +117,7 @@ class AnalysisThread {
 
   // Of the analysis's own thread.
   FileShelf::Ref file_;
+  OpenOptions recordedFile_;                         // as it was when the recording began
   std::vector<std::shared_ptr<HostDataFile>> data_;  // the last one is in use
   std::unique_ptr<WatchedDataFile> watched_;
   AnalysisHost host_;
@@ -128,13 +129,12 @@ class AnalysisThread {
   int dialogNumber_ = 0;
   Json states_;              // of its controls
   FileShelf::Ref nextFile_;  // takes the place of the open one after the call
-  bool takesNewData_ = false;
   std::string fieldOfPass_;  // the field read last before a pass began
   std::vector<std::pair<AnswerMember, std::string>> given_;  // answers of a person in this call
   VariableChoices choices_;
   bool couldUndo_ = false;             // as pages know it
   bool replays_ = false;               // a macro
-  const OfferedKind* kind_ = nullptr;  // whose settings were open last
+  const OfferedKind* kind_ = nullptr;  // whose settings or results stand
 
   MacroRecorder recorder_;
 

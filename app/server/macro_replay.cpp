@@ -24,6 +24,12 @@ bool MacroReplay::Run(const std::string& text, std::string& error) {
   return done;
 }
 
+bool MacroReplay::ChangeData(const OpenOptions& options, std::string& error) {
+  if (!changeData(*settings_, options, error)) return false;
+  settings_ = options;
+  return true;
+}
+
 bool MacroReplay::SaveDocuments(std::string&) {
   if (afterCall) afterCall();
   return true;

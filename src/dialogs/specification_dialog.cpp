@@ -204,13 +204,15 @@ bool SpecificationDialog::SetSampleVariable(std::string_view text) {
 }
 
 bool SpecificationDialog::PickSampleVariable() {
-  return ChangeSample(
-      [](SampleIdentifierDialog& dialog) { return dialog.PickVariable() && dialog.OnOK(); });
+  return ChangeSample([](SampleIdentifierDialog& dialog) {
+    dialog.SetActive(true);  // who chooses a variable means to use it
+    return dialog.PickVariable() && dialog.OnOK();
+  });
 }
 
 std::string SpecificationDialog::SampleVariableText() const {
   const int variable = data_.sampleChoice.variable;
-  return variable == 0 ? std::string() : analysis().services().file->getvn5(variable);
+  return variable == 0 ? std::string() : MemberText(analysis().services().file->getvn5(variable));
 }
 
 bool SpecificationDialog::SetSampleCode(std::string_view text) {

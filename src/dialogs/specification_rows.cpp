@@ -58,6 +58,9 @@ constexpr Binding kSampleActiveBinding = {
     .number = Of::Number([](const Dialog& d) { return d.data().sampleChoice.state == 1; }),
     .assign = Of::Assign([](Dialog& d, double value) { return d.SetSampleActive(value != 0); })};
 
+/// The controls that hold what the sample button's dialog has chosen.
+constexpr std::string_view kSampleControls[] = {"Sample.Variable", "Sample.Code", "Sample.Active"};
+
 constexpr std::string_view kSampleActiveLabel = "&Actif";
 constexpr std::string_view kSampleCodeLabel = "&Code de l'échantillon d'analyse :";
 
@@ -243,7 +246,8 @@ Control SampleButton(const SamplingLabels& labels) {
           .label = "Echantillon",
           .tab = labels.tab,
           .enabled = identifier,
-          .bind = {.press = Of::Press([](Dialog& d) { return d.ChooseSample(); })}};
+          .bind = {.press = Of::Press([](Dialog& d) { return d.ChooseSample(); })},
+          .recordedAs = kSampleControls};
 }
 
 Control SampleVariable(const SamplingLabels& labels) {
@@ -285,14 +289,16 @@ Control SelectionConditions() {
   return {.name = "SelectionConditions",
           .kind = ControlKind::button,
           .label = {},
-          .bind = {.press = Of::Press([](Dialog& d) { return d.DefineSelectionConditions(); })}};
+          .bind = {.press = Of::Press([](Dialog& d) { return d.DefineSelectionConditions(); })},
+          .isRecordedByHost = true};
 }
 
 Control CaseWeights() {
   return {.name = "CaseWeights",
           .kind = ControlKind::button,
           .label = {},
-          .bind = {.press = Of::Press([](Dialog& d) { return d.DefineCaseWeights(); })}};
+          .bind = {.press = Of::Press([](Dialog& d) { return d.DefineCaseWeights(); })},
+          .isRecordedByHost = true};
 }
 
 }  // namespace qrvml::rows

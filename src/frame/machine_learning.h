@@ -34,6 +34,7 @@ class MachineLearning final : public CAnalysisSupport {
 
   int InitializeAfterFileChanged() override { return Init(); }
   int Initialize() override;
+  void DataSettingsChanged() override { data_->rereadNeeded = true; }
   void* GetLibInstance() const override;
   int GetAnalysisID() const override { return 3731; }
   std::string GetAnalysisName() const override;

@@ -42,21 +42,23 @@ const Control kControls[] = {
     {.name = "Open",
      .kind = ControlKind::button,
      .label = "O&uvrir",
-     .bind = {.press = Of::Press([](StartupDialog& d) {
-                return d.analysis().services().dialogs->OpenTvxFile();
-              })}},
+     .bind = {.press = Of::Press(
+                  [](StartupDialog& d) { return d.analysis().services().dialogs->OpenTvxFile(); })},
+     .isRecordedByHost = true},
     {.name = "SelectionConditions",
      .kind = ControlKind::button,
      .label = {},
      .bind = {.press = Of::Press([](StartupDialog& d) {
                 return d.analysis().services().dialogs->DefineSelCond();
-              })}},
+              })},
+     .isRecordedByHost = true},
     {.name = "CaseWeights",
      .kind = ControlKind::button,
      .label = {},
      .bind = {.press = Of::Press([](StartupDialog& d) {
                 return d.analysis().services().dialogs->DefineWeight();
-              })}},
+              })},
+     .isRecordedByHost = true},
 };
 
 }  // namespace

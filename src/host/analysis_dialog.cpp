@@ -317,8 +317,11 @@ class DialogAutomation final : public QrvAnalysisDialog {
     if (control.bind.press == nullptr) return Failure(std::string(control.name) + " is no button");
     if (!dialog_->IsEnabled(control)) return Failure(std::string(control.name) + " is disabled");
     if (!control.bind.press(*dialog_)) return Failure();
-    Record(control,
-           control.kind == ControlKind::pick ? control.bind.text(*dialog_) : std::string());
+    if (control.isRecordedByHost) return kDone;
+    if (control.recordedAs.empty())
+      Record(control,
+             control.kind == ControlKind::pick ? control.bind.text(*dialog_) : std::string());
+    for (const std::string_view name : control.recordedAs) RecordHeld(*dialog_->FindControl(name));
     return kDone;
   }
 
@@ -330,6 +333,12 @@ class DialogAutomation final : public QrvAnalysisDialog {
     } else {
       typed.push_back({&control, std::string(text)});
     }
+  }
+
+  /// What a control holds, unless that is nothing.
+  void RecordHeld(const Control& control) {
+    const std::string held = dialog_->FieldText(control);
+    if (!held.empty()) Record(control, held);
   }
 
   void Record(const Control& control, std::string_view value) {

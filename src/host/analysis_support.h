@@ -65,6 +65,8 @@ class CAnalysisSupport {
   /// The data file was replaced: start afresh.
   virtual int InitializeAfterFileChanged() = 0;
   virtual int Initialize() = 0;
+  /// Other case weights or selection conditions are in force: the cases are to be read again.
+  virtual void DataSettingsChanged() {}
   /// Whether the sequence may go forward to `step`.
   virtual bool ForwardSequence(int step, int flags) {
     (void)flags;

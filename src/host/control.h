@@ -106,6 +106,11 @@ struct Control {
   /// Not empty: a member of the automation interface that this dialog does not have. It is neither
   /// shown nor described, and every call on it fails with this reason.
   std::string_view refusal{};
+  /// The controls whose values record a press, since a macro has nobody to ask; empty: the press
+  /// records itself.
+  std::span<const std::string_view> recordedAs{};
+  /// The host's own dialog opens: the host records what it changed there.
+  bool isRecordedByHost = false;
 
   bool IsAutomated() const { return row.identifier != 0 || !refusal.empty(); }
   bool IsField() const {

@@ -77,15 +77,23 @@ bool SVMDialog::IsTabHidden(std::string_view tab) const {
 }
 
 void SVMDialog::TabShown(std::string_view tab) {
+  // What a tab sets when it is shown is recorded, since a macro shows none.
+  const auto refresh = [this](std::string_view field) {
+    const Control& control = *FindControl(field);
+    const std::string before = FieldText(control);
+    RefreshField(field);
+    if (const std::string now = FieldText(control); now != before)
+      analysis().services().automation->RecordControlValue(*this, control, now, 0);
+  };
   if (tab == svm::kSelectionTab) {
     engine_.folds = kStandardFolds;
-    RefreshField("VValue");
+    refresh("VValue");
   }
   double gamma = 0;
   const std::int32_t variables = analysis().services().file->NumberOfVariables();
   if (tab != svm::kKernelTab || variables < 2 || !ReadField("Gam", gamma) || gamma != 0) return;
   engine_.parameters.gamma = 1.0 / (variables - 1);
-  RefreshField("Gam");
+  refresh("Gam");
 }
 
 bool SVMDialog::ChooseType(SVMType type) {

@@ -16,7 +16,7 @@ struct Room {
   DialogSequence sequence;
   AnswerBook answers;
   AnsweringDialogs dialogs{sequence, answers};
-  AutomationHost automation{answers, true};
+  AutomationHost automation{sequence, answers, true};
   MessageLog messages{answers};
 
   Room() { dialogs.SetNames(file.Names()); }

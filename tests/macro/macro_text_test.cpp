@@ -26,8 +26,10 @@ TEST(MacroText, SaysWhatWasDoneInOrder) {
       {.control = "Euclidean", .kind = ControlKind::radio, .value = "1"},
       {.control = "ApplyCrossV", .kind = ControlKind::check, .value = "0"},
       {.control = "VValue", .kind = ControlKind::integer, .value = "5"},
-      {.control = "SizeOfPrototypeSample", .kind = ControlKind::real, .value = "soixante"},
       {.control = "Sample.Code", .kind = ControlKind::text, .isMember = false, .value = "7"},
+      {.what = What::run},
+      {.what = What::back},
+      {.what = What::data, .control = "Weight", .value = ""},
       {.what = What::run},
       {.what = What::answer, .control = "ResultsSelection", .value = "*"},
       {.what = What::act, .control = "PrintPredictions", .kind = ControlKind::action},
@@ -59,9 +61,11 @@ Sub Main
 		.Euclidean = True
 		.ApplyCrossV = False
 		.VValue = 5
-		.SizeOfPrototypeSample = "soixante"
 		.SetControl "Sample.Code", "7"
 	End With
+	Analysis.Run
+	Analysis.Dialog.Cancel
+	Application.DataFile.Weight = ""
 	Analysis.Run
 	With Analysis.Dialog
 		.ResultsSelection = "*"

@@ -378,6 +378,9 @@ TEST_F(Macro, AFaultNamesTheMacroItsLineAndTheReasonAndLeavesWhatWasDone) {
       {".KNearestNeighbors = 0\n\tEnd With\n\tAnalysis.Run\n\tWith Analysis.Dialog",
        "nearest neighbors"},
       {".OK\n\t.Euclidean = 1", "closed"},
+      {"Application.DataFile.Delimiter = \",\"", "before the data file is opened"},
+      {"Application.DataFile.Weight = \"y\"", "cannot be a case weight"},
+      {".OK\n\tApplication.DataFile.Weight = \"w\"", "go back to the settings"},
       {"1 / 0", ""},
   };
   for (const Fault& fault : faults) {
