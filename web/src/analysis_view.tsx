@@ -8,7 +8,7 @@ import { DocumentView } from './documents/document_view';
 import { MacroView } from './macro_view';
 import { Requests } from './modals/requests';
 import type { Analysis } from './protocol';
-import { findFile, page, say } from './store';
+import { findFile, page, say, postInTurn } from './store';
 import { Modal } from './widgets/modal';
 import { word } from './words';
 
@@ -86,11 +86,7 @@ function FileLine({ analysis }: { analysis: Analysis }) {
       <span class="dim">{file?.name}</span>
       <span class="spring" />
       {analysis.canUndo && (
-        <button
-          type="button"
-          class="quiet"
-          onClick={() => void post(`analyses/${analysis.analysis}/undo`).catch(say)}
-        >
+        <button type="button" class="quiet" onClick={() => void postInTurn(analysis, 'undo')}>
           ↶ {word('undo')}
         </button>
       )}

@@ -1,10 +1,10 @@
 // The macro of an analysis as it grows: recording on or off, and the same on another file.
 import { useEffect, useState } from 'preact/hooks';
-import { getText, post } from './api';
+import { getText } from './api';
 import { OpenWindow } from './data/open_window';
 import { TextView } from './documents/text_view';
 import type { Analysis, FileInfo } from './protocol';
-import { page, say, show } from './store';
+import { page, postInTurn, say, show } from './store';
 import { ListBox } from './widgets/list_box';
 import { Modal } from './widgets/modal';
 import { counted, word } from './words';
@@ -12,9 +12,8 @@ import { counted, word } from './words';
 export function MacroView({ analysis }: { analysis: Analysis }) {
   const [text, setText] = useState('');
   const [asking, setAsking] = useState(false);
-  const id = analysis.analysis;
   const { lines, recording } = analysis.macro;
-  const path = `analyses/${id}/macro`;
+  const path = `analyses/${analysis.analysis}/macro`;
   useEffect(() => {
     let current = true;
     getText(path).then(t => current && setText(t), say);
@@ -22,9 +21,8 @@ export function MacroView({ analysis }: { analysis: Analysis }) {
   }, [path, lines]);
   const run = (file: FileInfo) => {
     setAsking(false);
-    post<Analysis>(`analyses/${id}/rerun`, { file: file.file }).then(
-      again => show({ view: 'analysis', analysis: again.analysis }),
-      say,
+    void postInTurn<Analysis>(analysis, 'rerun', { file: file.file }).then(
+      again => again && show({ view: 'analysis', analysis: again.analysis }),
     );
   };
   return (
@@ -36,9 +34,7 @@ export function MacroView({ analysis }: { analysis: Analysis }) {
             data-macro="record"
             checked={recording}
             onChange={event =>
-              void post(`analyses/${id}/record`, { recording: event.currentTarget.checked }).catch(
-                say,
-              )
+              void postInTurn(analysis, 'record', { recording: event.currentTarget.checked })
             }
           />
           <span>{word('record')}</span>

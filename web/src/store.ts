@@ -207,8 +207,10 @@ export async function connect(): Promise<void> {
   // What this tab showed before a reload, else the newest of what is open.
   const [, view, id] = /^#(data|analysis)=(\d+)$/.exec(location.hash) ?? [];
   const number = Number(id);
+  const open = page.state.analyses.filter(a => a.state === 'open').at(-1);
   if (view === 'analysis' && findAnalysis(number)) page.shown = { view, analysis: number };
   else if (view === 'data' && findFile(number)) page.shown = { view, file: number };
+  else if (open) page.shown = { view: 'analysis', analysis: open.analysis };
   else if (page.state.files[0]) page.shown = { view: 'data', file: page.state.files[0].file };
 
   source = new EventSource(`/api/events?after=${page.state.event}`);
@@ -257,7 +259,26 @@ export async function call(
   return result;
 }
 
-/** The same, where the dialog itself shows what was refused. */
+/** Posts what concerns an analysis as a whole, after the calls of its dialog that were made before. */
+export function postInTurn<T>(analysis: Analysis, what: string, body?: object): Promise<T | void> {
+  return inTurn(analysis.analysis, analysis.dialog?.dialog ?? 0, () =>
+    post<T>(`analyses/${analysis.analysis}/${what}`, body).catch(say),
+  );
+}
+
+/**
+ * The next call waits until the one before it is done: the server refuses it while something runs.
+ * One that comes too late, because the dialog has gone, is refused then, and has nothing to say.
+ * `run` never rejects.
+ */
+function inTurn<T>(analysis: number, dialog: number, run: () => Promise<T>): Promise<T> {
+  const queue = `${analysis}/${dialog}`;
+  const sent = (queues.get(queue) ?? Promise.resolve()).then(run);
+  queues.set(queue, sent);
+  return sent;
+}
+
+/** The same as a call, where the dialog itself shows what was refused. */
 export function attempt(analysis: number, dialog: number, ...calls: Call[]): Promise<CallResult> {
   const run = async (): Promise<CallResult> => {
     try {
@@ -272,12 +293,7 @@ export function attempt(analysis: number, dialog: number, ...calls: Call[]): Pro
       return { ...nothingDone, analysis };
     }
   };
-  // The next call waits until this one is done: the server refuses it while something runs. One that
-  // comes too late, because the dialog has gone, is refused then, and has nothing to say.
-  const queue = `${analysis}/${dialog}`;
-  const sent = (queues.get(queue) ?? Promise.resolve()).then(run);
-  queues.set(queue, sent);
-  return sent;
+  return inTurn(analysis, dialog, run);
 }
 
 export async function answer(analysis: number, request: number, fields: object): Promise<void> {

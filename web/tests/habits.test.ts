@@ -11,6 +11,7 @@ import {
   control,
   examples,
   onWorkbench,
+  openPage,
   picture,
   pickVariables,
   sheetRows,
@@ -94,10 +95,9 @@ test('the reading of a large file shows how far it is, and stops when asked', ()
   onWorkbench(iris, async ({ page, workbench }) => {
     const row = Array.from({ length: 40 }, (_, i) => `${i}.${i * 7919}`).join(',') + '\n';
     const names = Array.from({ length: 40 }, (_, i) => `x${i}`).join(',') + '\n';
-    writeFileSync(join(workbench.folder, 'large.csv'), names + row.repeat(250_000));
+    writeFileSync(join(workbench.folder, 'large.csv'), names + row.repeat(500_000));
     await openFile(page, 'large.csv');
     await page.waitForSelector('.open-window .reading:has-text("large.csv")');
-    await picture(page, 'reading');
     await page.keyboard.press('Escape');
     await page.waitForSelector('.reading', { state: 'detached' });
     await page.waitForSelector('.open-window button.default:enabled');
@@ -129,4 +129,39 @@ test('another condition below open results asks, and leads back to the settings'
     await page.keyboard.press('Enter');
     await page.waitForSelector('.dialog.specification');
     await page.waitForSelector('.variables-pick dd:has-text("Species")');
+  }));
+
+test('nothing moves while a dialog is drawn again; a closed browser opens where it was', () =>
+  onWorkbench(iris, async ({ page, workbench }) => {
+    await startMethod(page, 'svm');
+    await control(page, 'Variables').click();
+    await pickVariables(page, [[], ['Species'], flower]);
+    const places = () =>
+      page.locator('.dialog [data-name], .dialog button').evaluateAll(controls =>
+        controls.map(each => {
+          const { x, y, width, height } = each.getBoundingClientRect();
+          return [(each as HTMLElement).dataset.name ?? each.textContent, x, y, width, height];
+        }),
+      );
+    // The search enables its grid; another kernel other parameters.
+    await tab(page, 'Sélection du modèle');
+    let before = await places();
+    await control(page, 'ApplyCrossV').check();
+    await page.waitForSelector('[data-name="MaximumC"]:enabled');
+    assert.deepEqual(await places(), before);
+    await control(page, 'MaximumC').fill('7');
+    await page.keyboard.press('Tab');
+    await tab(page, 'Noyau');
+    before = await places();
+    await control(page, 'PolyKernel').check();
+    await page.waitForSelector('[data-name="Degree"]:enabled');
+    assert.deepEqual(await places(), before);
+
+    await page.goto('about:blank');
+    const again = await openPage(workbench);
+    await again.page.waitForSelector('.frame');
+    await again.page.waitForSelector('.dialog');
+    await tab(again.page, 'Sélection du modèle');
+    assert.equal(await control(again.page, 'MaximumC').inputValue(), '7');
+    await again.page.context().close();
   }));
