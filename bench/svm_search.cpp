@@ -20,6 +20,7 @@
 #include "datafile/host_data_file.h"
 #include "harness.h"
 #include "seeded_data.h"
+#include "svm/case_predictor.h"
 #include "svm/svm_engine.h"
 
 namespace {
@@ -124,10 +125,13 @@ class SeparateTrainings {
     }
     const auto model =
         SvmTrain({int(lists.size()), targets.data(), lists.data()}, parameters, state);
-    double shares[2];
+    std::vector<SVMNodeList> left;
+    for (int t = begin; t < end; ++t) left.push_back(problem_.x[order_[t]]);
+    std::vector<double> predicted(left.size());
+    SolverPace pace(state);
+    CasePredictor(*model, state.threads).Predict(left, predicted, {}, pace);
     for (int t = begin; t < end; ++t) {
-      const double error =
-          SvmPredict(*model, problem_.x[order_[t]], shares) - problem_.y[order_[t]];
+      const double error = predicted[t - begin] - problem_.y[order_[t]];
       total += engine_.IsClassification() ? (error == 0 ? 1 : 0) : error * error;
     }
     return total;

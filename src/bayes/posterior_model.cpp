@@ -157,7 +157,7 @@ void PosteriorModel::BuildRuns(std::span<const Distribution> distributions) {
   }
   const std::size_t terms = std::max(inputs_ * firstRow_.back(), std::size_t{1});
   const std::size_t together = std::size_t{1} << (allFast ? 24 : 18);
-  lines_ = inputs_ * kCaseLanes * sizeof(double) / kCacheLine;
+  lines_ = inputs_ * kPosteriorLanes * sizeof(double) / kCacheLine;
   linesPerRow_ = lines_ / std::max(firstRow_.back(), std::size_t{1}) + 1;
   rowsTogether_ = std::clamp(together / terms, std::size_t{1}, kRowsAtMost);
 }
@@ -218,16 +218,16 @@ void PosteriorModel::Classify(const double* rows, std::size_t count, bool keepsP
   const std::size_t classRows = firstRow_.back(), dependents = firstRow_.size() - 1;
   block.posteriors.Resize(keepsPosteriors ? count * classRows : 0);
   block.predictedClass.Resize(count * dependents);
-  const std::size_t tiles = (count + kCaseLanes - 1) / kCaseLanes;
+  const std::size_t tiles = (count + kPosteriorLanes - 1) / kPosteriorLanes;
   const std::size_t parts = std::min(team.size(), tiles);
   if (scratch_.size() < parts) scratch_.resize(parts);
   for (std::size_t part = 0; part < parts; ++part) {
     Scratch& scratch = scratch_[part];
-    scratch.lanes.Resize(inputs_ * kCaseLanes);
-    scratch.sums.Resize(classRows * kCaseLanes);
-    scratch.products.Resize(classRows * kCaseLanes);
-    scratch.categories.Resize(lookups_.size() * kCaseLanes);
-    if (count % kCaseLanes != 0) scratch.rows.Resize(inputs_ * kCaseLanes);
+    scratch.lanes.Resize(inputs_ * kPosteriorLanes);
+    scratch.sums.Resize(classRows * kPosteriorLanes);
+    scratch.products.Resize(classRows * kPosteriorLanes);
+    scratch.categories.Resize(lookups_.size() * kPosteriorLanes);
+    if (count % kPosteriorLanes != 0) scratch.rows.Resize(inputs_ * kPosteriorLanes);
   }
   for (Scratch& scratch : scratch_) scratch.numericFault = false;
   // A thread takes some tiles at a time, so that one that is held up leaves its share to others.
@@ -237,15 +237,15 @@ void PosteriorModel::Classify(const double* rows, std::size_t count, bool keepsP
     for (std::size_t from; (from = taken.fetch_add(kTilesTogether)) < tiles;) {
       const std::size_t to = std::min(from + kTilesTogether, tiles);
       for (std::size_t tile = from; tile < to; ++tile) {
-        const std::size_t first = tile * kCaseLanes;
+        const std::size_t first = tile * kPosteriorLanes;
         const double* own = rows + first * inputs_;
-        const bool followed = first + 2 * kCaseLanes <= count;
-        ClassifyTile(own, std::min(kCaseLanes, count - first),
-                     followed ? own + kCaseLanes * inputs_ : nullptr,
+        const bool followed = first + 2 * kPosteriorLanes <= count;
+        ClassifyTile(own, std::min(kPosteriorLanes, count - first),
+                     followed ? own + kPosteriorLanes * inputs_ : nullptr,
                      keepsPosteriors ? block.posteriors.data() + first * classRows : nullptr,
                      block.predictedClass.data() + first * dependents, scratch_[part]);
       }
-      if (visit) visit(part, from * kCaseLanes, std::min(to * kCaseLanes, count));
+      if (visit) visit(part, from * kPosteriorLanes, std::min(to * kPosteriorLanes, count));
     }
   });
   block.numericFault = std::ranges::any_of(scratch_, &Scratch::numericFault);
@@ -254,10 +254,10 @@ void PosteriorModel::Classify(const double* rows, std::size_t count, bool keepsP
 void PosteriorModel::ClassifyTile(const double* rows, std::size_t count, const double* next,
                                   double* posteriors, std::int32_t* predicted,
                                   Scratch& scratch) const {
-  alignas(64) double noPrediction[kCaseLanes];
-  if (count < kCaseLanes) {
+  alignas(64) double noPrediction[kPosteriorLanes];
+  if (count < kPosteriorLanes) {
     // The lanes that are left over repeat the last row.
-    for (std::size_t lane = 0; lane < kCaseLanes; ++lane)
+    for (std::size_t lane = 0; lane < kPosteriorLanes; ++lane)
       std::copy_n(rows + std::min(lane, count - 1) * inputs_, inputs_,
                   scratch.rows.data() + lane * inputs_);
     rows = scratch.rows.data();
@@ -274,9 +274,9 @@ void PosteriorModel::ClassifyTile(const double* rows, std::size_t count, const d
 
 void PosteriorModel::FindCategories(Scratch& scratch, double* noPrediction) const {
   for (std::size_t m = 0; m < lookups_.size(); ++m) {
-    const double* values = scratch.lanes.data() + (continuous_ + m) * kCaseLanes;
-    std::int32_t* categories = scratch.categories.data() + m * kCaseLanes;
-    for (std::size_t lane = 0; lane < kCaseLanes; ++lane) {
+    const double* values = scratch.lanes.data() + (continuous_ + m) * kPosteriorLanes;
+    std::int32_t* categories = scratch.categories.data() + m * kPosteriorLanes;
+    for (std::size_t lane = 0; lane < kPosteriorLanes; ++lane) {
       const int v = lookups_[m].ClassOf(values[lane]);
       if (v < 0) noPrediction[lane] = 1.0;
       categories[lane] = std::max(v, 0);
@@ -285,12 +285,12 @@ void PosteriorModel::FindCategories(Scratch& scratch, double* noPrediction) cons
 }
 
 void PosteriorModel::AddTerms(std::size_t row, Scratch& scratch) const {
-  double* sums = scratch.sums.data() + row * kCaseLanes;
-  alignas(64) double terms[kCaseLanes];
+  double* sums = scratch.sums.data() + row * kPosteriorLanes;
+  alignas(64) double terms[kPosteriorLanes];
   for (const Run& run : runs_) {
     const std::size_t at = row * continuous_ + run.first;
     if (run.fast) {
-      Kernel().addNormal(run.last - run.first, scratch.lanes.data() + run.first * kCaseLanes,
+      Kernel().addNormal(run.last - run.first, scratch.lanes.data() + run.first * kPosteriorLanes,
                          {height_.data() + at, mean_.data() + at, rate_.data() + at}, sums);
       continue;
     }
@@ -299,8 +299,8 @@ void PosteriorModel::AddTerms(std::size_t row, Scratch& scratch) const {
         AddFrequencies(row, k - continuous_, scratch);
         continue;
       }
-      const double* values = scratch.lanes.data() + k * kCaseLanes;
-      for (std::size_t lane = 0; lane < kCaseLanes; ++lane)
+      const double* values = scratch.lanes.data() + k * kPosteriorLanes;
+      for (std::size_t lane = 0; lane < kPosteriorLanes; ++lane)
         terms[lane] = TermOf(row * continuous_ + k, values[lane]);
       Kernel().add(terms, sums);
     }
@@ -309,10 +309,11 @@ void PosteriorModel::AddTerms(std::size_t row, Scratch& scratch) const {
 
 void PosteriorModel::AddFrequencies(std::size_t row, std::size_t m, Scratch& scratch) const {
   const double* frequencies = logFrequency_.data() + row * firstPair_.back() + firstPair_[m];
-  const std::int32_t* categories = scratch.categories.data() + m * kCaseLanes;
-  alignas(64) double terms[kCaseLanes];
-  for (std::size_t lane = 0; lane < kCaseLanes; ++lane) terms[lane] = frequencies[categories[lane]];
-  Kernel().add(terms, scratch.sums.data() + row * kCaseLanes);
+  const std::int32_t* categories = scratch.categories.data() + m * kPosteriorLanes;
+  alignas(64) double terms[kPosteriorLanes];
+  for (std::size_t lane = 0; lane < kPosteriorLanes; ++lane)
+    terms[lane] = frequencies[categories[lane]];
+  Kernel().add(terms, scratch.sums.data() + row * kPosteriorLanes);
 }
 
 Ahead PosteriorModel::AheadOf(std::size_t row, const double* next) const {
@@ -332,13 +333,13 @@ bool PosteriorModel::RankTile(std::size_t count, const double* noPrediction, con
     if (continuous_ > 0)
       kernel.addSquares(continuous_, scratch.lanes.data(),
                         {nullptr, mean_.data() + at, rate_.data() + at},
-                        scratch.sums.data() + row * kCaseLanes, AheadOf(row, next));
+                        scratch.sums.data() + row * kPosteriorLanes, AheadOf(row, next));
     for (std::size_t m = 0; m < lookups_.size(); ++m) AddFrequencies(row, m, scratch);
   }
   for (std::size_t d = 0; d < dependents; ++d) {
     const std::size_t first = firstRow_[d];
-    alignas(64) double largest[kCaseLanes];
-    if (!kernel.rank(firstRow_[d + 1] - first, scratch.sums.data() + first * kCaseLanes,
+    alignas(64) double largest[kPosteriorLanes];
+    if (!kernel.rank(firstRow_[d + 1] - first, scratch.sums.data() + first * kPosteriorLanes,
                      {rankConstant_.data() + first, rankSlack_.data() + first, rankSlackRate_},
                      noPrediction, largest))
       return false;
@@ -353,13 +354,14 @@ void PosteriorModel::Conclude(std::size_t d, std::size_t count, const double* no
                               double* posteriors, std::int32_t* predicted, Scratch& scratch) const {
   const std::size_t first = firstRow_[d], last = firstRow_[d + 1];
   const std::size_t classRows = firstRow_.back(), dependents = firstRow_.size() - 1;
-  double* products = scratch.products.data() + first * kCaseLanes;
-  alignas(64) double slow[kCaseLanes], total[kCaseLanes], largest[kCaseLanes], bad[kCaseLanes];
+  double* products = scratch.products.data() + first * kPosteriorLanes;
+  alignas(64) double slow[kPosteriorLanes], total[kPosteriorLanes], largest[kPosteriorLanes],
+      bad[kPosteriorLanes];
   for (std::size_t row = first; row < last; ++row) {
-    const double* sums = scratch.sums.data() + row * kCaseLanes;
-    double* own = products + (row - first) * kCaseLanes;
+    const double* sums = scratch.sums.data() + row * kPosteriorLanes;
+    double* own = products + (row - first) * kPosteriorLanes;
     const bool anySlow = Kernel().exponential(sums, priors_[row], own, slow);
-    for (std::size_t lane = 0; lane < kCaseLanes && anySlow; ++lane) {
+    for (std::size_t lane = 0; lane < kPosteriorLanes && anySlow; ++lane) {
       if (slow[lane] != 0) own[lane] = PortableExp(sums[lane]) * priors_[row];
     }
   }
@@ -375,7 +377,7 @@ void PosteriorModel::Conclude(std::size_t d, std::size_t count, const double* no
     if (posteriors == nullptr) continue;
     double* own = posteriors + lane * classRows;
     for (std::size_t row = first; row < last; ++row)
-      own[row] = isPredicted ? products[(row - first) * kCaseLanes + lane] : kMissingOutput;
+      own[row] = isPredicted ? products[(row - first) * kPosteriorLanes + lane] : kMissingOutput;
   }
 }
 
@@ -383,15 +385,17 @@ double PosteriorModel::RankByLogarithm(std::size_t d, std::size_t lane, const do
                                        double* shares) const {
   const std::size_t first = firstRow_[d], classes = firstRow_[d + 1] - first;
   const auto logarithm = [&](std::size_t c) {
-    const double value = sums[(first + c) * kCaseLanes + lane] + logPriors_[first + c];
+    const double value = sums[(first + c) * kPosteriorLanes + lane] + logPriors_[first + c];
     return std::isnan(value) ? -kInfinity : value;
   };
   double maximum = -kInfinity;
   for (std::size_t c = 0; c < classes; ++c) maximum = std::max(maximum, logarithm(c));
   const auto fill = [&](auto value) {
     double total = 0;
-    for (std::size_t c = 0; c < classes; ++c) total += shares[c * kCaseLanes + lane] = value(c);
-    for (std::size_t c = 0; c < classes && total != 0; ++c) shares[c * kCaseLanes + lane] /= total;
+    for (std::size_t c = 0; c < classes; ++c)
+      total += shares[c * kPosteriorLanes + lane] = value(c);
+    for (std::size_t c = 0; c < classes && total != 0; ++c)
+      shares[c * kPosteriorLanes + lane] /= total;
     return total != 0;
   };
   const bool ranked = maximum == -kInfinity
@@ -403,7 +407,8 @@ double PosteriorModel::RankByLogarithm(std::size_t d, std::size_t lane, const do
   if (!ranked) fill([](std::size_t) { return 1.0; });
   std::size_t chosen = 0;
   for (std::size_t c = 1; c < classes; ++c) {
-    if (IsGreater(shares[c * kCaseLanes + lane], shares[chosen * kCaseLanes + lane])) chosen = c;
+    if (IsGreater(shares[c * kPosteriorLanes + lane], shares[chosen * kPosteriorLanes + lane]))
+      chosen = c;
   }
   return static_cast<double>(chosen);
 }

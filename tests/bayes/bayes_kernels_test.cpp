@@ -57,8 +57,9 @@ void Note(std::vector<std::uint64_t>& bits, const HostArray<double>& array) {
 std::vector<std::uint64_t> PosteriorBits(const PosteriorKernel& kernel, std::size_t inputs) {
   Values values;
   std::vector<std::uint64_t> bits;
-  const HostArray<double> rows = Filled(kCaseLanes * inputs, values);
-  HostArray<double> lanes(kCaseLanes * inputs), marks(kCaseLanes), sums(kCaseLanes, 0.0);
+  const HostArray<double> rows = Filled(kPosteriorLanes * inputs, values);
+  HostArray<double> lanes(kPosteriorLanes * inputs), marks(kPosteriorLanes),
+      sums(kPosteriorLanes, 0.0);
   const HostArray<double> codes(inputs, Values::kCode);
   kernel.transpose(rows.data(), inputs, lanes.data());
   Note(bits, lanes);
@@ -76,16 +77,16 @@ std::vector<std::uint64_t> PosteriorBits(const PosteriorKernel& kernel, std::siz
 std::vector<std::uint64_t> ShareBits(const PosteriorKernel& kernel, std::size_t classes) {
   Values values;
   std::vector<std::uint64_t> bits;
-  HostArray<double> products(classes * kCaseLanes), slow(kCaseLanes), sums(kCaseLanes),
-      largest(kCaseLanes), bad(kCaseLanes);
+  HostArray<double> products(classes * kPosteriorLanes), slow(kPosteriorLanes),
+      sums(kPosteriorLanes), largest(kPosteriorLanes), bad(kPosteriorLanes);
   for (std::size_t c = 0; c < classes; ++c) {
-    HostArray<double> exponents = Filled(kCaseLanes, values);
+    HostArray<double> exponents = Filled(kPosteriorLanes, values);
     for (double& exponent : exponents) exponent *= 40;  // within the range and beyond it
-    bits.push_back(
-        kernel.exponential(exponents.data(), 0.3, products.data() + c * kCaseLanes, slow.data()));
+    bits.push_back(kernel.exponential(exponents.data(), 0.3, products.data() + c * kPosteriorLanes,
+                                      slow.data()));
     Note(bits, slow);
-    for (std::size_t lane = 0; lane < kCaseLanes; ++lane) {
-      double& product = products[c * kCaseLanes + lane];
+    for (std::size_t lane = 0; lane < kPosteriorLanes; ++lane) {
+      double& product = products[c * kPosteriorLanes + lane];
       if (slow[lane] != 0) {
         product = PortableExp(exponents[lane]) * 0.3;
       } else {
@@ -97,8 +98,8 @@ std::vector<std::uint64_t> ShareBits(const PosteriorKernel& kernel, std::size_t 
   }
   products[3] = std::numeric_limits<double>::infinity();
   products[5] = std::numeric_limits<double>::quiet_NaN();
-  for (std::size_t c = 0; c < classes; ++c) products[c * kCaseLanes + 7] = 0;
-  for (std::size_t c = 0; c < classes; ++c) products[c * kCaseLanes + 9] = 0.25;  // all equal
+  for (std::size_t c = 0; c < classes; ++c) products[c * kPosteriorLanes + 7] = 0;
+  for (std::size_t c = 0; c < classes; ++c) products[c * kPosteriorLanes + 9] = 0.25;  // all equal
   EXPECT_TRUE(kernel.conclude(classes, products.data(), sums.data(), largest.data(), bad.data()));
   EXPECT_EQ(bad[3], 1);
   EXPECT_EQ(bad[5], 1);
@@ -115,13 +116,13 @@ std::vector<std::uint64_t> ShareBits(const PosteriorKernel& kernel, std::size_t 
 /// The class that shares of products, or else logarithms, put first.
 int PlainlyFirst(const PosteriorKernel& kernel, const double (&sums)[3],
                  const double (&priors)[3]) {
-  HostArray<double> exponents(kCaseLanes, 0.0), products(3 * kCaseLanes), slow(kCaseLanes),
-      total(kCaseLanes), largest(kCaseLanes), bad(kCaseLanes);
+  HostArray<double> exponents(kPosteriorLanes, 0.0), products(3 * kPosteriorLanes),
+      slow(kPosteriorLanes), total(kPosteriorLanes), largest(kPosteriorLanes), bad(kPosteriorLanes);
   for (std::size_t c = 0; c < 3; ++c) {
     exponents.Fill(sums[c]);
-    double* own = products.data() + c * kCaseLanes;
+    double* own = products.data() + c * kPosteriorLanes;
     if (kernel.exponential(exponents.data(), priors[c], own, slow.data()))
-      std::fill_n(own, kCaseLanes, PortableExp(sums[c]) * priors[c]);
+      std::fill_n(own, kPosteriorLanes, PortableExp(sums[c]) * priors[c]);
   }
   if (!kernel.conclude(3, products.data(), total.data(), largest.data(), bad.data()))
     return int(largest[0]);
@@ -160,11 +161,11 @@ TEST(BayesKernels, RankOnlyWhatNoRoundingCanTurn) {
       for (const std::size_t lane : {0, 5, 31}) {
         SCOPED_TRACE(testing::Message() << "level " << level << ", " << row.sums[0] << " "
                                         << row.sums[1] << " " << row.sums[2]);
-        HostArray<double> sums(3 * kCaseLanes, kNone), settled(kCaseLanes, 1.0),
-            largest(kCaseLanes);
+        HostArray<double> sums(3 * kPosteriorLanes, kNone), settled(kPosteriorLanes, 1.0),
+            largest(kPosteriorLanes);
         double constant[3], slack[3];
         for (std::size_t c = 0; c < 3; ++c) {
-          sums[c * kCaseLanes + lane] = row.sums[c];
+          sums[c * kPosteriorLanes + lane] = row.sums[c];
           constant[c] = std::log(priors[c]);
           slack[c] = 1e-12;
         }
@@ -180,7 +181,7 @@ TEST(BayesKernels, RankOnlyWhatNoRoundingCanTurn) {
     }
     // Squares, off their exact sum by no more than roundings.
     Values values;
-    HostArray<double> lanes(9 * kCaseLanes), sums(kCaseLanes, -2.0);
+    HostArray<double> lanes(9 * kPosteriorLanes), sums(kPosteriorLanes, -2.0);
     double mean[9], rate[9];
     for (double& x : lanes) x = double(values.Draw() % 1000) / 7;
     for (std::size_t k = 0; k < 9; ++k) {
@@ -188,10 +189,10 @@ TEST(BayesKernels, RankOnlyWhatNoRoundingCanTurn) {
       rate[k] = double(values.Draw() % 100 + 1) / 300;
     }
     posterior[level - 2]->addSquares(9, lanes.data(), {nullptr, mean, rate}, sums.data(), {});
-    for (std::size_t lane = 0; lane < kCaseLanes; ++lane) {
+    for (std::size_t lane = 0; lane < kPosteriorLanes; ++lane) {
       long double exact = -2;
       for (std::size_t k = 0; k < 9; ++k) {
-        const long double difference = (long double)(lanes[k * kCaseLanes + lane]) - mean[k];
+        const long double difference = (long double)(lanes[k * kPosteriorLanes + lane]) - mean[k];
         exact -= difference * difference * rate[k];
       }
       EXPECT_NEAR(sums[lane] / double(exact), 1, 1e-15 * 9) << level;

@@ -7,7 +7,7 @@
 
 namespace qrvml {
 
-inline constexpr std::size_t kCaseLanes = 32;  // cases of a block; a multiple of every vector
+inline constexpr std::size_t kPosteriorLanes = 32;  // cases of a block; a multiple of every vector
 
 /// The normal terms of a class, input by input: height - (x - mean)^2 rate.
 struct NormalTerms {
@@ -30,7 +30,7 @@ struct Ahead {
 };
 
 struct PosteriorKernel {
-  /// Lays kCaseLanes rows out input by input: lanes[k * kCaseLanes + row].
+  /// Lays kPosteriorLanes rows out input by input: lanes[k * kPosteriorLanes + row].
   void (*transpose)(const double* rows, std::size_t inputs, double* lanes);
   /// marks[lane] is set to 1 where an input equals its missing-data code, else to 0.
   void (*markMissing)(std::size_t inputs, const double* lanes, const double* codes, double* marks);

@@ -11,7 +11,7 @@
 
 namespace {
 
-using qrvml::kCaseLanes;
+using qrvml::kPosteriorLanes;
 
 #if defined(__AVX512F__)
 constexpr std::size_t kBytes = 64;
@@ -24,7 +24,7 @@ using Vector = double __attribute__((vector_size(kBytes), may_alias));
 using Words = long long __attribute__((vector_size(kBytes), may_alias));
 constexpr std::size_t kWidth = kBytes / sizeof(double);
 constexpr std::size_t kTogether = 4;  // vectors whose sums stay in registers
-constexpr std::size_t kSteps = kCaseLanes / (kWidth * kTogether);
+constexpr std::size_t kSteps = kPosteriorLanes / (kWidth * kTogether);
 
 inline Vector Load(const double* lanes) { return *reinterpret_cast<const Vector*>(lanes); }
 inline void Store(double* lanes, Vector value) { *reinterpret_cast<Vector*>(lanes) = value; }
@@ -57,29 +57,31 @@ inline void TurnSquare(const double* rows, std::size_t stride, double* lanes) {
   const Whole cd0 = __builtin_shufflevector(c, d, 0, 4, 2, 6);
   const Whole cd1 = __builtin_shufflevector(c, d, 1, 5, 3, 7);
   *reinterpret_cast<Row*>(lanes) = __builtin_shufflevector(ab0, cd0, 0, 1, 4, 5);
-  *reinterpret_cast<Row*>(lanes + kCaseLanes) = __builtin_shufflevector(ab1, cd1, 0, 1, 4, 5);
-  *reinterpret_cast<Row*>(lanes + 2 * kCaseLanes) = __builtin_shufflevector(ab0, cd0, 2, 3, 6, 7);
-  *reinterpret_cast<Row*>(lanes + 3 * kCaseLanes) = __builtin_shufflevector(ab1, cd1, 2, 3, 6, 7);
+  *reinterpret_cast<Row*>(lanes + kPosteriorLanes) = __builtin_shufflevector(ab1, cd1, 0, 1, 4, 5);
+  *reinterpret_cast<Row*>(lanes + 2 * kPosteriorLanes) =
+      __builtin_shufflevector(ab0, cd0, 2, 3, 6, 7);
+  *reinterpret_cast<Row*>(lanes + 3 * kPosteriorLanes) =
+      __builtin_shufflevector(ab1, cd1, 2, 3, 6, 7);
 }
 #else
 constexpr std::size_t kSquare = 2;
 inline void TurnSquare(const double* rows, std::size_t stride, double* lanes) {
   lanes[0] = rows[0];
   lanes[1] = rows[stride];
-  lanes[kCaseLanes] = rows[1];
-  lanes[kCaseLanes + 1] = rows[stride + 1];
+  lanes[kPosteriorLanes] = rows[1];
+  lanes[kPosteriorLanes + 1] = rows[stride + 1];
 }
 #endif
 
 void Transpose(const double* rows, std::size_t inputs, double* lanes) {
   const std::size_t whole = inputs / kSquare * kSquare;
-  for (std::size_t lane = 0; lane < kCaseLanes; lane += kSquare) {
+  for (std::size_t lane = 0; lane < kPosteriorLanes; lane += kSquare) {
     const double* row = rows + lane * inputs;
     for (std::size_t k = 0; k < whole; k += kSquare)
-      TurnSquare(row + k, inputs, lanes + k * kCaseLanes + lane);
+      TurnSquare(row + k, inputs, lanes + k * kPosteriorLanes + lane);
     for (std::size_t k = whole; k < inputs; ++k) {
       for (std::size_t i = 0; i < kSquare; ++i)
-        lanes[k * kCaseLanes + lane + i] = row[i * inputs + k];
+        lanes[k * kPosteriorLanes + lane + i] = row[i * inputs + k];
     }
   }
 }
@@ -91,7 +93,7 @@ void MarkMissing(std::size_t inputs, const double* lanes, const double* codes, d
     for (std::size_t k = 0; k < inputs; ++k) {
       const Vector code = Spread(codes[k]);
       for (std::size_t v = 0; v < kTogether; ++v)
-        marked[v] |= Load(lanes + k * kCaseLanes + from + v * kWidth) == code;
+        marked[v] |= Load(lanes + k * kPosteriorLanes + from + v * kWidth) == code;
     }
     for (std::size_t v = 0; v < kTogether; ++v)
       Store(marks + from + v * kWidth, marked[v] ? Spread(1.0) : Spread(0.0));
@@ -106,7 +108,7 @@ void AddNormal(std::size_t inputs, const double* lanes, qrvml::NormalTerms terms
     for (std::size_t k = 0; k < inputs; ++k) {
       const double height = terms.height[k], mean = terms.mean[k], rate = terms.rate[k];
       for (std::size_t v = 0; v < kTogether; ++v) {
-        const Vector difference = Load(lanes + k * kCaseLanes + from + v * kWidth) - mean;
+        const Vector difference = Load(lanes + k * kPosteriorLanes + from + v * kWidth) - mean;
         total[v] += height - difference * difference * rate;
       }
     }
@@ -128,7 +130,7 @@ void AddSquares(std::size_t inputs, const double* lanes, qrvml::NormalTerms term
         if (i < ahead.lines) __builtin_prefetch(ahead.first + i * kLine, 0, kSecondLevel);
       const double mean = terms.mean[k], rate = terms.rate[k];
       for (std::size_t v = 0; v < kTogether; ++v) {
-        const Vector difference = Load(lanes + k * kCaseLanes + from + v * kWidth) - mean;
+        const Vector difference = Load(lanes + k * kPosteriorLanes + from + v * kWidth) - mean;
         total[v] = SubtractProduct(total[v], difference * rate, difference);
       }
     }
@@ -137,13 +139,14 @@ void AddSquares(std::size_t inputs, const double* lanes, qrvml::NormalTerms term
 }
 
 void Add(const double* terms, double* sums) {
-  for (std::size_t lane = 0; lane < kCaseLanes; lane += kWidth)
+  for (std::size_t lane = 0; lane < kPosteriorLanes; lane += kWidth)
     Store(sums + lane, Load(sums + lane) + Load(terms + lane));
 }
 
 bool AnyLane(const double* marks) {
   double any = 0;
-  for (std::size_t lane = 0; lane < kCaseLanes; ++lane) any = marks[lane] > any ? marks[lane] : any;
+  for (std::size_t lane = 0; lane < kPosteriorLanes; ++lane)
+    any = marks[lane] > any ? marks[lane] : any;
   return any != 0;
 }
 
@@ -153,11 +156,11 @@ bool Rank(std::size_t classes, const double* sums, qrvml::RankTerms terms, const
   // normal number or all are 0 and the classes are ranked by these logarithms.
   constexpr double kHigh = 530, kLow = -700, kAllZero = -760, kFar = 1e-6, kHuge = 1e300;
   Words isClear = ~Words{};
-  for (std::size_t lane = 0; lane < kCaseLanes; lane += kWidth) {
+  for (std::size_t lane = 0; lane < kPosteriorLanes; lane += kWidth) {
     Vector best = Spread(-kHuge), slack = {}, second = best, chosen = {};
     Words isOrdinary = ~Words{};
     for (std::size_t c = 0; c < classes; ++c) {
-      const Vector sum = Load(sums + c * kCaseLanes + lane);
+      const Vector sum = Load(sums + c * kPosteriorLanes + lane);
       const Vector value = sum + terms.constant[c];
       const Vector own = terms.slack[c] - sum * terms.slackRate;
       isOrdinary &= sum > -kHuge;
@@ -184,7 +187,7 @@ bool Exponential(const double* exponents, double factor, double* products, doubl
   constexpr double kFactorials[] = {6227020800.0, 479001600.0, 39916800.0, 3628800.0,
                                     362880.0,     40320.0,     5040.0,     720.0,
                                     120.0,        24.0,        6.0,        2.0};
-  for (std::size_t lane = 0; lane < kCaseLanes; lane += kWidth) {
+  for (std::size_t lane = 0; lane < kPosteriorLanes; lane += kWidth) {
     const Vector exponent = Load(exponents + lane);
     const Words isFast = (exponent > kSmallest) & (exponent < kLargest);
     const Vector x = isFast ? exponent : Spread(0.0);
@@ -206,16 +209,16 @@ bool Exponential(const double* exponents, double factor, double* products, doubl
 }
 
 bool Conclude(std::size_t classes, double* products, double* sums, double* largest, double* bad) {
-  for (std::size_t lane = 0; lane < kCaseLanes; lane += kWidth) {
+  for (std::size_t lane = 0; lane < kPosteriorLanes; lane += kWidth) {
     Vector sum = Spread(0.0);
-    for (std::size_t c = 0; c < classes; ++c) sum += Load(products + c * kCaseLanes + lane);
+    for (std::size_t c = 0; c < classes; ++c) sum += Load(products + c * kPosteriorLanes + lane);
     Store(sums + lane, sum);
     const Words isGood = (sum > 0.0) & (sum <= __DBL_MAX__);
     Store(bad + lane, isGood ? Spread(0.0) : Spread(1.0));
     Vector best = Spread(0.0), chosen = Spread(-1.0);
     for (std::size_t c = 0; c < classes; ++c) {
-      const Vector share = Load(products + c * kCaseLanes + lane) / sum;
-      Store(products + c * kCaseLanes + lane, share);
+      const Vector share = Load(products + c * kPosteriorLanes + lane) / sum;
+      Store(products + c * kPosteriorLanes + lane, share);
       const Words isGreater = share > best;
       best = isGreater ? share : best;
       chosen = isGreater ? Spread(static_cast<double>(c)) : chosen;
