@@ -33,14 +33,14 @@ class ColumnCache {
 
   /// Exchanges the columns of two cases; elements within columns stay.
   void Swap(std::int32_t a, std::int32_t b);
-  /// Calls visit(case, values, known) for each column that has known elements; visit returns how
-  /// many are known afterwards.
-  template <class Visit>
-  void ForEach(Visit visit) {
-    for (std::int32_t s = 0; s < used_; ++s) {
-      Slot& slot = slots_[std::size_t(s)];
-      if (slot.known > 0) slot.known = visit(slot.owner, Address(s, slotSize_), slot.known);
-    }
+  /// Places for columns that are in use, from 0 on.
+  std::int32_t slots() const { return used_; }
+  /// Calls visit(case, values, known) if the slot's column has known elements; visit returns how
+  /// many are known afterwards. May be called on several threads for separate slots.
+  template <class Visitor>
+  void Visit(std::int32_t s, Visitor visit) {
+    Slot& slot = slots_[std::size_t(s)];
+    if (slot.known > 0) slot.known = visit(slot.owner, Address(s, slotSize_), slot.known);
   }
   /// Makes the slots fit columns of `length`: larger when they are too small, smaller when a
   /// quarter or more would be gained. Throws MemoryRefused, Cancelled.

@@ -1,10 +1,14 @@
 #include "svm/kernel_matrix.h"
 
 #include <algorithm>
-#include <atomic>
 #include <optional>
 
 namespace qrvml {
+namespace {
+
+constexpr std::int64_t kSharedMoves = 100000;  // elements of columns worth a second thread
+
+}  // namespace
 
 KernelMatrix::KernelMatrix(std::span<const SVMNodeList> cases, const SharedKernel& shared,
                            const SVMParameters& parameters, SVMSolverState& state, SolverPace& pace)
@@ -71,7 +75,7 @@ void KernelMatrix::AddColumns(std::span<const std::int32_t> listed, std::span<co
                               std::int32_t begin, double* sums, SolverTeam& team,
                               SolverPace& pace) {
   std::fill(sums + begin, sums + cases(), 0.0);
-  const std::int32_t passes = (cases() - begin + kPassCases - 1) / kPassCases;
+  const std::int32_t passes = PassesOf(cases() - begin);
   HostArray<double> values(std::size_t(team.threads()) * kDotQueries * kPassCases);
   for (std::size_t first = 0; first < listed.size(); first += kDotQueries) {
     const int count = int(std::min<std::size_t>(kDotQueries, listed.size() - first));
@@ -79,9 +83,7 @@ void KernelMatrix::AddColumns(std::span<const std::int32_t> listed, std::span<co
     for (int q = 0; q < count; ++q) {
       columns[q].row = rows_.Open(listed[first + std::size_t(q)], q);
     }
-    std::atomic<bool> stop{false};
-    team.Run(passes, true, [&](std::int32_t pass, int thread) {
-      if (stop.load(std::memory_order_relaxed)) return;
+    RunPaced(team, passes, true, pace, [&](std::int32_t pass, int thread) {
       const std::int32_t from = begin + pass * kPassCases;
       const std::int32_t to = std::min(cases(), from + kPassCases);
       Column mine[kDotQueries];
@@ -95,9 +97,8 @@ void KernelMatrix::AddColumns(std::span<const std::int32_t> listed, std::span<co
         const double factor = factors[first + std::size_t(q)];
         for (std::int32_t t = from; t < to; ++t) sums[t] += factor * mine[q].room[t - from];
       }
-      if (thread == 0 && pace.Spend(work)) stop = true;
+      return work;
     });
-    if (stop) throw Cancelled();
     counts_.elementsComputed += std::int64_t(cases() - begin) * count;
   }
 }
@@ -109,43 +110,82 @@ void KernelMatrix::Swap(std::int32_t a, std::int32_t b, SolverPace& pace) {
 }
 
 void KernelMatrix::FollowSwaps(std::span<const std::int32_t> source, std::int32_t length,
-                               SolverPace& pace) {
+                               SolverTeam& team, SolverPace& pace) {
   HostArray<std::int32_t> moved{std::size_t(length)};
   std::size_t count = 0;
   for (std::int32_t p = 0; p < length; ++p) {
     if (source[std::size_t(p)] != p) moved[count++] = p;
   }
   const std::span<const std::int32_t> places(moved.data(), count);
-  std::optional<KernelRows> arrived;  // the cases at those places, when a column does not know them
-  HostArray<double> values;
-
-  cache_.ForEach([&](std::int32_t at, double* column, std::int32_t known) {
-    const std::int32_t left = std::min(known, length);
-    bool missing = false;
-    pace.Check(std::int64_t(count));
-    for (const std::int32_t p : places) {
-      if (p >= left) break;
-      const std::int32_t from = source[std::size_t(p)];
-      if (from < known) {
-        column[p] = column[from];
-      } else {
-        missing = true;
+  const std::int32_t slots = cache_.slots();
+  HostArray<std::uint8_t> lacking(std::size_t(slots), 0);  // some element has to be computed
+  const bool isShared = std::int64_t(slots) * std::int64_t(count) >= kSharedMoves;
+  RunPaced(team, slots, isShared, pace, [&](std::int32_t slot, int) {
+    cache_.Visit(slot, [&](std::int32_t, double* column, std::int32_t known) {
+      const std::int32_t left = std::min(known, length);
+      bool missing = false;
+      for (const std::int32_t p : places) {
+        if (p >= left) break;
+        const std::int32_t from = source[std::size_t(p)];
+        if (from < known) {
+          column[p] = column[from];
+        } else {
+          missing = true;
+        }
       }
-    }
-    if (!missing) return left;
-    // Where much of a column would have to be computed, that can wait until it is asked for.
-    if (count * 4 > std::size_t(left)) return 0;
-    if (!arrived) {
-      arrived.emplace(rows_, places);
-      values.Resize(std::size_t(PackedCases::Padded(arrived->cases())));
-    }
-    const KernelRows::Row row = rows_.Open(at, 0);
-    double* out[] = {values.data()};
-    pace.Check(arrived->Fill({&row, 1}, 0, arrived->cases(), out));
-    counts_.elementsComputed += std::int64_t(count);
-    for (std::size_t m = 0; m < count && places[m] < left; ++m) column[places[m]] = values[m];
-    return left;
+      // Where much of a column would have to be computed, that can wait until it is asked for.
+      if (missing && count * 4 > std::size_t(left)) return 0;
+      lacking[std::size_t(slot)] = missing ? 1 : 0;
+      return left;
+    });
+    return std::int64_t(count);
   });
+  ComputeMoved(places, lacking, team, pace);
+}
+
+void KernelMatrix::ComputeMoved(std::span<const std::int32_t> places,
+                                std::span<const std::uint8_t> lacking, SolverTeam& team,
+                                SolverPace& pace) {
+  std::optional<KernelRows> moved;  // the cases at those places
+  HostArray<double> values;
+  const auto count = std::int32_t(places.size());
+  const auto padded = std::size_t(PackedCases::Padded(count));
+  for (std::int32_t slot = 0; slot < std::int32_t(lacking.size());) {
+    struct {
+      double* values;
+      std::int32_t known;
+    } columns[kDotQueries];
+    KernelRows::Row rows[kDotQueries];
+    int open = 0;
+    for (; slot < std::int32_t(lacking.size()) && open < kDotQueries; ++slot) {
+      if (lacking[std::size_t(slot)] == 0) continue;
+      cache_.Visit(slot, [&](std::int32_t at, double* column, std::int32_t known) {
+        columns[open] = {column, known};
+        rows[open] = rows_.Open(at, open);
+        ++open;
+        return known;
+      });
+    }
+    if (open == 0) return;
+    if (!moved) {
+      moved.emplace(rows_, places);
+      values.Resize(kDotQueries * padded);
+    }
+    RunPaced(team, PassesOf(count), true, pace, [&](std::int32_t pass, int) {
+      const std::int32_t begin = pass * kPassCases;
+      const std::int32_t end = std::min(count, begin + kPassCases);
+      double* out[kDotQueries];
+      for (int q = 0; q < open; ++q) out[q] = values.data() + std::size_t(q) * padded + begin;
+      const std::int64_t work = moved->Fill(std::span(rows, std::size_t(open)), begin, end, out);
+      for (int q = 0; q < open; ++q) {
+        for (std::int32_t m = begin; m < end && places[std::size_t(m)] < columns[q].known; ++m) {
+          columns[q].values[places[std::size_t(m)]] = out[q][m - begin];
+        }
+      }
+      return work;
+    });
+    counts_.elementsComputed += std::int64_t(count) * open;
+  }
 }
 
 }  // namespace qrvml

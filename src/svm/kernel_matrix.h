@@ -61,11 +61,15 @@ class KernelMatrix {
   /// After swaps that brought cases from `length` on to positions before it: source[p] is the
   /// position from which the case now at p came. Columns are cut to `length` and the elements
   /// that moved are put right. Throws MemoryRefused, Cancelled.
-  void FollowSwaps(std::span<const std::int32_t> source, std::int32_t length, SolverPace& pace);
+  void FollowSwaps(std::span<const std::int32_t> source, std::int32_t length, SolverTeam& team,
+                   SolverPace& pace);
   /// The columns needed from now on have this length. Throws MemoryRefused, Cancelled.
   void Fit(std::int32_t length, SolverPace& pace) { cache_.Fit(length, pace); }
 
  private:
+  /// Computes the elements at some places of the columns in those slots that lack some of them.
+  void ComputeMoved(std::span<const std::int32_t> places, std::span<const std::uint8_t> lacking,
+                    SolverTeam& team, SolverPace& pace);
   double* Scratch(int side) { return scratch_.data() + std::size_t(side) * padded_; }
 
   KernelRows rows_;

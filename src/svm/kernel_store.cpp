@@ -1,7 +1,6 @@
 #include "svm/kernel_store.h"
 
 #include <algorithm>
-#include <atomic>
 #include <limits>
 
 #include "svm/kernel_rows.h"
@@ -20,23 +19,19 @@ KernelStore::KernelStore(std::span<const SVMNodeList> cases, const SVMParameters
     throw MemoryRefused();
   }
   values_.Resize(padded_ * cases.size());
-  std::atomic<bool> stop{false};
   for (std::int32_t first = 0; first < cases_; first += kDotQueries) {
     const int count = std::min(kDotQueries, cases_ - first);
     KernelRows::Row opened[kDotQueries];
     for (int q = 0; q < count; ++q) opened[q] = rows.Open(first + q, q);
-    team.Run((cases_ + kPassCases - 1) / kPassCases, true, [&](std::int32_t pass, int thread) {
-      if (stop.load(std::memory_order_relaxed)) return;
+    RunPaced(team, PassesOf(cases_), true, pace, [&](std::int32_t pass, int) {
       const std::int32_t begin = pass * kPassCases;
       double* out[kDotQueries];
       for (int q = 0; q < count; ++q) {
         out[q] = values_.data() + std::size_t(first + q) * padded_ + std::size_t(begin);
       }
-      const std::int64_t work = rows.Fill(std::span(opened, std::size_t(count)), begin,
-                                          std::min(cases_, begin + kPassCases), out);
-      if (thread == 0 && pace.Spend(work)) stop = true;
+      return rows.Fill(std::span(opened, std::size_t(count)), begin,
+                       std::min(cases_, begin + kPassCases), out);
     });
-    if (stop) throw Cancelled();
   }
 }
 

@@ -1,7 +1,6 @@
 #include "svm/pair_optimiser.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <cstdio>
 #include <limits>
@@ -29,7 +28,12 @@ void Merge(PairEnds& ends, const PairEnds& other) {
 
 constexpr PairEnds kNoEnds = {kInfinity, -kInfinity, -1, -1};
 
-std::int32_t PassesOf(std::int32_t count) { return (count + kPassCases - 1) / kPassCases; }
+/// Whole blocks of at most kPassCases, as many pieces for each thread.
+std::int32_t PieceLength(std::int32_t count, std::int32_t threads) {
+  const std::int32_t rounds = (PassesOf(count) + threads - 1) / threads;
+  const std::int32_t pieces = std::max(rounds, 1) * threads;
+  return PackedCases::Padded((count + pieces - 1) / pieces);
+}
 
 }  // namespace
 
@@ -243,21 +247,17 @@ void PairOptimiser::Apply(const Step& step) {
   for (const KernelMatrix::Column& column : used) missing += column.length - column.known;
   const std::int64_t work = std::int64_t(active_) * kUpdateWork + missing * kCaseLanes;
   const bool shared = work >= 2 * kSharedWork;
-  std::atomic<bool> stop{false};
   for (PartEnds& found : found_) found = {{kNoEnds, kNoEnds}};
-  const auto end = [&](int thread, std::int64_t done, const PairEnds* found) {
-    for (int c = 0; found != nullptr && c < ends(); ++c) {
-      Merge(found_[std::size_t(thread)].ends[c], found[c]);
-    }
-    if (thread == 0 && pace_.Spend(done)) stop = true;
+  const auto keep = [&](int thread, const PairEnds* found) {
+    for (int c = 0; c < ends(); ++c) Merge(found_[std::size_t(thread)].ends[c], found[c]);
   };
   const auto run = [&](std::int32_t count, const auto& pass) {
-    team_.Run(PassesOf(count), shared, [&](std::int32_t number, int thread) {
-      if (stop.load(std::memory_order_relaxed)) return;
-      const std::int32_t begin = number * kPassCases;
-      pass(begin, std::min(count, begin + kPassCases), thread);
+    const std::int32_t length = PieceLength(count, team_.threads());
+    const std::int32_t pieces = (count + length - 1) / length;
+    RunPaced(team_, pieces, shared, pace_, [&](std::int32_t number, int thread) {
+      const std::int32_t begin = number * length;
+      return pass(begin, std::min(count, begin + length), thread);
     });
-    if (stop) throw Cancelled();
   };
 
   const std::int32_t* places = problem_.twoPerCase ? place_.data() : matrix_.places();
@@ -266,20 +266,22 @@ void PairOptimiser::Apply(const Step& step) {
       PairEnds found[2];
       kernel.updatePlaced(f_.data(), status_.data(), step.first.values, step.second.values, places,
                           step.firstChange, step.secondChange, from, to, problem_.nu, found);
-      end(thread, (to - from) * kUpdateWork, found);
+      keep(thread, found);
+      return std::int64_t(to - from) * kUpdateWork;
     });
   } else if (problem_.twoPerCase) {
-    run(cases, [&](std::int32_t from, std::int32_t to, int thread) {
+    run(cases, [&](std::int32_t from, std::int32_t to, int) {
       const std::int64_t done = matrix_.Fill(used, from, to) + (to - from) * kUpdateWork;
       kernel.combine(step.first.values, step.second.values, step.firstChange, step.secondChange,
                      from, to, change_.data());
-      end(thread, done, nullptr);
+      return done;
     });
     run(active_, [&](std::int32_t from, std::int32_t to, int thread) {
       PairEnds found[2];
       kernel.updateListed(f_.data(), status_.data(), change_.data(), case_.data(), from, to,
                           problem_.nu, found);
-      end(thread, 0, found);
+      keep(thread, found);
+      return std::int64_t(to - from);
     });
   } else {
     run(cases, [&](std::int32_t from, std::int32_t to, int thread) {
@@ -287,7 +289,8 @@ void PairOptimiser::Apply(const Step& step) {
       PairEnds found[2];
       kernel.update(f_.data(), status_.data(), step.first.values, step.second.values,
                     step.firstChange, step.secondChange, from, to, problem_.nu, found);
-      end(thread, done, found);
+      keep(thread, found);
+      return done;
     });
   }
   for (const KernelMatrix::Column& column : used) matrix_.Complete(column);
@@ -336,7 +339,7 @@ void PairOptimiser::CutActiveSet(const PairEnds* thresholds) {
     --t;
   }
   pace_.Check(std::int64_t(variables_) * kUpdateWork);
-  if (!problem_.twoPerCase) matrix_.FollowSwaps(source_, active_, pace_);
+  if (!problem_.twoPerCase) matrix_.FollowSwaps(source_, active_, team_, pace_);
 }
 
 void PairOptimiser::ReturnVariables(const PairEnds* thresholds) {

@@ -1,9 +1,10 @@
 // Threads that share the passes of one training run.
 //
-// A pass takes microseconds. It is cut into pieces that threads claim one by one, so nobody waits
-// for a thread that the system has put aside, unless it is in the middle of a piece. Threads wait
-// for the next pass by spinning a little before they give way. Where the system gives fewer
-// threads, fewer share.
+// A pass takes microseconds. It is cut into pieces. Each thread has a share of neighbouring pieces,
+// the same in every pass, so that what it works on stays in its own cache; it claims them one by
+// one and then helps the others with theirs, so nobody waits for a thread that the system has put
+// aside, unless it is in the middle of a piece. Threads wait for the next pass by spinning a little
+// before they give way. Where the system gives fewer threads, fewer share.
 #pragma once
 
 #include <atomic>
@@ -11,6 +12,8 @@
 #include <functional>
 #include <thread>
 #include <vector>
+
+#include "svm/solver_pace.h"
 
 namespace qrvml {
 
@@ -23,21 +26,41 @@ class SolverTeam {
 
   int threads() const { return int(workers_.size()) + 1; }
   /// Calls work(piece, thread) once for each piece from 0 to pieces - 1 and returns when all have
-  /// ended; thread 0 is the calling one. Each thread takes its pieces in ascending order. Pieces do
-  /// not throw and do not call the host, except on thread 0. pieces < 2^24; without `shared` all
-  /// run on thread 0.
+  /// ended; thread 0 is the calling one. Pieces do not throw and do not call the host, except on
+  /// thread 0. pieces < 2^24; without `shared` all run on thread 0, in ascending order.
   void Run(std::int32_t pieces, bool shared, const std::function<void(std::int32_t, int)>& work);
 
  private:
-  void Work(int thread);
-  bool Claim(std::int32_t* piece);
+  /// The pieces of a thread that nobody has claimed yet, on a cache line of its own.
+  struct alignas(64) Share {
+    std::atomic<std::uint64_t> ticket{0};  // end of the share << 32, and the next to be claimed
+  };
 
+  void Work(int thread);
+  bool Claim(Share& share, std::int32_t* piece);
+  /// Runs what is left to claim, the thread's own share first; returns how many pieces.
+  std::int32_t RunPieces(int thread);
+
+  std::vector<Share> shares_;  // per thread
   std::vector<std::thread> workers_;
   const std::function<void(std::int32_t, int)>* work_ =
-      nullptr;                            // of the pass that has a claim open
-  std::atomic<std::uint64_t> ticket_{0};  // pieces of the pass << 32, and the next to be claimed
-  std::atomic<std::int32_t> done_{0};     // pieces that have ended
+      nullptr;                                     // of the pass that has pieces to claim
+  alignas(64) std::atomic<std::int32_t> done_{0};  // pieces that have ended
   std::atomic<bool> end_{false};
 };
+
+/// team.Run for pieces that return about the multiplications they did. The pace hears of those of
+/// the calling thread; what has not begun when it says so does not begin. Throws Cancelled.
+template <class Work>
+void RunPaced(SolverTeam& team, std::int32_t pieces, bool shared, SolverPace& pace,
+              const Work& work) {
+  std::atomic<bool> stop{false};
+  team.Run(pieces, shared, [&](std::int32_t piece, int thread) {
+    if (stop.load(std::memory_order_relaxed)) return;
+    const std::int64_t done = work(piece, thread);
+    if (thread == 0 && pace.Spend(done)) stop = true;
+  });
+  if (stop) throw Cancelled();
+}
 
 }  // namespace qrvml

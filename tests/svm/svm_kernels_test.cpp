@@ -209,8 +209,11 @@ TEST(ColumnCache, KeepsTheLatestColumnsWithinItsBytesThroughSwapsAndFits) {
     if (step % 500 == 499) {
       // Shorter, longer again, shorter.
       length = step == 1499 || step == 3499 ? 290 : std::max(40, length * 2 / 3);
-      cache.ForEach(
-          [&](std::int32_t, double*, std::int32_t known) { return std::min(known, length); });
+      for (std::int32_t slot = 0; slot < cache.slots(); ++slot) {
+        cache.Visit(slot, [&](std::int32_t, double*, std::int32_t known) {
+          return std::min(known, length);
+        });
+      }
       cache.Fit(length, pace);
       slots = 3200 / ((length + 31) / 32 * 32);
       while (int(recent.size()) > slots) recent.pop_back();

@@ -14,6 +14,10 @@ namespace qrvml {
 inline constexpr int kCaseLanes = 32;
 inline constexpr int kDotQueries = 4;  // cases whose products with a block are computed at once
 inline constexpr std::int32_t kPassCases = 16 * kCaseLanes;  // that a pass handles while in cache
+/// The passes over so many cases.
+constexpr std::int32_t PassesOf(std::int32_t cases) {
+  return cases / kPassCases + (cases % kPassCases > 0 ? 1 : 0);
+}
 
 /// How products become kernel values.
 enum class KernelFinish : int { none = 0, integerPower = 1, exponential = 2, tangent = 3 };
