@@ -1,6 +1,7 @@
 #include "data/class_statistics.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "data/kernels/moments_kernel.h"
 #include "data/processor_level.h"
@@ -13,9 +14,6 @@ const MomentsKernel& Kernel() {
   if (level >= 4) return kMomentsKernelV4;
   return level == 3 ? kMomentsKernelV3 : kMomentsKernelV2;
 }
-
-/// Inputs a thread takes at least; its part of a row then begins at a cache line of the sums.
-constexpr std::size_t kInputsTogether = 8;
 
 }  // namespace
 
@@ -37,12 +35,12 @@ void ClassStatistics::Start(const std::vector<const CategoryTable*>& dependentTa
     inputLookups_.emplace_back(*table);
     firstPair_.push_back(firstPair_.back() + table->classes().size());
   }
-  missing_.Resize(missing.size());
-  std::copy(missing.begin(), missing.end(), missing_.begin());
+  inputCodes_.Assign(LaneGroups() * kMomentLanes, std::numeric_limits<double>::quiet_NaN());
+  std::copy_n(missing.begin(), inputs, inputCodes_.begin());
+  dependentCodes_.Resize(missing.size() - inputs);
+  std::copy(missing.begin() + std::ptrdiff_t(inputs), missing.end(), dependentCodes_.begin());
   const std::size_t rows = firstRow_.back();
-  weight_.Assign(rows * inputs, 0.0);
-  mean_.Assign(rows * inputs, 0.0);
-  squares_.Assign(rows * inputs, 0.0);
+  sums_.Assign(LaneGroups() * kMomentSums * rows * kMomentLanes, 0.0);
   pairs_.Assign(rows * firstPair_.back(), 0);
 }
 
@@ -50,31 +48,37 @@ void ClassStatistics::Release() { *this = {}; }
 
 void ClassStatistics::AddCases(const ClassifiedRows& rows, WorkerTeam& team) {
   if (rows.count == 0 || classRows() == 0) return;
-  FindClasses(rows);
-  const std::size_t groups = (inputs_ + kInputsTogether - 1) / kInputsTogether;
+  FindClasses(rows, team);
+  const std::size_t groups = LaneGroups();
   const std::size_t parts = std::min(team.size(), groups);
+  // Far enough apart that no thread fetches a line beside its own from another.
+  const std::size_t room = classRows() + 512;
+  evenWeights_.Resize(parts * room);
   team.Run([&](std::size_t part) {
     if (part >= parts) return;
-    const std::size_t first = groups * part / parts * kInputsTogether;
-    const std::size_t last = groups * (part + 1) / parts * kInputsTogether;
+    const std::size_t first = groups * part / parts * kMomentLanes;
+    const std::size_t last = groups * (part + 1) / parts * kMomentLanes;
     Kernel().add({rows.count, inputs_, dependents(), rows.inputs, caseClasses_.data(), rows.weights,
-                  missing_.data()},
-                 first, std::min(last, inputs_), {weight_.data(), mean_.data(), squares_.data()});
+                  inputCodes_.data()},
+                 first, std::min(last, inputs_),
+                 {classRows(), sums_.data(), evenWeights_.data() + part * room});
   });
   AddPairs(rows);
 }
 
-void ClassStatistics::FindClasses(const ClassifiedRows& rows) {
+void ClassStatistics::FindClasses(const ClassifiedRows& rows, WorkerTeam& team) {
   const std::size_t m = dependents();
   caseClasses_.Resize(rows.count * m);
-  const double* codes = missing_.data() + inputs_;
-  for (std::size_t i = 0; i < rows.count; ++i) {
-    for (std::size_t d = 0; d < m; ++d) {
-      const double value = rows.dependents[i * m + d];
-      const int c = value == codes[d] ? -1 : dependentLookups_[d].ClassOf(value);
-      caseClasses_[i * m + d] = c < 0 ? -1 : static_cast<std::int32_t>(firstRow_[d]) + c;
+  team.Run([&](std::size_t part) {
+    const std::size_t end = rows.count * (part + 1) / team.size();
+    for (std::size_t i = rows.count * part / team.size(); i < end; ++i) {
+      for (std::size_t d = 0; d < m; ++d) {
+        const double value = rows.dependents[i * m + d];
+        const int c = value == dependentCodes_[d] ? -1 : dependentLookups_[d].ClassOf(value);
+        caseClasses_[i * m + d] = c < 0 ? -1 : static_cast<std::int32_t>(firstRow_[d]) + c;
+      }
     }
-  }
+  });
 }
 
 void ClassStatistics::AddPairs(const ClassifiedRows& rows) {
@@ -84,7 +88,7 @@ void ClassStatistics::AddPairs(const ClassifiedRows& rows) {
   for (std::size_t i = 0; i < rows.count && categorical > 0; ++i) {
     const double* values = rows.inputs + i * inputs_ + continuous;
     for (std::size_t j = 0; j < categorical; ++j) {
-      if (values[j] == missing_[continuous + j]) continue;
+      if (values[j] == inputCodes_[continuous + j]) continue;
       const int v = inputLookups_[j].ClassOf(values[j]);
       if (v < 0) continue;
       for (std::size_t d = 0; d < m; ++d) {
@@ -100,9 +104,11 @@ void ClassStatistics::Finish() {
   for (std::size_t row = 0; row < classRows(); ++row) {
     const auto divisor = static_cast<double>(classCount_[row] - 1);
     if (divisor <= 0) continue;
-    for (double& squares : squares_.subspan(row * inputs_, inputs_)) squares /= divisor;
+    for (std::size_t k = 0; k < inputs_; ++k)
+      sums_[MomentSums::Place(MomentSum::squares, classRows(), row, k)] /= divisor;
   }
   caseClasses_.Release();
+  evenWeights_.Release();
 }
 
 void ClassStatistics::ReplaceZeroPairCounts(std::int32_t count) {

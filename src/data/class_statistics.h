@@ -13,6 +13,7 @@
 
 #include "data/category_table.h"
 #include "data/code_lookup.h"
+#include "data/kernels/moments_kernel.h"
 #include "data/worker_team.h"
 #include "host/memory.h"
 
@@ -34,7 +35,7 @@ class ClassStatistics {
              const std::vector<const CategoryTable*>& inputTables, std::size_t inputs,
              std::span<const double> missing);
   void Release();
-  bool empty() const { return mean_.empty(); }
+  bool empty() const { return sums_.empty(); }
 
   /// Adds cases. The threads share the inputs, never a sum: their number changes nothing. Throws
   /// MemoryRefused.
@@ -54,15 +55,15 @@ class ClassStatistics {
     return classCount_[ClassRow(d, c)];
   }
   double condMean(std::size_t d, std::size_t c, std::size_t k) const {
-    return mean_[ClassRow(d, c) * inputs_ + k];
+    return Sum(MomentSum::mean, ClassRow(d, c), k);
   }
   /// The variance, which every output calls the standard deviation.
   double condStd(std::size_t d, std::size_t c, std::size_t k) const {
-    return squares_[ClassRow(d, c) * inputs_ + k];
+    return Sum(MomentSum::squares, ClassRow(d, c), k);
   }
   /// Weighted cases of the class with a valid value of input k.
   double condWeight(std::size_t d, std::size_t c, std::size_t k) const {
-    return weight_[ClassRow(d, c) * inputs_ + k];
+    return Sum(MomentSum::weight, ClassRow(d, c), k);
   }
   /// Training cases of the class, whatever their weight, with category v of categorical input m.
   std::int32_t pairCount(std::size_t d, std::size_t c, std::size_t m, std::size_t v) const {
@@ -74,22 +75,27 @@ class ClassStatistics {
   void ReplaceZeroPairCounts(std::int32_t count);
 
  private:
+  std::size_t LaneGroups() const { return (inputs_ + kMomentLanes - 1) / kMomentLanes; }
+  double Sum(MomentSum sum, std::size_t row, std::size_t k) const {
+    return sums_[MomentSums::Place(sum, classRows(), row, k)];
+  }
   std::size_t PairIndex(std::size_t row, std::size_t m, std::size_t v) const {
     return row * firstPair_.back() + firstPair_[m] + v;
   }
   /// The class row of each dependent of each case, -1: none.
-  void FindClasses(const ClassifiedRows& rows);
+  void FindClasses(const ClassifiedRows& rows, WorkerTeam& team);
   void AddPairs(const ClassifiedRows& rows);
 
   std::size_t inputs_ = 0;
   std::vector<std::size_t> firstRow_;   // per dependent, and one behind the last
   std::vector<std::size_t> firstPair_;  // per categorical input, and one behind the last
   std::vector<CodeLookup> dependentLookups_, inputLookups_;
-  std::vector<std::int64_t> classCount_;  // per class row
-  HostArray<double> missing_;
-  HostArray<double> weight_, mean_, squares_;  // per class row and input
-  HostArray<std::int32_t> pairs_;              // per class row, category of each categorical input
-  HostArray<std::int32_t> caseClasses_;        // scratch: per case and dependent
+  std::vector<std::int64_t> classCount_;           // per class row
+  HostArray<double> inputCodes_, dependentCodes_;  // of missing data; whole lanes of inputs
+  HostArray<double> sums_;                         // as the kernel wants them
+  HostArray<std::int32_t> pairs_;        // per class row, category of each categorical input
+  HostArray<std::int32_t> caseClasses_;  // scratch: per case and dependent
+  HostArray<double> evenWeights_;        // scratch: per thread and class row
 };
 
 }  // namespace qrvml
