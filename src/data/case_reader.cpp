@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "data/kernels/case_kernel.h"
 #include "host/analysis_support.h"
 #include "host/string_table.h"
 
@@ -55,12 +56,7 @@ void CaseReader::Gather() {
 }
 
 bool CaseReader::HasMissing() const {
-  const std::size_t count = slots_.size();
-  const double* values = slots_.data();
-  const double* codes = missing_.data();
-  int missing = 0;
-  for (std::size_t slot = 0; slot < count; ++slot) missing |= values[slot] == codes[slot] ? 1 : 0;
-  return missing != 0;
+  return CaseKernelHere().hasMissing(slots_.size(), slots_.data(), missing_.data());
 }
 
 }  // namespace qrvml

@@ -2,9 +2,18 @@
 
 #include <limits>
 
+#include "data/kernels/case_kernel.h"
+#include "data/processor_level.h"
 #include "host/numerics.h"
 
 namespace qrvml {
+
+const CaseKernel& CaseKernelHere() {
+  static const CaseKernel& kernel = ProcessorLevel() >= 4   ? kCaseKernelV4
+                                    : ProcessorLevel() == 3 ? kCaseKernelV3
+                                                            : kCaseKernelV2;
+  return kernel;
+}
 
 void CaseStatistics::Start(std::size_t slots) {
   sum_.Assign(slots, 0.0);
@@ -21,27 +30,14 @@ void CaseStatistics::Release() {
   maximum_.Release();
 }
 
-// The loops below run over the slots with the arrays in restrict-qualified locals, so that they
-// vectorise; each slot's own sum keeps the order of the cases.
-
 void CaseStatistics::AddSums(const double* values, double weight) {
-  const std::size_t slots = sum_.size();
-  double* __restrict sum = sum_.data();
-  for (std::size_t slot = 0; slot < slots; ++slot) sum[slot] += weight * values[slot];
+  CaseKernelHere().addSums(sum_.size(), values, weight, sum_.data());
   commonWeight_ += weight;
 }
 
 void CaseStatistics::AddCase(const double* values, double weight) {
-  const std::size_t slots = sum_.size();
-  double* __restrict sum = sum_.data();
-  double* __restrict minimum = minimum_.data();
-  double* __restrict maximum = maximum_.data();
-  for (std::size_t slot = 0; slot < slots; ++slot) {
-    const double value = values[slot];
-    sum[slot] += weight * value;
-    minimum[slot] = IsLess(value, minimum[slot]) ? value : minimum[slot];
-    maximum[slot] = IsGreater(value, maximum[slot]) ? value : maximum[slot];
-  }
+  CaseKernelHere().addCase(sum_.size(), values, weight, sum_.data(), minimum_.data(),
+                           maximum_.data());
   commonWeight_ += weight;
 }
 

@@ -15,6 +15,10 @@ const MomentsKernel& Kernel() {
   return level == 3 ? kMomentsKernelV3 : kMomentsKernelV2;
 }
 
+/// Numbers between what two threads write, so that neither fetches a line beside its own from the
+/// other.
+constexpr std::size_t kApart = 512;
+
 }  // namespace
 
 void ClassStatistics::Start(const std::vector<const CategoryTable*>& dependentTables,
@@ -49,21 +53,35 @@ void ClassStatistics::Release() { *this = {}; }
 void ClassStatistics::AddCases(const ClassifiedRows& rows, WorkerTeam& team) {
   if (rows.count == 0 || classRows() == 0) return;
   FindClasses(rows, team);
-  const std::size_t groups = LaneGroups();
-  const std::size_t parts = std::min(team.size(), groups);
-  // Far enough apart that no thread fetches a line beside its own from another.
-  const std::size_t room = classRows() + 512;
-  evenWeights_.Resize(parts * room);
-  team.Run([&](std::size_t part) {
-    if (part >= parts) return;
-    const std::size_t first = groups * part / parts * kMomentLanes;
-    const std::size_t last = groups * (part + 1) / parts * kMomentLanes;
-    Kernel().add({rows.count, inputs_, dependents(), rows.inputs, caseClasses_.data(), rows.weights,
-                  inputCodes_.data()},
-                 first, std::min(last, inputs_),
-                 {classRows(), sums_.data(), evenWeights_.data() + part * room});
-  });
-  AddPairs(rows);
+  const Parts parts = PartsFor(team.size());
+  team.Run([&](std::size_t part) { AddPart(rows, parts, part); });
+}
+
+void ClassStatistics::BeginCases(const ClassifiedRows& rows, WorkerTeam& team) {
+  team.End();
+  if (team.size() == 1) return AddCases(rows, team);
+  if (rows.count == 0 || classRows() == 0) return;
+  WorkerTeam alone(1);
+  FindClasses(rows, alone);
+  const Parts parts = PartsFor(team.size() - 1);
+  team.Begin([this, rows, parts](std::size_t part) { AddPart(rows, parts, part - 1); });
+}
+
+ClassStatistics::Parts ClassStatistics::PartsFor(std::size_t threads) {
+  const Parts parts{std::min(threads, LaneGroups()), classRows() + kApart};
+  evenWeights_.Resize(parts.count * parts.room);
+  return parts;
+}
+
+void ClassStatistics::AddPart(const ClassifiedRows& rows, const Parts& parts, std::size_t part) {
+  if (part >= parts.count) return;
+  const std::size_t first = LaneGroups() * part / parts.count * kMomentLanes;
+  const std::size_t last = LaneGroups() * (part + 1) / parts.count * kMomentLanes;
+  Kernel().add({rows.count, inputs_, dependents(), rows.inputs, caseClasses_.data(), rows.weights,
+                inputCodes_.data()},
+               first, std::min(last, inputs_),
+               {classRows(), sums_.data(), evenWeights_.data() + part * parts.room});
+  if (part + 1 == parts.count) AddPairs(rows);
 }
 
 void ClassStatistics::FindClasses(const ClassifiedRows& rows, WorkerTeam& team) {

@@ -40,6 +40,9 @@ class ClassStatistics {
   /// Adds cases. The threads share the inputs, never a sum: their number changes nothing. Throws
   /// MemoryRefused.
   void AddCases(const ClassifiedRows& rows, WorkerTeam& team);
+  /// The same on the other threads of the team, without waiting for them: the rows stay as they are
+  /// until team.End() or the next call, which waits for this one. Throws MemoryRefused.
+  void BeginCases(const ClassifiedRows& rows, WorkerTeam& team);
   /// Makes the sums of squares variances: over the class count less 1, where that is above 0.
   void Finish();
 
@@ -75,6 +78,13 @@ class ClassStatistics {
   void ReplaceZeroPairCounts(std::int32_t count);
 
  private:
+  /// How threads share the inputs.
+  struct Parts {
+    std::size_t count;
+    std::size_t room;  // of each part in evenWeights_
+  };
+  Parts PartsFor(std::size_t threads);
+  void AddPart(const ClassifiedRows& rows, const Parts& parts, std::size_t part);
   std::size_t LaneGroups() const { return (inputs_ + kMomentLanes - 1) / kMomentLanes; }
   double Sum(MomentSum sum, std::size_t row, std::size_t k) const {
     return sums_[MomentSums::Place(sum, classRows(), row, k)];

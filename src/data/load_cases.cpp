@@ -43,9 +43,18 @@ class CaseLoad {
   }
 
  private:
-  /// The training cases whose class statistics are gathered at a time, where rows are not stored:
-  /// enough to be worth a thread's waking.
-  static constexpr std::size_t kValuesTogether = std::size_t{1} << 19;
+  /// The values of the training cases that enter the class statistics at a time: on one thread as
+  /// many as its cache holds, else enough to be worth a thread's waking.
+  static constexpr std::size_t kValuesAlone = std::size_t{1} << 14;
+  static constexpr std::size_t kValuesShared = std::size_t{1} << 20;
+
+  /// Training cases on their way into the class statistics. There are two lots: the threads work on
+  /// one while the other is read.
+  struct Lot {
+    std::size_t firstRow = 0;  // among the stored rows, where there are such
+    std::vector<std::int32_t> weights;
+    HostArray<double> inputs, dependents;  // where rows are not stored
+  };
 
   bool HasSink() const { return rules_.storedAs == StoredAs::indicatorRows; }
   int SubsetsKept() const { return data_.sampling.apply ? kSubsets : 1; }
@@ -83,11 +92,14 @@ class CaseLoad {
                                  reader_.missingCodes());
     data_.fractionSeen_.assign(data_.roles_.continuousPredictors.size(), 0);
     for (std::size_t k = 0; k < data_.fractionSeen_.size(); ++k) integralSoFar_.push_back(k);
-    if (data_.storeValues) return;
-    const std::size_t most = std::max(kValuesTogether / slots, std::size_t{1});
-    gatheredRows_ = std::min(most, static_cast<std::size_t>(rows_[kTraining]));
-    gatheredInputs_.Resize(gatheredRows_ * data_.roles_.predictors.size());
-    gatheredDependents_.Resize(gatheredRows_ * data_.roles_.dependents.size());
+    const std::size_t values = team_.size() == 1 ? kValuesAlone : kValuesShared;
+    const std::size_t most = std::max(values / slots, std::size_t{1});
+    lotRows_ = std::min(most, static_cast<std::size_t>(rows_[kTraining]));
+    for (Lot& lot : lots_) {
+      if (data_.storeValues) continue;
+      lot.inputs.Resize(lotRows_ * data_.roles_.predictors.size());
+      lot.dependents.Resize(lotRows_ * data_.roles_.dependents.size());
+    }
   }
 
   /// Before missing values are substituted.
@@ -99,38 +111,41 @@ class CaseLoad {
     });
   }
 
-  /// Rows that are not stored go into the class statistics in lots.
+  /// A training case enters the class statistics with its lot.
   void Gather(std::int32_t weight) {
-    const std::size_t predictors = data_.roles_.predictors.size();
-    const std::size_t dependents = data_.roles_.dependents.size();
-    const std::size_t row = weights_.size();
-    weights_.push_back(weight);
-    std::copy_n(reader_.values(), predictors, gatheredInputs_.data() + row * predictors);
-    std::copy_n(reader_.values() + predictors, dependents,
-                gatheredDependents_.data() + row * dependents);
-    if (weights_.size() == gatheredRows_) TakeGathered();
+    Lot& lot = lots_[filling_];
+    const std::size_t row = lot.weights.size();
+    lot.weights.push_back(weight);
+    if (!data_.storeValues) {
+      const std::size_t predictors = data_.roles_.predictors.size();
+      const std::size_t dependents = data_.roles_.dependents.size();
+      std::copy_n(reader_.values(), predictors, lot.inputs.data() + row * predictors);
+      std::copy_n(reader_.values() + predictors, dependents,
+                  lot.dependents.data() + row * dependents);
+    }
+    if (lot.weights.size() == lotRows_) TakeLot();
   }
 
-  void TakeGathered() {
-    data_.classStatistics_.AddCases(
-        {weights_.size(), gatheredInputs_.data(), gatheredDependents_.data(), weights_.data()},
-        team_);
-    weights_.clear();
+  void TakeLot() {
+    Lot& lot = lots_[filling_];
+    const double* inputs = lot.inputs.data();
+    const double* dependents = lot.dependents.data();
+    if (data_.storeValues) {
+      inputs =
+          data_.predictorRows_[kTraining].data() + lot.firstRow * data_.roles_.predictors.size();
+      dependents =
+          data_.dependentRows_[kTraining].data() + lot.firstRow * data_.roles_.dependents.size();
+    }
+    const std::size_t rows = lot.weights.size();
+    data_.classStatistics_.BeginCases({rows, inputs, dependents, lot.weights.data()}, team_);
+    filling_ = 1 - filling_;
+    lots_[filling_].firstRow = lot.firstRow + rows;
+    lots_[filling_].weights.clear();
   }
 
   void FinishClassStatistics() {
-    if (data_.storeValues) {
-      const auto& numbers = data_.caseNumbers_[kTraining];
-      const bool weighted = !data_.weights_.empty();
-      for (std::size_t row = 0; row < numbers.size() && weighted; ++row)
-        weights_.push_back(data_.Weight(numbers[row]));
-      data_.classStatistics_.AddCases(
-          {numbers.size(), data_.predictorRows_[kTraining].data(),
-           data_.dependentRows_[kTraining].data(), weighted ? weights_.data() : nullptr},
-          team_);
-    } else {
-      TakeGathered();
-    }
+    if (!lots_[filling_].weights.empty()) TakeLot();
+    team_.End();
     data_.classStatistics_.Finish();
   }
 
@@ -150,7 +165,7 @@ class CaseLoad {
       if (flag == kTraining) HandOver(copies);
     } else {
       Store(number, flag, copies);
-      if (gatheredRows_ > 0 && flag == kTraining) Gather(weight);
+      if (rules_.classStatistics && flag == kTraining) Gather(weight);
     }
     next_[flag] += copies;
     return true;
@@ -223,13 +238,13 @@ class CaseLoad {
   TrainingRowSink* sink_;
   CaseReader reader_;
   HostArray<double> indicatorRow_;
-  std::int32_t rows_[2] = {0, 0};  // rows there is room for, per sample
-  std::int32_t next_[2] = {0, 0};  // rows stored
-  WorkerTeam team_;
+  std::int32_t rows_[2] = {0, 0};           // rows there is room for, per sample
+  std::int32_t next_[2] = {0, 0};           // rows stored
   std::vector<std::size_t> integralSoFar_;  // continuous predictors without a fraction yet
-  std::size_t gatheredRows_ = 0;            // room of the arrays below
-  HostArray<double> gatheredInputs_, gatheredDependents_;
-  std::vector<std::int32_t> weights_;  // of the gathered rows; at the end of the stored ones
+  std::size_t lotRows_ = 0;
+  Lot lots_[2];
+  std::size_t filling_ = 0;  // the lot that cases go to
+  WorkerTeam team_;          // last: its threads end before what they work on
 };
 
 bool AnalysisDataSet::LoadCases(Method method, TrainingRowSink* sink) {

@@ -1,6 +1,7 @@
 #include "data/worker_team.h"
 
 #include <system_error>
+#include <utility>
 
 namespace qrvml {
 
@@ -25,16 +26,24 @@ WorkerTeam::~WorkerTeam() {
 }
 
 void WorkerTeam::Run(const std::function<void(std::size_t)>& work) {
-  if (!threads_.empty()) {
-    {
-      const std::lock_guard lock(mutex_);
-      work_ = &work;
-      running_ = threads_.size();
-      ++job_;
-    }
-    begin_.notify_all();
-  }
+  Begin(std::cref(work));
   work(0);
+  End();
+}
+
+void WorkerTeam::Begin(std::function<void(std::size_t)> work) {
+  if (threads_.empty()) return;
+  End();
+  {
+    const std::lock_guard lock(mutex_);
+    work_ = std::move(work);
+    running_ = threads_.size();
+    ++job_;
+  }
+  begin_.notify_all();
+}
+
+void WorkerTeam::End() {
   if (threads_.empty()) return;
   std::unique_lock lock(mutex_);
   end_.wait(lock, [this] { return running_ == 0; });
@@ -47,9 +56,8 @@ void WorkerTeam::Serve(std::size_t part) {
     begin_.wait(lock, [&] { return leave_ || job_ != done; });
     if (leave_) return;
     done = job_;
-    const auto* work = work_;
     lock.unlock();
-    (*work)(part);
+    work_(part);  // stays as it is until all have returned
     lock.lock();
     if (--running_ == 0) end_.notify_one();
   }
