@@ -1,7 +1,5 @@
 #include "data/case_reader.h"
 
-#include <cstring>
-
 #include "data/kernels/case_kernel.h"
 #include "host/analysis_support.h"
 #include "host/string_table.h"
@@ -49,14 +47,11 @@ CaseStatus CaseReader::ReadValues(int caseNumber) {
 }
 
 void CaseReader::Gather() {
+  hasMissing_ = false;
   for (const Run& run : runs_) {
-    std::memcpy(slots_.data() + run.slot, buffer_.data() + run.variable,
-                run.length * sizeof(double));
+    hasMissing_ |= CaseKernelHere().copy(run.length, buffer_.data() + run.variable,
+                                         missing_.data() + run.slot, slots_.data() + run.slot);
   }
-}
-
-bool CaseReader::HasMissing() const {
-  return CaseKernelHere().hasMissing(slots_.size(), slots_.data(), missing_.data());
 }
 
 }  // namespace qrvml

@@ -44,9 +44,9 @@ class CaseReader {
   double weight() const { return info_.weight; }
   std::string_view name() const { return info_.name; }
 
-  /// Whether a slot, or any slot, holds its variable's missing-data code.
+  /// Whether a slot holds its variable's missing-data code, or any did when the case was read.
   bool IsMissing(std::size_t slot) const { return slots_[slot] == missing_[slot]; }
-  bool HasMissing() const;
+  bool HasMissing() const { return hasMissing_; }
   std::size_t slots() const { return slots_.size(); }
   /// Missing-data codes by slot.
   std::span<const double> missingCodes() const { return missing_; }
@@ -64,6 +64,7 @@ class CaseReader {
   HostArray<double> buffer_;   // by variable number
   HostArray<double> slots_;    // by slot
   HostArray<double> missing_;  // missing-data code by slot
+  bool hasMissing_ = false;
 };
 
 }  // namespace qrvml

@@ -7,8 +7,8 @@
 namespace qrvml {
 
 struct CaseKernel {
-  /// Whether one of the values is its missing-data code.
-  bool (*hasMissing)(std::size_t slots, const double* values, const double* codes);
+  /// out = values; whether one of them is its missing-data code.
+  bool (*copy)(std::size_t slots, const double* values, const double* codes, double* out);
   /// sum += weight * value, slot by slot.
   void (*addSums)(std::size_t slots, const double* values, double weight, double* sum);
   /// The same; a value beyond its minimum or maximum takes its place.

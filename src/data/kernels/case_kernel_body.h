@@ -8,9 +8,13 @@
 
 namespace {
 
-bool HasMissing(std::size_t slots, const double* values, const double* codes) {
+bool Copy(std::size_t slots, const double* __restrict values, const double* __restrict codes,
+          double* __restrict out) {
   long long missing = 0;
-  for (std::size_t slot = 0; slot < slots; ++slot) missing |= values[slot] == codes[slot] ? 1 : 0;
+  for (std::size_t slot = 0; slot < slots; ++slot) {
+    out[slot] = values[slot];
+    missing |= values[slot] == codes[slot] ? 1 : 0;
+  }
   return missing != 0;
 }
 
@@ -29,6 +33,6 @@ void AddCase(std::size_t slots, const double* __restrict values, double weight,
   }
 }
 
-constexpr qrvml::CaseKernel kKernel{HasMissing, AddSums, AddCase};
+constexpr qrvml::CaseKernel kKernel{Copy, AddSums, AddCase};
 
 }  // namespace
