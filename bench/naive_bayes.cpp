@@ -8,11 +8,13 @@
 //                      classification of a streamed pass), "posterior T" (table and plot of
 //                      200 points on 500 inputs) (T threads) with the seconds that it took,
 //                      "correct T" with the cases that the last classification got right.
+#include <chrono>
 #include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "bayes/naive_bayes_engine.h"
@@ -158,6 +160,8 @@ int main(int argc, char** argv) {
   std::string what;
   for (int threads = 1; std::cin >> what >> threads;) {
     host.threads = threads;
+    // Who asked is still running for a moment: new threads would find no processor free.
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
     double seconds = 0;
     if (what == "estimation") {
       WorkerTeam team(threads);
