@@ -7,6 +7,7 @@
 #include "datafile/on_threads.h"
 #include "datafile/qrv_format.h"
 #include "datafile/read_failure.h"
+#include "datafile/read_watch.h"
 #include "datafile/relation_reader.h"
 
 namespace qrvml {
@@ -58,17 +59,20 @@ std::string RowPosition(DuckDbSession& session, const std::string& schema,
   return isTrue("coalesce(max(rowid), -1) + 1 = count(*)", InFile(schema, name)) ? "rowid" : "";
 }
 
-void SetLabels(DuckDbSession& session, TableBuilder& builder) {
+void SetLabels(DuckDbSession& session, TableBuilder& builder, ReadWatch* watch) {
+  CancelPace pace(watch);
   for (const auto& row : ReadTexts(session,
                                    "SELECT CAST(variable AS VARCHAR), CAST(code AS VARCHAR), text "
-                                   "FROM file.labels ORDER BY variable, code")) {
+                                   "FROM file.labels ORDER BY variable, code",
+                                   watch)) {
+    pace.Check();
     const std::size_t column = VariableFrom(row[0], builder.NumberOfColumns(), "labels");
     builder.About(column).labels.push_back({NumberFrom(row[1]), row[2]});
   }
 }
 
 // Every cell of a variable made from texts has to be the code of one of them.
-void CheckTextCodes(const DataTable& table) {
+void CheckTextCodes(const DataTable& table, ReadWatch* watch) {
   for (int variable = 1; variable <= table.NumberOfVariables(); ++variable) {
     const Variable& about = table.At(variable);
     if (!about.wasText) continue;
@@ -78,6 +82,7 @@ void CheckTextCodes(const DataTable& table) {
     }
     const auto texts = static_cast<double>(about.labels.size());
     for (std::size_t chunk = 0; chunk < table.NumberOfChunks(); ++chunk) {
+      CheckCancelled(watch);
       for (const double cell : table.Column(chunk, variable)) {
         right = right && (cell == about.missingCode ||
                           (cell >= 1 && cell <= texts && cell == std::floor(cell)));
@@ -120,9 +125,9 @@ void ReadOwnFile(DuckDbSession& session, const ReadOptions& options, DataTable& 
       if (format.text == rows[i][4]) about.format = format.format;
     }
   }
-  SetLabels(session, builder);
+  SetLabels(session, builder, options.watch);
   builder.Finish(table);
-  CheckTextCodes(table);
+  CheckTextCodes(table, options.watch);
 }
 
 void ReadOnlyTable(DuckDbSession& session, const ReadOptions& options, DataTable& table) {

@@ -10,7 +10,7 @@
 namespace qrvml {
 
 class HostDataFile;
-struct ReadWatch;
+class ReadWatch;
 
 /// An empty text is "not given" throughout (and the default, so that an initialiser names only what
 /// it sets). A variable is named by its name or by its number from 1; a bare number is a number, in

@@ -13,7 +13,7 @@
 
 namespace qrvml {
 
-struct ReadWatch;
+class ReadWatch;
 
 /// What the user fixed; the rest is found in the file.
 struct ReadOptions {

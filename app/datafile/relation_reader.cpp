@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "datafile/read_failure.h"
+#include "datafile/read_watch.h"
 
 namespace qrvml {
 
@@ -371,10 +372,12 @@ void ReadRelation(DuckDbSession& session, const Relation& relation,
   }
 }
 
-std::vector<std::vector<std::string>> ReadTexts(DuckDbSession& session, const std::string& query) {
+std::vector<std::vector<std::string>> ReadTexts(DuckDbSession& session, const std::string& query,
+                                                ReadWatch* watch) {
   std::vector<std::vector<std::string>> rows;
   Stream stream(session.Connection(), query);
   while (duckdb_data_chunk chunk = stream.Next()) {
+    CheckCancelled(watch);
     const std::size_t first = rows.size();
     rows.resize(first + duckdb_data_chunk_get_size(chunk),
                 std::vector<std::string>(duckdb_data_chunk_get_column_count(chunk)));

@@ -30,7 +30,8 @@ void ReadRelation(DuckDbSession& session, const Relation& relation,
                   std::span<const std::string> names, TableBuilder& builder);
 
 /// The rows of a query whose columns are all cast to VARCHAR; NULL is an empty text. Throws
-/// ReadFailure.
-std::vector<std::vector<std::string>> ReadTexts(DuckDbSession& session, const std::string& query);
+/// ReadFailure, also when `watch`, which may be null, says that the reading shall end.
+std::vector<std::vector<std::string>> ReadTexts(DuckDbSession& session, const std::string& query,
+                                                ReadWatch* watch = nullptr);
 
 }  // namespace qrvml

@@ -138,17 +138,24 @@ TableBuilder::Found TableBuilder::TakeStock(std::span<double> cells) {
 }
 
 // Makes the labels of a column of texts and gives the code of each text by its number.
-std::vector<double> TableBuilder::SetTexts(Column& column) {
+std::vector<double> TableBuilder::SetTexts(Column& column) const {
   const std::span<const std::string_view> raw = column.texts.Texts();
   std::vector<std::string> texts(raw.size());
-  std::transform(raw.begin(), raw.end(), texts.begin(), AsUtf8);
+  CancelPace pace(watch_);
+  std::transform(raw.begin(), raw.end(), texts.begin(), [&](std::string_view text) {
+    pace.Check();
+    return AsUtf8(text);
+  });
   std::vector<std::size_t> order(texts.size());
   std::iota(order.begin(), order.end(), std::size_t{0});
-  std::sort(order.begin(), order.end(),
-            [&](std::size_t a, std::size_t b) { return texts[a] < texts[b]; });
+  std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+    pace.Check();
+    return texts[a] < texts[b];
+  });
   std::vector<double> codes(texts.size());
   std::vector<ValueLabel> labels;
   for (const std::size_t number : order) {
+    pace.Check();
     // Two texts that were written in different encodings may be one.
     if (labels.empty() || labels.back().text != texts[number]) {
       labels.push_back({static_cast<double>(labels.size() + 1), texts[number]});
@@ -161,12 +168,18 @@ std::vector<double> TableBuilder::SetTexts(Column& column) {
   return codes;
 }
 
-void TableBuilder::CompleteLabels(Variable& about) {
+void TableBuilder::CompleteLabels(Variable& about) const {
   about.longName = AsUtf8(about.longName);
   std::vector<ValueLabel>& labels = about.labels;
-  for (ValueLabel& label : labels) label.text = AsUtf8(label.text);
-  std::stable_sort(labels.begin(), labels.end(),
-                   [](const ValueLabel& a, const ValueLabel& b) { return a.code < b.code; });
+  CancelPace pace(watch_);
+  for (ValueLabel& label : labels) {
+    pace.Check();
+    label.text = AsUtf8(label.text);
+  }
+  std::stable_sort(labels.begin(), labels.end(), [&](const ValueLabel& a, const ValueLabel& b) {
+    pace.Check();
+    return a.code < b.code;
+  });
   labels.erase(
       std::unique(labels.begin(), labels.end(),
                   [](const ValueLabel& a, const ValueLabel& b) { return a.code == b.code; }),
@@ -205,6 +218,7 @@ void TableBuilder::Finish(DataTable& table) {
   std::vector<char> hasTexts(columns);
   for (std::size_t i = 0; i < columns; ++i) hasTexts[i] = !columns_[i].texts.Texts().empty();
   ForEachOnThreads(threads, blocks_.size(), [&](std::size_t b) {
+    CheckCancelled(watch_);
     for (std::size_t i = 0; i < columns; ++i) {
       const std::span<double> cells = CellsOf(blocks_[b], i);
       if (hasTexts[i]) {
@@ -226,6 +240,7 @@ void TableBuilder::Finish(DataTable& table) {
     table.AddVariable(columns_[i].about.name) = std::move(columns_[i].about);
   }
   ForEachOnThreads(threads, blocks_.size(), [&](std::size_t b) {
+    CheckCancelled(watch_);
     for (std::size_t i = 0; i < columns; ++i) {
       if (!hasTexts[i] && !found[b * columns + i].hasMissing) continue;
       const double missing = table.At(static_cast<int>(i) + 1).missingCode;
@@ -234,6 +249,7 @@ void TableBuilder::Finish(DataTable& table) {
     blocks_[b].cells.PutAside();
   });
   for (Block& block : blocks_) {
+    CheckCancelled(watch_);
     if (block.cases < capacity_) {
       CellBlock cells = store_.Take(columns * block.cases);
       for (std::size_t i = 0; i < columns; ++i) {

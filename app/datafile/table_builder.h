@@ -27,7 +27,7 @@ namespace qrvml {
 class TableBuilder {
  public:
   /// `memory`: see CellStore; `threads`: for Finish, 0: all cores. Adding and completing cases
-  /// throws ReadFailure when `watch`, which may be null, says that the reading shall end.
+  /// and Finish throw ReadFailure when `watch`, which may be null, says that the reading shall end.
   explicit TableBuilder(std::size_t memory, int threads = 1, ReadWatch* watch = nullptr)
       : store_(memory), threads_(threads), watch_(watch) {}
   /// Before the first case. Columns are counted from 0; the name is completed by VariableName.
@@ -109,8 +109,8 @@ class TableBuilder {
   };
   static void TurnNumbersIntoTexts(Column& column, std::span<double> cells);
   static Found TakeStock(std::span<double> cells);
-  std::vector<double> SetTexts(Column& column);
-  static void CompleteLabels(Variable& about);
+  std::vector<double> SetTexts(Column& column) const;
+  void CompleteLabels(Variable& about) const;
   void SetMissingCode(Column& column, const Found& found);
   static void ReplaceCells(double missing, const std::vector<double>& codes,
                            std::span<double> cells);

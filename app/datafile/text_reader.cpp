@@ -202,7 +202,7 @@ ParsedBlock* TextFile::TakeBlock(std::vector<char>& buffer) {
   const std::lock_guard lock(mutex_);
   if (ReadWatch* watch = options_.watch; watch != nullptr) {
     watch->Show(next_, source_.Size());
-    if (watch->cancelled) failed_ = true;
+    if (watch->ShallEnd()) failed_ = true;
   }
   if (failed_) return nullptr;
   for (std::size_t bytes = kBlockBytes;; bytes *= 4) {
@@ -297,6 +297,7 @@ void TextFile::ReadAgainAsText() {
     BlockParser parser(dialect_, *kinds_, store_);
     std::vector<char> buffer;
     for (std::size_t i; (i = next++) < stale.size();) {
+      CheckCancelled(options_.watch);
       ParsedBlock& block = *stale[i];
       const std::size_t cases = block.cases;
       source_.Read(block.offset, static_cast<std::size_t>(block.length), buffer);
@@ -337,7 +338,9 @@ std::vector<double> TextFile::SetTexts(std::size_t column, Variable& variable) c
   const std::span<const std::string_view> raw = kinds_->Texts(column).Texts();
   std::vector<std::string> texts(raw.size());
   std::vector<Keyed> order(raw.size());
+  CancelPace pace(options_.watch);
   for (std::uint32_t number = 0; number < raw.size(); ++number) {
+    pace.Check();
     texts[number] = Decoded(raw[number]);
     std::uint64_t key = 0;
     for (std::size_t i = 0; i < 8; ++i) {
@@ -347,6 +350,7 @@ std::vector<double> TextFile::SetTexts(std::size_t column, Variable& variable) c
     order[number] = {key, number};
   }
   std::sort(order.begin(), order.end(), [&](const Keyed& a, const Keyed& b) {
+    pace.Check();
     return a.key != b.key ? a.key < b.key : texts[a.number] < texts[b.number];
   });
   std::vector<double> codes(texts.size());
@@ -354,6 +358,7 @@ std::vector<double> TextFile::SetTexts(std::size_t column, Variable& variable) c
   variable.distinctTexts = texts.size();
   variable.labels.reserve(texts.size());
   for (const Keyed& keyed : order) {
+    pace.Check();
     codes[keyed.number] = static_cast<double>(variable.labels.size() + 1);
     variable.labels.push_back({codes[keyed.number], std::move(texts[keyed.number])});
   }
@@ -383,6 +388,7 @@ void TextFile::FillTable(DataTable& table) {
   });
 
   ForEachOnThreads(Threads(), blocks_.size(), [&](std::size_t i) {
+    CheckCancelled(options_.watch);
     ParsedBlock& block = blocks_[i];
     for (std::size_t column = 0; column < names_.size(); ++column) {
       const bool isText = kinds_->IsText(column);

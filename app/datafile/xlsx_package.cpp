@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "datafile/read_failure.h"
+#include "datafile/read_watch.h"
 
 namespace qrvml {
 
@@ -118,7 +119,7 @@ class ElementCutter {
 
 }  // namespace
 
-XlsxPackage::XlsxPackage(const std::string& path) {
+XlsxPackage::XlsxPackage(const std::string& path, ReadWatch* watch) : watch_(watch) {
   int code = 0;
   archive_ = zip_open(path.c_str(), ZIP_RDONLY, &code);
   if (archive_) return;
@@ -150,6 +151,7 @@ void XlsxPackage::ReadPieces(const std::string& part,
   }
   std::vector<char> piece(kPieceBytes);
   for (std::uint64_t bytes = 0;;) {
+    CheckCancelled(watch_);
     const zip_int64_t got = zip_fread(file.get(), piece.data(), piece.size());
     if (got < 0) {
       FailToRead("the Excel workbook's part " + part +

@@ -11,10 +11,13 @@ struct zip;
 
 namespace qrvml {
 
+class ReadWatch;
+
 class XlsxPackage {
  public:
-  /// Every operation throws ReadFailure.
-  explicit XlsxPackage(const std::string& path);
+  /// Every operation throws ReadFailure, also when `watch`, which may be null, says that the
+  /// reading shall end.
+  XlsxPackage(const std::string& path, ReadWatch* watch);
   XlsxPackage(const XlsxPackage&) = delete;
   XlsxPackage& operator=(const XlsxPackage&) = delete;
   ~XlsxPackage();
@@ -33,6 +36,7 @@ class XlsxPackage {
   void ReadPieces(const std::string& part, const std::function<bool(std::string_view)>& take);
 
   zip* archive_ = nullptr;
+  ReadWatch* const watch_;
 };
 
 }  // namespace qrvml

@@ -61,7 +61,7 @@ struct NamedSheet {
 class Workbook {
  public:
   Workbook(const std::string& path, const ReadOptions& options)
-      : package_(path), builder_(options.memory, 1, options.watch) {
+      : package_(path, options.watch), builder_(options.memory, 1, options.watch) {
     FindSheets();
   }
   void Read(DataTable& table);

@@ -101,18 +101,24 @@ class FileShelf::ShownReading {
   std::thread teller_;
 };
 
-FileShelf::Ref FileShelf::Open(ShelfFile file, std::string& error) {
-  {
-    ShownReading shown(*this, file.name);
-    std::unique_lock reading(reading_, std::defer_lock);
-    while (!shown.watch().cancelled && !reading.try_lock_for(kInterval)) {
-    }
-    file.options.watch = &shown.watch();
-    const bool read = reading.owns_lock() && Read(file, error);
-    file.options.watch = nullptr;
-    if (shown.watch().cancelled) error = kCancelled;
-    if (!read || shown.watch().cancelled) return nullptr;
+bool FileShelf::ReadShown(ShelfFile& file, const std::function<bool()>& isWanted,
+                          std::string& error) {
+  ShownReading shown(*this, file.name);
+  std::unique_lock reading(reading_, std::defer_lock);
+  while (!shown.watch().ShallEnd() && !reading.try_lock_for(kInterval)) {
   }
+  if (reading.owns_lock() && !isWanted()) return true;
+  file.options.watch = &shown.watch();
+  const bool read = reading.owns_lock() && Read(file, error);
+  file.options.watch = nullptr;
+  if (shown.watch().ShallEnd()) error = kCancelled;
+  return read && !shown.watch().ShallEnd();
+}
+
+FileShelf::Ref FileShelf::Open(ShelfFile file, std::string& error) {
+  if (!ReadShown(
+          file, [] { return true; }, error))
+    return nullptr;
   {
     const std::lock_guard lock(mutex_);
     file.id = ++last_;
@@ -191,17 +197,25 @@ bool FileShelf::Refresh(int id, std::string& error) {
   if (file == nullptr) return true;
   const auto now = FileState::Of(file->options.path);
   if (!now || now == file->state) return true;
-  const std::lock_guard reading(reading_);
-  const std::lock_guard changing(changing_);
-  ShelfFile changed = *Find(id);
-  if (changed.state == now) return true;  // another thread was here first
-  if (!Read(changed, error)) {
-    error = changed.name +
-            " has changed since it was opened and cannot be read again, the data in "
-            "memory stay as they were. " +
-            error;
+  ShelfFile changed;
+  changed.name = file->name;
+  std::unique_lock changing(changing_, std::defer_lock);
+  // Another thread may have read it while this one waited, or closed it.
+  const auto isWanted = [&] {
+    changing.lock();
+    const Ref current = Find(id);
+    if (current == nullptr || current->state == now) return false;
+    changed = *current;
+    return true;
+  };
+  if (!ReadShown(changed, isWanted, error)) {
+    error = changed.name + " has changed since it was opened and " +
+            (error == kCancelled
+                 ? "its reading was cancelled, the data in memory stay as they were"
+                 : "cannot be read again, the data in memory stay as they were. " + error);
     return false;
   }
+  if (changed.data == nullptr) return true;
   ++changed.revision;
   ++changed.readings;
   Put(std::move(changed));

@@ -1,6 +1,7 @@
 // The data files that the workbench has open, each once however many analyses use it.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -57,13 +58,16 @@ class FileShelf {
   bool Change(int id, const FileSettings& settings, std::string& error);
   bool Check(int id, const FileSettings& settings, FileCheck& check, std::string& error) const;
   /// Reads the file again if it has changed on the disk. False: it has, and cannot be read; the
-  /// data stay as they were. A file that has disappeared has not changed.
+  /// data stay as they were. A file that has disappeared has not changed. Shown like Open.
   bool Refresh(int id, std::string& error);
   /// Takes it off the shelf; who still has it keeps it.
   void Close(int id);
 
  private:
   class ShownReading;
+  /// Reads a file when its turn comes and `isWanted` then; meanwhile pages see how far it has come.
+  /// False: `error` says why not, kCancelled while it waited or read.
+  bool ReadShown(ShelfFile& file, const std::function<bool()>& isWanted, std::string& error);
   void Put(ShelfFile&& file);
 
   PublishedState& state_;
