@@ -1,9 +1,9 @@
 // The data file: a grid over all its cases, and the description of the variable that is current.
-import { useCallback, useEffect, useMemo, useReducer, useRef, useState } from 'preact/hooks';
+import { useCallback, useMemo, useReducer, useRef, useState } from 'preact/hooks';
 import { get, post } from '../api';
-import type { DataCell, DataRows, FileInfo, VariableDetail } from '../protocol';
+import type { DataCell, DataRows, FileInfo } from '../protocol';
 import { say } from '../store';
-import { SelectionWindow, WeightWindow } from '../modals/data_windows';
+import { CaseNamesWindow, SelectionWindow, WeightWindow } from '../modals/data_windows';
 import { Grid, type GridColumn, type Range } from '../widgets/grid';
 import { selectOnEntry } from '../widgets/select_on_entry';
 import type { Table } from '../widgets/copy_table';
@@ -96,7 +96,7 @@ export function DataView({ file }: { file: FileInfo }) {
   const [labels, setLabels] = useState(true);
   const [current, setCurrent] = useState(0);
   const [goTo, setGoTo] = useState<{ row: number; column?: number; at: number }>();
-  const [asking, setAsking] = useState<'' | 'selection' | 'weight'>('');
+  const [asking, setAsking] = useState<'' | 'selection' | 'weight' | 'caseNames'>('');
   const [, redraw] = useReducer<number, void>(n => n + 1, 0);
   const blocks = useMemo(() => new Blocks(file.file, () => redraw()), [file.file, file.revision]);
   const onView = useCallback((range: Range) => blocks.view(range), [blocks]);
@@ -162,6 +162,9 @@ export function DataView({ file }: { file: FileInfo }) {
         </button>
         <button type="button" onClick={() => setAsking('weight')}>
           {word('weight')}
+        </button>
+        <button type="button" onClick={() => setAsking('caseNames')}>
+          {word('caseNames')}
         </button>
         <div class="segments" role="radiogroup" aria-label={word('labels')}>
           {[true, false].map(on => (
@@ -262,22 +265,14 @@ export function DataView({ file }: { file: FileInfo }) {
           cancel={() => setAsking('')}
         />
       )}
+      {asking === 'caseNames' && (
+        <CaseNamesWindow
+          file={file.file}
+          caseNames={file.caseNames}
+          accept={caseNames => settings({ caseNames })}
+          cancel={() => setAsking('')}
+        />
+      )}
     </div>
   );
-}
-
-/** The description of a variable, fetched when it becomes current. */
-export function useDetail(file: FileInfo, number: number): VariableDetail | null {
-  const [detail, setDetail] = useState<VariableDetail | null>(null);
-  useEffect(() => {
-    const controller = new AbortController();
-    get<VariableDetail>(`files/${file.file}/variables/${number}`, controller.signal).then(
-      setDetail,
-      (error: unknown) => {
-        if (!controller.signal.aborted) say(error);
-      },
-    );
-    return () => controller.abort();
-  }, [file.file, file.revision, number]);
-  return detail?.number === number ? detail : null;
 }

@@ -4,7 +4,7 @@ import type { FileInfo, Variable, VariableDetail } from '../protocol';
 import { ListBox } from '../widgets/list_box';
 import { shortNumber } from '../numbers';
 import { counted, type Word, word } from '../words';
-import { useDetail } from './data_view';
+import { useDetail } from './variables';
 import { VariableIcon } from './variable_icon';
 
 interface Props {

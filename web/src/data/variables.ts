@@ -1,7 +1,7 @@
 // The variables of the open files, fetched once per state of a file.
 import { useEffect, useState } from 'preact/hooks';
 import { get } from '../api';
-import type { Variable } from '../protocol';
+import type { FileInfo, Variable, VariableDetail } from '../protocol';
 import { findFile, say } from '../store';
 
 const cache = new Map<string, Promise<Variable[]>>();
@@ -26,4 +26,20 @@ export function useVariables(file: number): Variable[] {
     return () => void (current = false);
   }, [file, revision]);
   return variables;
+}
+
+/** The description of a variable, fetched when it becomes current. */
+export function useDetail(file: FileInfo, number: number): VariableDetail | null {
+  const [detail, setDetail] = useState<VariableDetail | null>(null);
+  useEffect(() => {
+    const controller = new AbortController();
+    get<VariableDetail>(`files/${file.file}/variables/${number}`, controller.signal).then(
+      setDetail,
+      (error: unknown) => {
+        if (!controller.signal.aborted) say(error);
+      },
+    );
+    return () => controller.abort();
+  }, [file.file, file.revision, number]);
+  return detail?.number === number ? detail : null;
 }

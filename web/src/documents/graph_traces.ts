@@ -186,7 +186,11 @@ function space(graph: Graph, look: Look): Drawing {
         colorscale: 'Viridis',
         opacity: graph.series.length > 1 ? 0.7 : 0.92,
         showscale: i === 0,
-        colorbar: { thickness: 12, len: 0.6 },
+        colorbar: {
+          thickness: 12,
+          len: 0.6,
+          title: { text: plain(graph.axes[2]?.title ?? ''), side: 'right' },
+        },
         contours: { z: { show: true, usecolormap: true, width: 1 } },
         hovertemplate: '%{x} ; %{y} ; %{z}<extra></extra>',
       });

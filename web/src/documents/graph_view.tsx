@@ -1,8 +1,9 @@
 // A graph that can be pointed at, zoomed and, in space, turned; exported as SVG and PNG.
 import { useEffect, useRef, useState } from 'preact/hooks';
 import type { Graph } from '../protocol';
-import { say } from '../store';
+import { page, say } from '../store';
 import { word } from '../words';
+import { legendByKeys, toolTexts, turnByKeys } from './graph_keys';
 import { drawingOf } from './graph_traces';
 import { flatPlots, spacePlots } from './plotly';
 
@@ -39,7 +40,23 @@ export function GraphView({ graph, path }: Props) {
           dark,
           font: getComputedStyle(element).fontFamily,
         });
-        await plotly.newPlot(element, traces, { ...layout, autosize: true }, config);
+        const drawn = await plotly.newPlot(
+          element,
+          traces,
+          { ...layout, autosize: true },
+          {
+            displaylogo: false,
+            responsive: false,
+            scrollZoom: true,
+            doubleClick: 'reset+autosize',
+            // what is drawn stays on this machine
+            plotlyServerURL: '',
+            modeBarButtonsToRemove: ['toImage', 'sendChartToCloud', 'lasso2d', 'select2d'],
+            locale: page.language,
+            locales: { fr: { dictionary: toolTexts } },
+          },
+        );
+        legendByKeys(plotly, drawn);
         element.dataset.drawn = graph.type;
         const observer = new ResizeObserver(() => {
           if (element.clientWidth > 0) plotly.Plots.resize(element);
@@ -57,7 +74,7 @@ export function GraphView({ graph, path }: Props) {
       delete element.dataset.drawn;
       stop();
     };
-  }, [graph, dark]);
+  }, [graph, dark, page.language]);
 
   const points = graph.series.reduce((sum, series) => sum + series.x.length, 0);
   const name = graph.title.replaceAll('\n', ' ');
@@ -78,17 +95,12 @@ export function GraphView({ graph, path }: Props) {
       <div
         ref={place}
         class="plot"
-        role="img"
+        role="group"
+        tabIndex={inSpace ? 0 : undefined}
+        title={inSpace ? word('turnHint') : undefined}
+        onKeyDown={event => inSpace && turnByKeys(event)}
         aria-label={`${name}; ${graph.axes.map(a => a.title).join(', ')}${points ? `; ${points} ${word('points')}` : ''}`}
       />
     </section>
   );
 }
-
-const config = {
-  displaylogo: false,
-  responsive: false,
-  scrollZoom: true,
-  doubleClick: 'reset+autosize',
-  modeBarButtonsToRemove: ['toImage', 'sendDataToCloud', 'lasso2d', 'select2d'],
-};

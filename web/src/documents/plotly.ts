@@ -1,9 +1,21 @@
 // The plotting library: two files of the program, fetched when the first graph asks for one.
 
+/** An element that holds a graph; the full traces and layout are the library's own. */
+export interface PlotPlace extends HTMLElement {
+  on(event: string, listen: () => void): void;
+  _fullData: { legendgroup: string; visible: boolean | 'legendonly' }[];
+  _fullLayout: { scene: { _scene: { getCamera(): { eye: Point } } } };
+}
+export interface Point {
+  x: number;
+  y: number;
+  z: number;
+}
 export interface Plotly {
-  newPlot(place: HTMLElement, traces: object[], layout: object, config: object): Promise<unknown>;
+  newPlot(place: HTMLElement, traces: object[], layout: object, config: object): Promise<PlotPlace>;
   purge(place: HTMLElement): void;
-  downloadImage(place: HTMLElement, options: object): Promise<string>;
+  relayout(place: HTMLElement, change: object): Promise<unknown>;
+  restyle(place: HTMLElement, change: object, traces: number[]): Promise<unknown>;
   Plots: { resize(place: HTMLElement): void };
 }
 

@@ -7,7 +7,7 @@ import { ListBox } from '../widgets/list_box';
 import { Modal } from '../widgets/modal';
 import { shortNumber } from '../numbers';
 import { word } from '../words';
-import type { Answer } from './requests';
+import type { Answer } from './answer';
 
 interface Props {
   request: RequestOf<'codes'>;

@@ -136,6 +136,36 @@ export function SelectionWindow(props: {
   );
 }
 
+/** One of the variables, or none (0). */
+function VariableChoice(props: {
+  label: string;
+  none: string;
+  variables: readonly { number: number; name: string }[];
+  chosen: number;
+  choose: (number: number) => void;
+}) {
+  const id = useId();
+  return (
+    <div class="form-grid">
+      <label for={id}>{props.label}</label>
+      <select
+        id={id}
+        data-focus
+        onChange={event => props.choose(Number(event.currentTarget.value))}
+      >
+        <option value={0} selected={props.chosen === 0}>
+          {props.none}
+        </option>
+        {props.variables.map(v => (
+          <option key={v.number} value={v.number} selected={v.number === props.chosen}>
+            {v.name}
+          </option>
+        ))}
+      </select>
+    </div>
+  );
+}
+
 export function WeightWindow(props: {
   file: number;
   weight: number;
@@ -145,7 +175,6 @@ export function WeightWindow(props: {
   const [weight, setWeight] = useState(props.weight);
   const { count, wrong } = useCount(props.file, { weight });
   const variables = useVariables(props.file).filter(v => v.type === 'number');
-  const id = useId();
   return (
     <Window
       title={word('weights')}
@@ -153,23 +182,43 @@ export function WeightWindow(props: {
       accept={() => props.accept(weight)}
       cancel={props.cancel}
     >
-      <div class="form-grid">
-        <label for={id}>{word('weightPrompt')}</label>
-        <select id={id} data-focus onChange={event => setWeight(Number(event.currentTarget.value))}>
-          <option value={0} selected={weight === 0}>
-            {word('noWeight')}
-          </option>
-          {variables.map(v => (
-            <option key={v.number} value={v.number} selected={v.number === weight}>
-              {v.name}
-            </option>
-          ))}
-        </select>
-      </div>
+      <VariableChoice
+        label={word('weightPrompt')}
+        none={word('noWeight')}
+        variables={variables}
+        chosen={weight}
+        choose={setWeight}
+      />
       <p class="count" role="status">
         {count &&
           `${word('kept', counted(count.selected), counted(findFile(props.file)?.cases ?? 0))} · ${word('weightSum', shortNumber(count.weightSum))}`}
       </p>
+    </Window>
+  );
+}
+
+/** What cases are called in tables and graphs. */
+export function CaseNamesWindow(props: {
+  file: number;
+  caseNames: number;
+  accept: (caseNames: number) => Promise<string>;
+  cancel: () => void;
+}) {
+  const [chosen, choose] = useState(props.caseNames);
+  return (
+    <Window
+      title={word('caseNamesTitle')}
+      wrong=""
+      accept={() => props.accept(chosen)}
+      cancel={props.cancel}
+    >
+      <VariableChoice
+        label={word('caseNamesPrompt')}
+        none={word('noCaseNames')}
+        variables={useVariables(props.file)}
+        chosen={chosen}
+        choose={choose}
+      />
     </Window>
   );
 }

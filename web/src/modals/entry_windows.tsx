@@ -6,7 +6,7 @@ import { ListBox } from '../widgets/list_box';
 import { selectOnEntry } from '../widgets/select_on_entry';
 import { Modal } from '../widgets/modal';
 import { word } from '../words';
-import type { Answer } from './requests';
+import type { Answer } from './answer';
 
 interface EntryProps {
   title: string;

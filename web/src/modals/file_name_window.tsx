@@ -4,7 +4,7 @@ import type { RequestOf } from '../protocol';
 import { usePage } from '../store';
 import { Modal } from '../widgets/modal';
 import { word } from '../words';
-import type { Answer } from './requests';
+import type { Answer } from './answer';
 
 export function FileNameWindow(props: { request: RequestOf<'fileName'>; answer: Answer }) {
   const { request, answer } = props;

@@ -3,7 +3,7 @@ import { useId } from 'preact/hooks';
 import type { RequestOf } from '../protocol';
 import { Modal } from '../widgets/modal';
 import { word } from '../words';
-import type { Answer } from './requests';
+import type { Answer } from './answer';
 
 export function MessageWindow(props: { request: RequestOf<'message'>; answer: Answer }) {
   const { request, answer } = props;

@@ -2,6 +2,7 @@
 import type { Analysis, Request } from '../protocol';
 import { answer as send, say } from '../store';
 import { Refusal } from '../api';
+import type { Answer } from './answer';
 import { CodesWindow } from './codes_window';
 import { FileNameWindow } from './file_name_window';
 import { FormWindow, OutputsWindow, ValuesWindow } from './entry_windows';
@@ -10,9 +11,6 @@ import { ModuleDialog } from './module_dialog';
 import { SelectionWindow, WeightWindow } from './data_windows';
 import { OpenWindow } from '../data/open_window';
 import { VariablePicker } from './variable_picker';
-
-/** Sends an answer; resolves with the reason when it was refused and the request stays open. */
-export type Answer = (fields: object) => Promise<string>;
 
 export function Requests({ analysis }: { analysis: Analysis }) {
   return (

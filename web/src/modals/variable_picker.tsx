@@ -9,7 +9,7 @@ import { VariableIcon } from '../data/variable_icon';
 import { ListBox } from '../widgets/list_box';
 import { Modal } from '../widgets/modal';
 import { word } from '../words';
-import type { Answer } from './requests';
+import type { Answer } from './answer';
 import { inTwoRoles, withAdded, withRemoved } from './variable_lists';
 
 interface Props {
