@@ -100,7 +100,7 @@ test('a scatterplot is pointed at, zoomed, and exported; its legend hides a seri
       const shown = await plot.evaluate(element => {
         type Drawn = { data: { text: string[]; x: number[] }[] };
         const first = (element as unknown as Drawn).data[0];
-        return { text: first?.text ?? [], x: first?.x ?? [], y: first?.y ?? [] };
+        return { text: first?.text ?? [], x: first?.x ?? [] };
       });
       for (const index of [0, shown.text.length - 1]) {
         const box = await plot

@@ -140,6 +140,9 @@ const neighbours = async ({ page, own, shared, tabs }: Stop) => {
   await shared('surface');
   await code(page, 'CodeGeneratorCLang');
   await shared('knn-code');
+  await page.locator('[role=treeitem]', { hasText: 'Macro' }).click();
+  await page.locator('[data-macro=rerun]').waitFor();
+  await own('macro', '.beside');
 };
 
 const naiveBayes = async ({ page, own, shared, tabs }: Stop) => {
