@@ -191,7 +191,7 @@ test('a scatterplot is pointed at, zoomed, and exported; its legend hides a seri
     table,
   ));
 
-test('a surface turns by the mouse and keeps its view', () =>
+test('a surface turns by the mouse and by the arrows', () =>
   onWorkbench(
     'points.csv',
     async ({ page }) => {

@@ -183,6 +183,7 @@ function space(graph: Graph, look: Look): Drawing {
         type: 'surface',
         ...surface,
         name: plain(series.name.trim()),
+        legendgroup: String(i),
         colorscale: 'Viridis',
         opacity: graph.series.length > 1 ? 0.7 : 0.92,
         showscale: i === 0,
@@ -197,6 +198,7 @@ function space(graph: Graph, look: Look): Drawing {
     traces.push({
       type: 'scatter3d',
       mode: 'markers',
+      legendgroup: String(i),
       name: plain(series.name.trim()),
       x: series.x,
       y: series.y,
