@@ -127,6 +127,7 @@ void AnalysisThread::Record(bool on) {
 void AnalysisThread::Run(const AnalysisStart& start) {
   std::string error;
   bool told = false;
+  std::optional<Letter> letter;  // that waits for its reply
   replays_ = !start.macro.empty();
   try {
     const bool open =
@@ -139,9 +140,10 @@ void AnalysisThread::Run(const AnalysisStart& start) {
     opened_.set_value(open ? "" : error);
     if (open && replays_) Replay(start.macro);
     while (open) {
-      const auto letter = mailbox_.Wait(dialogNumber_, 0);
+      letter = mailbox_.Wait(dialogNumber_, 0);
       if (!letter) break;
       letter->Reply(RunCalls(*letter));
+      letter.reset();
     }
   } catch (const std::exception& failure) {
     error = failure.what();
@@ -155,6 +157,7 @@ void AnalysisThread::Run(const AnalysisStart& start) {
                           {"dialog", nullptr},
                           {"requests", Json::array()},
                           {"progress", nullptr}});
+  if (letter) letter->Reply({500, {{"error", error}}});
 }
 
 bool AnalysisThread::OpenSession(std::string& error) {

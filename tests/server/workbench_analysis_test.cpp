@@ -243,6 +243,48 @@ TEST_F(WorkbenchAnalyses, OneThatCannotBeCreatedHarmsNoOther) {
   EXPECT_EQ(UntilIdle()["dialog"]["level"], "results");
 }
 
+/// An analysis whose training ends in an exception that the module never lets out.
+class FailingAnalysis : public CAnalysisSupport {
+ public:
+  FailingAnalysis() : CAnalysisSupport(nullptr) { sequence_ = inner_.sequence(); }
+  int InitializeAfterFileChanged() override { return inner_.InitializeAfterFileChanged(); }
+  int Initialize() override { return inner_.Initialize(); }
+  void* GetLibInstance() const override { return inner_.GetLibInstance(); }
+  int GetAnalysisID() const override { return inner_.GetAnalysisID(); }
+  std::string GetAnalysisName() const override { return inner_.GetAnalysisName(); }
+  int RunStep(int step) override {
+    constexpr int kFirstResultsStep = 105;
+    if (step >= kFirstResultsStep) throw std::runtime_error("the training broke");
+    inner_.Attach(services());
+    return inner_.RunStep(step);
+  }
+
+ private:
+  MachineLearning inner_{nullptr};
+};
+
+TEST_F(WorkbenchAnalyses, OneThatBreaksInTheMiddleHarmsNoOther) {
+  static int created = 0;
+  created = 0;
+  Start([]() -> CAnalysisSupport* {
+    if (created++ == 0) return new FailingAnalysis;
+    return new MachineLearning(nullptr);
+  });
+  Specify();
+  const Json broken = Analysis();
+  OpenAnalysis(OpenFile("other.csv", kTable));
+  const int other = analysis_;
+  analysis_ = broken["analysis"];
+  const WebAnswer reply = TryCalls(broken["dialog"]["dialog"], {{{"do", "ok"}}});
+  EXPECT_EQ(reply.status, 500) << reply.body;
+  EXPECT_NE(reply.body.find("the training broke"), std::string::npos);
+  EXPECT_EQ(Analysis()["state"], "failed");
+  EXPECT_EQ(Analysis()["reason"], "the training broke");
+  EXPECT_EQ(TryCalls(broken["dialog"]["dialog"], {{{"do", "ok"}}}).status, 409);
+  analysis_ = other;
+  EXPECT_EQ(Set("KNearestNeighbors", "2")["ok"], true);
+}
+
 TEST_F(WorkbenchAnalyses, ChangedDataLeadBackToTheSpecificationAfterAQuestion) {
   Train();
   const std::string file = "/api/files/" + std::to_string(file_);
