@@ -1,6 +1,5 @@
 // Graphs in a real browser: pointing, zooming, the legend, turning, exports, texts from the data.
 import assert from 'node:assert/strict';
-import { inflateSync } from 'node:zlib';
 import { readFileSync } from 'node:fs';
 import { after, test } from 'node:test';
 import type { Locator, Page } from 'playwright-core';
@@ -8,6 +7,7 @@ import { axeFaults } from './look';
 import {
   closeBrowser,
   control,
+  examples,
   onWorkbench,
   picture,
   pickVariables,
@@ -54,21 +54,19 @@ const axisRange = (plot: Locator, axis: 'xaxis' | 'yaxis') =>
     return [...((element as unknown as Drawn)._fullLayout[name]?.range ?? [])];
   }, axis);
 
-/** The picture of a download: the colours of a PNG's pixels and its size. */
-function readPng(bytes: Buffer): { width: number; height: number; colours: number } {
-  assert.equal(bytes.subarray(1, 4).toString(), 'PNG');
-  const parts: Buffer[] = [];
-  for (let at = 8; at < bytes.length; ) {
-    const length = bytes.readUInt32BE(at);
-    const kind = bytes.subarray(at + 4, at + 8).toString();
-    if (kind === 'IDAT') parts.push(bytes.subarray(at + 8, at + 8 + length));
-    at += 12 + length;
-  }
-  const pixels = inflateSync(Buffer.concat(parts));
-  const colours = new Set<number>();
-  for (let i = 0; i + 4 <= pixels.length; i += 4) colours.add(pixels.readUInt32BE(i));
-  return { width: bytes.readUInt32BE(16), height: bytes.readUInt32BE(20), colours: colours.size };
-}
+/** A downloaded picture as the browser reads it: its size and how many colours it has. */
+const readPng = (page: Page, bytes: Buffer) =>
+  page.evaluate(async text => {
+    const data = Uint8Array.from(atob(text), sign => sign.charCodeAt(0));
+    const image = await createImageBitmap(new Blob([data], { type: 'image/png' }));
+    const canvas = new OffscreenCanvas(image.width, image.height);
+    const context = canvas.getContext('2d') as OffscreenCanvasRenderingContext2D;
+    context.drawImage(image, 0, 0);
+    const pixels = new Uint32Array(
+      context.getImageData(0, 0, image.width, image.height).data.buffer,
+    );
+    return { width: image.width, height: image.height, colours: new Set(pixels).size };
+  }, bytes.toString('base64'));
 
 async function exported(page: Page, format: string): Promise<Buffer> {
   const [download] = await Promise.all([
@@ -176,15 +174,21 @@ test('a scatterplot is pointed at, zoomed, and exported; its legend hides a seri
 
       // the exports
       const svg = (await exported(page, 'SVG')).toString();
-      const fault = await page.evaluate(
-        text =>
-          new DOMParser().parseFromString(text, 'image/svg+xml').querySelector('parsererror')
-            ?.textContent,
-        svg,
-      );
-      assert.equal(fault, undefined);
+      const drawn = await page.evaluate(text => {
+        const parsed = new DOMParser().parseFromString(text, 'image/svg+xml');
+        const texts = [...parsed.querySelectorAll('text')].map(one => one.textContent?.trim());
+        const fault = parsed.querySelector('parsererror')?.textContent ?? '';
+        return { fault, texts, marks: parsed.querySelectorAll('circle').length };
+      }, svg);
+      assert.equal(drawn.fault, '');
+      for (const text of ['Nuage de Points en 2D', 'x', 'y', 'z'])
+        assert.ok(
+          drawn.texts.some(one => one === text || one?.startsWith(`${text} `)),
+          `${text} stands in it`,
+        );
+      assert.ok(drawn.marks >= all / 2, `${drawn.marks} marks`);
       assert.ok(!svg.includes('<script'));
-      const png = readPng(await exported(page, 'PNG'));
+      const png = await readPng(page, await exported(page, 'PNG'));
       assert.ok(png.width >= 600 && png.height >= 400, `${png.width} x ${png.height}`);
       assert.ok(png.colours > 5, `${png.colours} colours`);
     },
@@ -238,8 +242,80 @@ test('a surface turns by the mouse and by the arrows', () =>
       );
       assert.ok(Math.abs(far(back) / far(after) - 1) < 0.01);
 
-      const png = readPng(await exported(page, 'PNG'));
+      const png = await readPng(page, await exported(page, 'PNG'));
       assert.ok(png.colours > 20, `${png.colours} colours`);
     },
     table,
   ));
+
+/** What a mark of the graph says, other than the mark before, when the mouse is on its middle. */
+async function pointedAt(page: Page, mark: Locator, before: string): Promise<string> {
+  const box = await mark.boundingBox();
+  assert.ok(box);
+  await page.mouse.move(box.x + box.width / 2 - 1, box.y + box.height / 2);
+  await page.mouse.move(box.x + box.width / 2, box.y + box.height / 2);
+  const hover = page.locator('.beside .plot .hovertext').first();
+  let text = before;
+  for (const end = Date.now() + 5000; text === before && Date.now() < end; )
+    text = (await hover.textContent()) ?? '';
+  return text;
+}
+
+test('curves and histograms say their values', () =>
+  onWorkbench(`${examples}/pima.csv`, async ({ page }) => {
+    await startMethod(page, 'nb');
+    await control(page, 'Variables').click();
+    await pickVariables(page, [['type'], ['glu', 'age']]);
+    await control(page, 'OK').click();
+    await page.waitForSelector('.dialog.results');
+    await tab(page, 'Tracés');
+    await item(page, 'SelectedItemX', 'glu');
+    await press(page, 'PlotHistogramsOfX');
+    const bars = page.locator('.beside .plot[data-drawn=histogram] .barlayer .point');
+    await bars.first().waitFor();
+    const said: number[] = [];
+    let text = '';
+    for (const bar of await bars.all()) {
+      if (((await bar.boundingBox())?.height ?? 0) < 3) continue;
+      text = await pointedAt(page, bar, text);
+      said.push(Number(/: (\d+)$/.exec(text)?.[1]));
+    }
+    const counts = await page.locator('.beside .plot').evaluate(element => {
+      type Drawn = { data: { y: number[] }[] };
+      return (element as unknown as Drawn).data[0]?.y.filter(count => count > 0) ?? [];
+    });
+    assert.deepEqual(said, counts);
+
+    await tab(page, 'Distrib. a posteriori');
+    await press(page, 'PosteriorPlot');
+    const plot = page.locator('.beside .plot[data-drawn=line]');
+    await plot.locator('.scatterlayer .trace').first().waitFor();
+    // the first curve, where its sixth point is
+    const curve = await plot.evaluate(element => {
+      type Axis = { l2p(value: number): number; _offset: number };
+      type Drawn = {
+        data: { x: number[]; y: number[]; name: string }[];
+        _fullLayout: { xaxis: Axis; yaxis: Axis };
+      };
+      const { data, _fullLayout: layout } = element as unknown as Drawn;
+      const [first] = data;
+      if (!first) throw new Error('there is no curve');
+      const box = element.getBoundingClientRect();
+      return {
+        left: box.left + layout.xaxis._offset + layout.xaxis.l2p(first.x[5] ?? 0),
+        top: box.top + layout.yaxis._offset + layout.yaxis.l2p(first.y[5] ?? 0),
+        ...{ x: first.x, y: first.y, name: first.name },
+      };
+    });
+    await page.mouse.move(curve.left - 1, curve.top);
+    await page.mouse.move(curve.left, curve.top);
+    const hover = plot.locator('.hovertext').first();
+    await hover.waitFor();
+    const shown = (await hover.textContent()) ?? '';
+    assert.ok(shown.startsWith(curve.name), shown);
+    const [x, y] = shown.slice(curve.name.length).split(' ; ').map(Number);
+    // the points lie closer than the mouse can tell: it says one of them, near that place
+    const at = curve.x.findIndex(value => Math.abs(value - (x ?? NaN)) < 1e-3 * value);
+    assert.ok(at >= 0 && at < 10, `${shown} is the point ${at}`);
+    assert.ok(Math.abs((curve.y[at] ?? NaN) - (y ?? NaN)) < 1e-3, shown);
+  }));

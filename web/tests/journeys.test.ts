@@ -293,7 +293,7 @@ test('a training that is cancelled leaves the settings; a reload loses nothing',
   let state = 1;
   const draw = () => ((state = (state * 48271) % 2147483647) / 2147483647).toFixed(4);
   const columns = Array.from({ length: 12 }, (_, i) => `x${i}`);
-  const rows = Array.from({ length: 6000 }, () => columns.map(draw).join(','));
+  const rows = Array.from({ length: 30000 }, () => columns.map(draw).join(','));
   const text = [columns.join(','), ...rows].join('\n');
   const body = async ({ page }: { page: Page }) => {
     await startMethod(page, 'knn');
