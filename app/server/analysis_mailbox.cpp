@@ -27,10 +27,18 @@ bool AnalysisMailbox::IsClosed() const {
   return closed_;
 }
 
-std::optional<Letter> AnalysisMailbox::Wait(int dialog, int request) {
-  std::unique_lock lock(mutex_);
+void AnalysisMailbox::Expect(int dialog, int request) {
+  const std::lock_guard lock(mutex_);
   dialog_ = dialog;
   request_ = request;
+}
+
+std::optional<Letter> AnalysisMailbox::Wait(int dialog, int request) {
+  std::unique_lock lock(mutex_);
+  if (!letter_) {
+    dialog_ = dialog;
+    request_ = request;
+  }
   changed_.wait(lock, [this] { return closed_ || letter_; });
   dialog_ = request_ = 0;
   // What came in time is still answered.

@@ -38,6 +38,9 @@ class AnalysisMailbox {
   void Close();
   bool IsClosed() const;
 
+  /// For the analysis: from now on it takes calls on a dialog or an answer to a request (0: none),
+  /// though it may not wait for them yet. To be said before a page can know of them.
+  void Expect(int dialog, int request);
   /// For the analysis: waits for calls on a dialog or an answer to a request (0: for none).
   /// Nothing: it shall end.
   std::optional<Letter> Wait(int dialog, int request);

@@ -323,6 +323,7 @@ LetterReply AnalysisThread::RunCalls(const Letter& letter) {
   TellDialog(&changed);
   TellUndo();
   outcome["controls"] = std::move(changed);
+  mailbox_.Expect(dialogNumber_, 0);
   if (tellsBusy) publisher_.Tell("busy", {{"busy", false}, {"call", letter.call}});
   publisher_.state().Publish("done", outcome);
   return {200, std::move(outcome)};
@@ -361,7 +362,6 @@ LetterReply AnalysisThread::RunModalCalls(const Letter& letter, QrvAnalysisDialo
   Json changed = ChangedStates(states, ControlStates(dialog));
   if (!changed.empty()) publisher_.Tell("controls", {{"dialog", number}, {"controls", changed}});
   outcome["controls"] = std::move(changed);
-  publisher_.state().Publish("done", outcome);
   return {200, std::move(outcome)};
 }
 
@@ -395,6 +395,7 @@ void AnalysisThread::TellNewDialog() {
     kind_ = &kind;
     whole["kind"] = kind.kind;
   }
+  if (!replays_) mailbox_.Expect(dialogNumber_, 0);
   publisher_.TellWhole(whole);
 }
 

@@ -19,6 +19,7 @@ bool Asker::Ask(const std::string& kind, const Json& request, const Take& take) 
   const int number = AnalysisPublisher::NewNumber();
   Json shown = {{"request", number}, {"kind", kind}};
   shown.update(request);
+  mailbox_.Expect(0, number);
   Push(std::move(shown));
   bool taken = false;
   while (const auto letter = mailbox_.Wait(0, number)) {
@@ -29,7 +30,11 @@ bool Asker::Ask(const std::string& kind, const Json& request, const Take& take) 
     } catch (const Json::exception&) {
       error = "the answer is not understood";
     }
-    if (error.empty()) Pop();
+    if (error.empty()) {
+      Pop();
+    } else {
+      mailbox_.Expect(0, number);
+    }
     letter->Reply(error.empty() ? LetterReply{} : LetterReply{422, {{"error", error}}});
     taken = !cancelled;
     if (error.empty()) return taken;
@@ -46,6 +51,7 @@ bool Asker::RunDialog(int templateId, CAnalysisDialog& dialog) {
   const auto dialogNow = [&] {
     return DialogJson(automation, number, templateId, 0, DialogLevel::modal);
   };
+  mailbox_.Expect(number, request);
   Push({{"request", request}, {"kind", "dialog"}, {"dialog", dialogNow()}});
   bool ended = false, accepted = false;
   while (!ended) {
@@ -53,12 +59,15 @@ bool Asker::RunDialog(int templateId, CAnalysisDialog& dialog) {
     if (!letter) break;
     if (letter->isAnswer) {
       const bool cancels = letter->content.value("cancel", false);
+      if (!cancels) mailbox_.Expect(number, request);
       letter->Reply(cancels ? LetterReply{}
                             : LetterReply{422, {{"error", "this request takes calls"}}});
       if (cancels) break;
       continue;
     }
     LetterReply reply = runModalCalls(*letter, automation, number, states, ended, accepted);
+    if (!ended) mailbox_.Expect(number, request);
+    publisher_.state().Publish("done", reply.body);
     if (ended) {
       Pop();
     } else {

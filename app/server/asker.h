@@ -23,7 +23,8 @@ class Asker {
 
   /// Runs a modal dialog of the module by calls of the page. False: it ended with Cancel.
   bool RunDialog(int templateId, CAnalysisDialog& dialog);
-  /// Makes the calls that a letter asks for; set by who runs calls.
+  /// Makes the calls that a letter asks for and gives what became of them, which pages are told
+  /// then; set by who runs calls.
   std::function<LetterReply(const Letter& letter, QrvAnalysisDialog& dialog, int number,
                             Json& states, bool& ended, bool& accepted)>
       runModalCalls;
