@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <exception>
 
-#include "datafile/whole_file.h"
 #include "host/numerics.h"
 #include "server/dialog_json.h"
 #include "server/macro_replay.h"
@@ -28,45 +27,25 @@ DialogLevel LevelOf(int step) {
   return step < kFirstResultsStep ? DialogLevel::specification : DialogLevel::results;
 }
 
-AutomationValue ValueOf(const Json& call) {
-  const Json& value = call.at("value");
-  if (value.is_boolean()) return AutomationValue::Number(value.get<bool>() ? 1 : 0);
-  if (value.is_number()) return AutomationValue::Number(value.get<double>());
-  return AutomationValue::Text(value.get<std::string>());
-}
-
-/// The same calls for the session's dialog and for a modal one.
-template <class Target, class OK, class Cancel>
-AutomationResult Make(Target& target, const Json& call, OK ok, Cancel cancel) {
-  const std::string kind = call.at("do").get<std::string>();
-  const std::string name = call.value("name", std::string());
-  if (kind == "ok") return ok();
-  if (kind == "cancel") return cancel();
-  if (kind == "press") return target.Press(name);
-  if (kind == "tab") return target.ShowTab(name);
-  if (kind == "type") return target.Type(name, call.at("text").get<std::string>());
-  if (kind == "set") return target.Put(name, ValueOf(call));
-  return Failure("there is no call \"" + kind + '"');
-}
-
 }  // namespace
 
 AnalysisThread::AnalysisThread(const AnalysisSurroundings& surroundings, int id,
                                const FileShelf::Ref& file, AnalysisStart start)
     : surroundings_(surroundings),
       id_(id),
-      fileId_(file->id),
       publisher_(*surroundings.state, id),
       documents_(publisher_),
       host_(
           {.interactive = true, .threads = surroundings.threads, .memoryLimit = 0, .terminal = {}},
           cancel_),
+      data_(*surroundings.shelf, host_.automation, cancel_, file),
+      recordedFile_(file->options),
       asker_(publisher_, mailbox_),
       dialogs_(host_.sequence, host_.answers, asker_),
+      questions_(asker_, *surroundings.folders),
       progress_(publisher_, cancel_) {
-  Take(file);
-  recordedFile_ = file->options;
   ConnectServices();
+  ConnectData();
   publisher_.TellWhole({{"file", file->id},
                         {"kind", start.kind == nullptr ? "" : start.kind->kind},
                         {"step", 0},
@@ -103,6 +82,7 @@ bool AnalysisThread::WaitUntilOpen(std::string& error) {
 // --- What other threads ask ----------------------------------------------------------------------
 
 LetterReply AnalysisThread::PostCalls(const Json& body) {
+  if (!body.at("calls").is_array()) return {422, {{"error", "calls are a list"}}};
   int call = 0;
   auto waiting = mailbox_.Post(false, body.at("dialog").get<int>(), body.at("calls"), call);
   if (!waiting) return {409, {{"error", "the dialog has changed, or something runs"}}};
@@ -161,7 +141,7 @@ void AnalysisThread::Run(const AnalysisStart& start) {
 }
 
 bool AnalysisThread::OpenSession(std::string& error) {
-  session_ = std::make_unique<AnalysisSession>(Services(), host_.sequence, host_.random);
+  session_ = std::make_unique<AnalysisSession>(services_, host_.sequence, host_.random);
   session_->beforeActing = [this] { return LookAtFile(); };
   session_->beforeOK = [this](QrvAnalysisDialog& dialog) { host_.automation.RecordSeeds(dialog); };
   session_->afterOK = [this] { host_.automation.RecordRun(); };
@@ -202,7 +182,7 @@ void AnalysisThread::Replay(const std::string& macro) {
 
 void AnalysisThread::ConnectServices() {
   host_.workbook.onChange = [this](std::size_t position) {
-    documents_.Changed(host_.workbook.documents()[position], data_.back());
+    documents_.Changed(host_.workbook.documents()[position], data_.current());
   };
   host_.messages.show = [this](const LoggedMessage& message) {
     publisher_.Tell(
@@ -211,15 +191,15 @@ void AnalysisThread::ConnectServices() {
           {{"number", message.number}, {"text", message.text}, {"step", message.step}}}});
   };
   host_.messages.ask = [this](BoxType type, const LoggedMessage& message) {
-    return AskMessage(type, message);
+    return questions_.AskMessage(type, message);
   };
   host_.saving.askOutputs = [this](auto title, auto prompt, auto offered, auto& picked) {
-    return AskForOutputs(title, prompt, offered, picked);
+    return questions_.AskForOutputs(title, prompt, offered, picked);
   };
   host_.saving.askFileName = [this](std::string& path) {
-    return AskForFileName(path, host_.saving.overwrite);
+    return questions_.AskForFileName(path, host_.saving.overwrite);
   };
-  progress_.casesRead = [this] { return watched_->lastCase(); };
+  progress_.casesRead = [this] { return data_.watched().lastCase(); };
   progress_.onBegin = [this] {
     if (shown_ != nullptr && shown_->IsOpen()) fieldOfPass_ = shown_->LastFieldRead();
   };
@@ -228,14 +208,15 @@ void AnalysisThread::ConnectServices() {
   dialogs_.defineWeight = [this] { return AskForWeight(); };
   dialogs_.labelsOf = [this](int variable) {
     Json labels = Json::array();
-    for (const ValueLabel& label : data_.back()->Table().At(variable).labels) {
+    for (const ValueLabel& label : data_.current()->Table().At(variable).labels) {
       if (labels.size() < kMostCategories) labels.push_back({label.code, label.text});
     }
     return labels;
   };
-  dialogs_.onAnswer = [this](AnswerMember member, const std::string& text) {
+  dialogs_.onAnswer = questions_.onAnswer = [this](AnswerMember member, const std::string& text) {
     given_.emplace_back(member, text);
   };
+  data_.onTake = [this] { ConnectData(); };
   asker_.runModalCalls = [this](const Letter& letter, QrvAnalysisDialog& dialog, int number,
                                 Json& states, bool& ended, bool& accepted) {
     return RunModalCalls(letter, dialog, number, states, ended, accepted);
@@ -244,22 +225,22 @@ void AnalysisThread::ConnectServices() {
 
 // --- Calls ---------------------------------------------------------------------------------------
 
-AutomationResult AnalysisThread::MakeCall(const Json& call, std::string& control) {
-  if (call.at("do") == "undo") return choices_.Undo(*session_);
-  control = call.value("name", std::string());
+AutomationResult AnalysisThread::MakeCall(const PageCall& call, std::string& control) {
+  if (call.kind == "undo") return choices_.Undo(*session_);
+  control = call.name;
   host_.messages.step = control.empty() ? "OK" : control;
-  return Make(
-      *session_, call,
-      [&] {
-        AutomationResult result = session_->OK();
-        if (shown_ != nullptr && shown_->IsOpen()) {
-          // The field that was read last is the one that was refused, unless cases were read since.
-          const std::string field = shown_->LastFieldRead();
-          if (!result.Succeeded() && field != fieldOfPass_) control = field;
-        }
-        return result;
-      },
-      [&] { return session_->Cancel(); });
+  const DialogEnds ends{[&] {
+                          AutomationResult result = session_->OK();
+                          if (shown_ != nullptr && shown_->IsOpen()) {
+                            // The field that was read last is the one that was refused, unless
+                            // cases were read since.
+                            const std::string field = shown_->LastFieldRead();
+                            if (!result.Succeeded() && field != fieldOfPass_) control = field;
+                          }
+                          return result;
+                        },
+                        [&] { return session_->Cancel(); }};
+  return MakePageCall(*session_, call, ends);
 }
 
 std::string AnalysisThread::ReasonOf(const AutomationResult& result, std::size_t messagesBefore) {
@@ -275,94 +256,74 @@ std::string AnalysisThread::ReasonOf(const AutomationResult& result, std::size_t
 }
 
 LetterReply AnalysisThread::RunCalls(const Letter& letter) {
-  if (!letter.content.is_array()) return {422, {{"error", "calls are a list"}}};
   cancel_ = mailbox_.IsClosed();
-  Json outcome = {{"analysis", id_}, {"call", letter.call}, {"done", true}, {"ok", true},
-                  {"failed", -1},    {"control", ""},       {"error", ""}};
+  CallOutcome outcome(id_, letter.call);
   bool tellsBusy = false;
-  for (std::size_t i = 0; i < letter.content.size(); ++i) {
-    const Json& call = letter.content[i];
+  for (const Json& json : letter.content) {
     std::string control;
-    AutomationResult result;
     const std::size_t messages = host_.messages.messages().size();
     const std::size_t position = host_.automation.changes().size();
     given_.clear();
     fieldOfPass_.clear();
     asker_.TakeAsked();
-    try {
-      const std::string kind = call.at("do").get<std::string>();
-      if (!tellsBusy && (kind == "ok" || kind == "press")) {
+    PageCall call;
+    AutomationResult result = Failure("the call is not understood");
+    if (ReadPageCall(json, call)) {
+      if (!tellsBusy && (call.kind == "ok" || call.kind == "press")) {
         tellsBusy = true;
         publisher_.Tell("busy", {{"busy", true}, {"call", letter.call}});
       }
       // OK asks for variables when none were chosen.
-      const bool mayChoose = kind == "ok" || call.value("name", std::string()) == "Variables";
+      const bool mayChoose = call.kind == "ok" || call.name == "Variables";
       const auto before = mayChoose ? session_->dialog() : nullptr;
       const Json states = before == nullptr ? Json() : ControlStates(*before);
       result = MakeCall(call, control);
       if (before != nullptr && session_->dialog() == before)
         choices_.Keep(states, ControlStates(*before));
-    } catch (const Json::exception&) {
-      result = Failure("the call is not understood");
     }
     if (nextFile_ != nullptr) {
       std::string error;
-      Take(std::exchange(nextFile_, nullptr));
+      data_.Take(std::exchange(nextFile_, nullptr));
       if (!StartOver(error)) result = Failure(error);
     }
-    RecordAnswers(result.Succeeded() ? position : host_.automation.changes().size(), call);
-    outcome["error"] = ReasonOf(result, messages);
-    if (result.Succeeded()) continue;
-    outcome["ok"] = false;
-    outcome["failed"] = i;
-    outcome["control"] = control;
-    break;
+    RecordAnswers(result.Succeeded() ? position : host_.automation.changes().size(), call.name);
+    outcome.Add(result, ReasonOf(result, messages), control);
+    if (outcome.HasFailed()) break;
   }
   Json changed = Json::array();
   TakeMacro();
   TellDialog(&changed);
   TellUndo();
-  outcome["controls"] = std::move(changed);
+  LetterReply reply = outcome.Reply(std::move(changed));
   mailbox_.Expect(dialogNumber_, 0);
   if (tellsBusy) publisher_.Tell("busy", {{"busy", false}, {"call", letter.call}});
-  publisher_.state().Publish("done", outcome);
-  return {200, std::move(outcome)};
+  publisher_.state().Publish("done", reply.body);
+  return reply;
 }
 
 LetterReply AnalysisThread::RunModalCalls(const Letter& letter, QrvAnalysisDialog& dialog,
                                           int number, Json& states, bool& ended, bool& accepted) {
-  Json outcome = {{"analysis", id_}, {"call", letter.call}, {"done", true}, {"ok", true},
-                  {"failed", -1},    {"control", ""},       {"error", ""}};
-  for (std::size_t i = 0; i < letter.content.size() && !ended; ++i) {
-    const Json& call = letter.content[i];
+  CallOutcome outcome(id_, letter.call);
+  const DialogEnds ends{[&] {
+                          AutomationResult end = dialog.OAOK();
+                          ended = accepted = end.Succeeded();
+                          return end;
+                        },
+                        [&] {
+                          ended = true;
+                          return dialog.OACancel();
+                        }};
+  for (const Json& json : letter.content) {
     const std::size_t messages = host_.messages.messages().size();
-    AutomationResult result;
-    try {
-      result = Make(
-          dialog, call,
-          [&] {
-            AutomationResult end = dialog.OAOK();
-            ended = accepted = end.Succeeded();
-            return end;
-          },
-          [&] {
-            ended = true;
-            return dialog.OACancel();
-          });
-    } catch (const Json::exception&) {
-      result = Failure("the call is not understood");
-    }
-    outcome["error"] = ReasonOf(result, messages);
-    if (result.Succeeded()) continue;
-    outcome["ok"] = false;
-    outcome["failed"] = i;
-    outcome["control"] = call.value("name", std::string());
-    break;
+    PageCall call;
+    AutomationResult result = Failure("the call is not understood");
+    if (ReadPageCall(json, call)) result = MakePageCall(dialog, call, ends);
+    outcome.Add(result, ReasonOf(result, messages), call.name);
+    if (outcome.HasFailed() || ended) break;
   }
   Json changed = ChangedStates(states, ControlStates(dialog));
   if (!changed.empty()) publisher_.Tell("controls", {{"dialog", number}, {"controls", changed}});
-  outcome["controls"] = std::move(changed);
-  return {200, std::move(outcome)};
+  return outcome.Reply(std::move(changed));
 }
 
 // --- What pages see ------------------------------------------------------------------------------
@@ -383,7 +344,7 @@ void AnalysisThread::TellNewDialog() {
   const int step = shown_ == nullptr ? 0 : session_->step();
   Json whole = {{"step", step},     {"state", shown_ == nullptr ? "ended" : "open"},
                 {"busy", replays_}, {"dialog", nullptr},
-                {"canUndo", false}, {"file", fileId_.load()}};
+                {"canUndo", false}, {"file", data_.FileId()}};
   if (shown_ != nullptr) {
     states_ = ControlStates(*shown_);
     whole["dialog"] =
@@ -406,7 +367,7 @@ void AnalysisThread::TellUndo() {
 }
 
 void AnalysisThread::TakeMacro() {
-  recordedFile_.caseNames = file_->options.caseNames;
+  recordedFile_.caseNames = data_.file().options.caseNames;
   if (recorder_.Take(recordedFile_, host_.automation.changes())) TellMacro();
 }
 
@@ -416,12 +377,10 @@ void AnalysisThread::TellMacro() {
 
 /// A script that replays an action needs the answers that a person gave; a choice that is recorded
 /// as a value has them already.
-void AnalysisThread::RecordAnswers(std::size_t position, const Json& call) {
-  const Control* control = shown_ == nullptr || !shown_->IsOpen()
-                               ? nullptr
-                               : FindControl(*shown_, call.value("name", std::string()));
-  if (control != nullptr && (control->kind == ControlKind::pick || !control->recordedAs.empty()))
-    return;
+void AnalysisThread::RecordAnswers(std::size_t position, const std::string& control) {
+  const Control* row =
+      shown_ == nullptr || !shown_->IsOpen() ? nullptr : FindControl(*shown_, control);
+  if (row != nullptr && (row->kind == ControlKind::pick || !row->recordedAs.empty())) return;
   if (position >= host_.automation.changes().size()) return;
   for (const auto& [member, text] : given_)
     host_.automation.InsertAnswer(position++, kAnswerNames[static_cast<std::size_t>(member)], text);
@@ -429,36 +388,23 @@ void AnalysisThread::RecordAnswers(std::size_t position, const Json& call) {
 
 // --- The data file -------------------------------------------------------------------------------
 
-HostServices AnalysisThread::Services() {
-  const HostDataFile* data = data_.back().get();
+void AnalysisThread::ConnectData() {
+  const HostDataFile* data = data_.current().get();
   LabelLookup codeOfLabel = [data](int variable, std::string_view label, double& code) {
     return data->Table().FindCode(variable, label, code);
   };
-  HostServices services = host_.Services(*watched_, codeOfLabel, data);
-  dialogs_.SetNames({watched_.get(), std::move(codeOfLabel)});
-  services.dialogs = &dialogs_;
-  services.progress = &progress_;
-  return services;
-}
-
-void AnalysisThread::Take(const FileShelf::Ref& file) {
-  if (file_ != nullptr) host_.automation.RecordData(file_->options, file->options);
-  file_ = file;
-  fileId_ = file->id;
-  data_.push_back(std::make_shared<HostDataFile>(*file->data));
-  if (watched_ == nullptr) {
-    watched_ = std::make_unique<WatchedDataFile>(*data_.back(), cancel_);
-  } else {
-    watched_->Watch(*data_.back());
-  }
+  services_ = host_.Services(data_.watched(), codeOfLabel, data);
+  dialogs_.SetNames({&data_.watched(), std::move(codeOfLabel)});
+  services_.dialogs = &dialogs_;
+  services_.progress = &progress_;
 }
 
 AutomationResult AnalysisThread::LookAtFile() {
   std::string error;
-  if (!surroundings_.shelf->Refresh(file_->id, error)) return Failure(error);
-  const FileShelf::Ref now = surroundings_.shelf->Find(file_->id);
-  if (now == nullptr || now->revision == file_->revision) return {};
-  const bool wasRead = now->readings != file_->readings;
+  const FileShelf::Ref now = data_.Newest(error);
+  if (!error.empty()) return Failure(error);
+  if (now == nullptr || now->revision == data_.file().revision) return {};
+  const bool wasRead = now->readings != data_.file().readings;
   const bool hasResults = session_->step() >= kFirstResultsStep;
   if (hasResults) {
     const std::string what =
@@ -467,17 +413,16 @@ AutomationResult AnalysisThread::LookAtFile() {
                   "changed.";
     const LoggedMessage question{
         0, what + " Back to the settings, so that the model is trained on the new data?", "data"};
-    if (AskMessage(BoxType::okCancel, question) != BoxButton::ok)
+    if (questions_.AskMessage(BoxType::okCancel, question) != BoxButton::ok)
       return Failure("The results belong to the data as they were before");
   }
   if (hasResults && !wasRead) session_->Cancel();
-  Take(now);
+  data_.Take(now);
   if (wasRead) {
     const std::string changed = now->name + " has changed since it was opened";
     if (!StartOver(error)) return Failure(changed + ". " + error);
     return Failure(changed + ": it was read again, and the analysis starts over");
   }
-  Services();
   session_->analysis()->DataSettingsChanged();
   return hasResults ? Failure("The data have changed: train the model again") : AutomationResult{};
 }
@@ -486,8 +431,8 @@ AutomationResult AnalysisThread::LookAtFile() {
 bool AnalysisThread::StartOver(std::string& error) {
   const OfferedKind* kind = kind_;
   host_.automation.ForgetChanges();
-  recordedFile_ = file_->options;
-  return session_->ReplaceFile(Services(), error) && (kind == nullptr || ChooseKind(*kind, error));
+  recordedFile_ = data_.file().options;
+  return session_->ReplaceFile(services_, error) && (kind == nullptr || ChooseKind(*kind, error));
 }
 
 /// As a macro does it.
@@ -497,116 +442,39 @@ bool AnalysisThread::ChangeData(const OpenOptions& before, const OpenOptions& no
     error = kResultsKeepTheirData;
     return false;
   }
-  OpenOptions wanted = file_->options;
-  if (now.weight != before.weight) wanted.weight = now.weight;
-  if (now.select != before.select) wanted.select = now.select;
-  HostDataFile changed(*data_.back());
-  FileError failure;
-  if (!PutSelectionAndWeight(wanted, changed, failure)) {
-    error = failure.Text();
-    return false;
-  }
-  const FileSettings settings{changed.Selection(), changed.WeightVariable(), {}};
-  if (!surroundings_.shelf->Change(file_->id, settings, error)) return false;
-  Take(surroundings_.shelf->Find(file_->id));
-  Services();
+  if (!data_.Change(before, now, error)) return false;
   session_->analysis()->DataSettingsChanged();
   return true;
 }
 
 bool AnalysisThread::AskForFile() {
-  return asker_.Ask("dataFile", {{"file", file_->id}}, [&](const Json& answer) -> std::string {
+  const Json shown = {{"file", data_.FileId()}};
+  return asker_.Ask("dataFile", shown, [&](const Json& answer) -> std::string {
     nextFile_ = surroundings_.shelf->Find(answer.at("file").get<int>());
     return nextFile_ == nullptr ? "this file is not open" : "";
   });
 }
 
 bool AnalysisThread::AskForSelection() {
-  const Json shown = {{"select", data_.back()->Selection()}, {"file", file_->id}};
+  const Json shown = {{"select", data_.current()->Selection()}, {"file", data_.FileId()}};
   return asker_.Ask("selection", shown, [&](const Json& answer) {
     std::string error;
     FileSettings settings;
     settings.select = answer.at("select").get<std::string>();
-    if (surroundings_.shelf->Change(file_->id, settings, error)) {
-      Take(surroundings_.shelf->Find(file_->id));
-      Services();
-    }
+    data_.Change(settings, error);
     return error;
   });
 }
 
 bool AnalysisThread::AskForWeight() {
-  const Json shown = {{"weight", data_.back()->WeightVariable()}, {"file", file_->id}};
+  const Json shown = {{"weight", data_.current()->WeightVariable()}, {"file", data_.FileId()}};
   return asker_.Ask("weight", shown, [&](const Json& answer) {
     std::string error;
     FileSettings settings;
     settings.weight = answer.at("weight").get<int>();
-    if (surroundings_.shelf->Change(file_->id, settings, error)) {
-      Take(surroundings_.shelf->Find(file_->id));
-      Services();
-    }
+    data_.Change(settings, error);
     return error;
   });
-}
-
-// --- Other requests ------------------------------------------------------------------------------
-
-BoxButton AnalysisThread::AskMessage(BoxType type, const LoggedMessage& message) {
-  const bool isQuestion = type == BoxType::okCancel;
-  Json shown = {{"number", message.number}, {"text", message.text}};
-  shown["buttons"] = isQuestion ? Json::array({"ok", "cancel"}) : Json::array({"ok"});
-  BoxButton pressed = BoxButton::cancel;
-  const bool answered = asker_.Ask("message", shown, [&](const Json& answer) -> std::string {
-    const std::string button = answer.at("button").get<std::string>();
-    if (button != "ok" && (button != "cancel" || !isQuestion)) return "there is no such button";
-    if (button == "ok") pressed = BoxButton::ok;
-    return {};
-  });
-  if (!isQuestion) return BoxButton::ok;
-  if (answered)
-    given_.emplace_back(AnswerMember::option, pressed == BoxButton::ok ? "OK" : "Cancel");
-  return pressed;
-}
-
-bool AnalysisThread::AskForOutputs(std::string_view title, std::string_view prompt,
-                                   std::span<const std::string> offered, std::vector<int>& picked) {
-  const Json shown = {{"title", title},
-                      {"prompt", prompt},
-                      {"offered", std::vector<std::string>(offered.begin(), offered.end())},
-                      {"picked", picked}};
-  const bool answered = asker_.Ask("outputs", shown, [&](const Json& answer) -> std::string {
-    const auto given = answer.at("picked").get<std::vector<int>>();
-    for (const int position : given) {
-      if (position < 0 || position >= static_cast<int>(offered.size()))
-        return "there is no output number " + std::to_string(position);
-    }
-    picked = given;
-    return {};
-  });
-  if (!answered) return false;
-  std::string text;
-  for (const int position : picked)
-    text += (text.empty() ? "" : " ") + std::to_string(position + 1);
-  given_.emplace_back(AnswerMember::selection, text.empty() ? "None" : text);
-  return true;
-}
-
-bool AnalysisThread::AskForFileName(std::string& path, bool& overwrite) {
-  const Json shown = {{"suggested", path.empty() ? "NEW.QRV" : path}};
-  const bool answered = asker_.Ask("fileName", shown, [&](const Json& answer) {
-    std::string error;
-    std::filesystem::path found;
-    overwrite = answer.value("overwrite", false);
-    const std::string given = answer.at("path").get<std::string>();
-    if (!surroundings_.folders->Find(answer.at("folder").get<int>(), given, found, error))
-      return error;
-    if (std::filesystem::is_directory(found)) return '"' + given + "\" is a folder";
-    if (!overwrite && std::filesystem::exists(found)) return std::string("exists");
-    path = found.string();
-    return error;
-  });
-  if (answered) given_.emplace_back(AnswerMember::saveFileName, path);
-  return answered;
 }
 
 }  // namespace qrvml

@@ -12,13 +12,13 @@
 
 #include "host/analysis_host.h"
 #include "host/analysis_session.h"
-#include "host/watched_data_file.h"
+#include "server/analysis_data.h"
 #include "server/asking_dialogs.h"
-#include "server/file_shelf.h"
 #include "server/macro_recorder.h"
-#include "server/named_folders.h"
+#include "server/page_calls.h"
 #include "server/page_documents.h"
 #include "server/page_progress.h"
+#include "server/page_questions.h"
 #include "server/variable_choices.h"
 
 namespace qrvml {
@@ -63,15 +63,13 @@ class AnalysisThread {
   LetterReply PostAnswer(const Json& body);
   /// What runs shall stop.
   void Cancel() { cancel_ = true; }
-  int FileId() const { return fileId_; }
+  int FileId() const { return data_.FileId(); }
   const PageDocuments& documents() const { return documents_; }
   /// The macro of what was done so far.
   const MacroRecorder& recorder() const { return recorder_; }
   void Record(bool on);
 
  private:
-  struct CallOutcome;
-
   void Run(const AnalysisStart& start);
   bool OpenSession(std::string& error);
   bool ChooseKind(const OfferedKind& kind, std::string& error);
@@ -81,7 +79,7 @@ class AnalysisThread {
   LetterReply RunCalls(const Letter& letter);
   LetterReply RunModalCalls(const Letter& letter, QrvAnalysisDialog& dialog, int number,
                             Json& states, bool& ended, bool& accepted);
-  AutomationResult MakeCall(const Json& call, std::string& control);
+  AutomationResult MakeCall(const PageCall& call, std::string& control);
   /// Why a call failed, as far as no message has said it.
   std::string ReasonOf(const AutomationResult& result, std::size_t messagesBefore);
 
@@ -90,25 +88,19 @@ class AnalysisThread {
   void TellUndo();
   void TakeMacro();
   void TellMacro();
-  void RecordAnswers(std::size_t position, const Json& call);
+  void RecordAnswers(std::size_t position, const std::string& control);
 
   // The data file.
-  HostServices Services();
-  void Take(const FileShelf::Ref& file);
+  void ConnectData();
   AutomationResult LookAtFile();
   bool StartOver(std::string& error);
   bool ChangeData(const OpenOptions& before, const OpenOptions& now, std::string& error);
   bool AskForFile();
   bool AskForSelection();
   bool AskForWeight();
-  BoxButton AskMessage(BoxType type, const LoggedMessage& message);
-  bool AskForOutputs(std::string_view title, std::string_view prompt,
-                     std::span<const std::string> offered, std::vector<int>& picked);
-  bool AskForFileName(std::string& path, bool& overwrite);
 
   const AnalysisSurroundings& surroundings_;
   const int id_;
-  std::atomic<int> fileId_;
   std::atomic<bool> cancel_{false};
   AnalysisPublisher publisher_;
   AnalysisMailbox mailbox_;
@@ -116,14 +108,14 @@ class AnalysisThread {
   std::promise<std::string> opened_;  // the error; empty: none
 
   // Of the analysis's own thread.
-  FileShelf::Ref file_;
-  OpenOptions recordedFile_;                         // as it was when the recording began
-  std::vector<std::shared_ptr<HostDataFile>> data_;  // the last one is in use
-  std::unique_ptr<WatchedDataFile> watched_;
   AnalysisHost host_;
+  AnalysisData data_;
+  OpenOptions recordedFile_;  // as it was when the recording began
   Asker asker_;
   AskingDialogs dialogs_;
+  PageQuestions questions_;
   PageProgress progress_;
+  HostServices services_;
   std::unique_ptr<AnalysisSession> session_;
   std::shared_ptr<QrvAnalysisDialog> shown_;  // the dialog that pages see
   int dialogNumber_ = 0;

@@ -3,6 +3,14 @@
 #include "server/dialog_json.h"
 
 namespace qrvml {
+namespace {
+
+bool Cancels(const Json& answer) {
+  const auto found = answer.find("cancel");
+  return found != answer.end() && *found == true;
+}
+
+}  // namespace
 
 void Asker::Push(Json request) {
   open_.push_back(std::move(request));
@@ -23,7 +31,7 @@ bool Asker::Ask(const std::string& kind, const Json& request, const Take& take) 
   Push(std::move(shown));
   bool taken = false;
   while (const auto letter = mailbox_.Wait(0, number)) {
-    const bool cancelled = letter->content.value("cancel", false);
+    const bool cancelled = Cancels(letter->content);
     std::string error;
     try {
       if (!cancelled) error = take(letter->content);
@@ -58,7 +66,7 @@ bool Asker::RunDialog(int templateId, CAnalysisDialog& dialog) {
     const auto letter = mailbox_.Wait(number, request);
     if (!letter) break;
     if (letter->isAnswer) {
-      const bool cancels = letter->content.value("cancel", false);
+      const bool cancels = Cancels(letter->content);
       if (!cancels) mailbox_.Expect(number, request);
       letter->Reply(cancels ? LetterReply{}
                             : LetterReply{422, {{"error", "this request takes calls"}}});

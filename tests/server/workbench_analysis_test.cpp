@@ -174,6 +174,39 @@ TEST_F(WorkbenchAnalyses, TheSampleDialogRunsInsideTheCallThatOpenedIt) {
   EXPECT_EQ(State("Sample.State")["value"], "oui");
 }
 
+TEST_F(WorkbenchAnalyses, WhatIsNoCallIsRefusedAndHarmsNothing) {
+  Specify();
+  const Json wrong = Json::parse(R"([5, null, "ok", [], {}, {"do": 1}, {"do": "dance"},
+      {"do": "set", "name": "NValue"}, {"do": "set", "name": "NValue", "value": null},
+      {"do": "type", "name": "NValue", "text": 2}, {"do": "press", "name": ["Sample"]}])");
+  const int dialog = Analysis()["dialog"]["dialog"];
+  for (const Json& calls : {Json(5), Json("ok"), Json::object()})
+    EXPECT_EQ(TryCalls(dialog, calls).status, 422) << calls;
+  for (const Json& call : wrong) {
+    const Json outcome = Calls({call, {{"do", "ok"}}});
+    EXPECT_EQ(outcome["ok"], false) << call;
+    EXPECT_EQ(outcome["failed"], 0) << call;
+    EXPECT_NE(outcome["error"], "") << call;
+  }
+  EXPECT_EQ(State("NValue")["value"], "3");
+
+  // The same on a modal dialog, whose request takes only a cancel that is one.
+  Set("UseSubsetvariable", 1);
+  Press("Sample");
+  const Json asked = Asked();
+  const int modal = asked["dialog"]["dialog"];
+  EXPECT_EQ(TryCalls(modal, Json::object()).status, 422);
+  for (const Json& call : wrong) {
+    const Json outcome = TryCalls(modal, {call, {{"do", "ok"}}}).json();
+    EXPECT_EQ(outcome["ok"], false) << call;
+    EXPECT_NE(outcome["error"], "") << call;
+  }
+  EXPECT_EQ(Answer(asked, {{"cancel", "yes"}}), 422);
+  EXPECT_EQ(Answer(asked, {{"cancel", true}}), 200);
+  UntilIdle();
+  EXPECT_EQ(Analysis()["state"], "open");
+}
+
 TEST_F(WorkbenchAnalyses, ATrainingIsCancelledWithoutAMessage) {
   std::string table = "y,x1,x2,x3,x4\n";
   std::uint32_t state = 7;
