@@ -135,13 +135,13 @@ class ShellMacro final : public MacroHost {
     return there ? beside.string() : path;
   }
 
-  const MacroOptions& options_;
-  const AnalysisFactory factory_;
-  const std::atomic<bool>& cancel_;
   static bool ShowsResults(int step) {
     return std::ranges::count(AnalysisCommands(), step, &AnalysisCommand::resultsStep) > 0;
   }
 
+  const MacroOptions& options_;
+  const AnalysisFactory factory_;
+  const std::atomic<bool>& cancel_;
   OpenOptions file_;      // as it was when the analysis began
   OpenOptions settings_;  // with the weight and the condition of now
   std::optional<OpenedFile> opened_;
