@@ -10,10 +10,10 @@ std::optional<AnalysisMailbox::Waiting> AnalysisMailbox::Post(bool isAnswer, int
   if (closed_ || target <= 0 || target != (isAnswer ? request_ : dialog_)) return std::nullopt;
   dialog_ = request_ = 0;
   call = isAnswer ? 0 : ++calls_;
-  letter_ = {isAnswer, call, std::move(content), std::make_shared<std::promise<LetterReply>>()};
-  Waiting reply = letter_->reply->get_future();
+  letter_ = {isAnswer, call, std::move(content)};
+  letterReply_ = Promise();
   changed_.notify_all();
-  return reply;
+  return letterReply_.get_future();
 }
 
 void AnalysisMailbox::Close() {
@@ -42,7 +42,15 @@ std::optional<Letter> AnalysisMailbox::Wait(int dialog, int request) {
   changed_.wait(lock, [this] { return closed_ || letter_; });
   dialog_ = request_ = 0;
   // What came in time is still answered.
+  if (letter_) reply_ = std::move(letterReply_);
   return std::exchange(letter_, std::nullopt);
+}
+
+void AnalysisMailbox::Reply(std::optional<LetterReply> reply) {
+  const std::lock_guard lock(mutex_);
+  if (!reply_) return;
+  reply_->set_value(std::move(reply));
+  reply_.reset();
 }
 
 }  // namespace qrvml

@@ -4,7 +4,6 @@
 
 #include <condition_variable>
 #include <future>
-#include <memory>
 #include <mutex>
 #include <optional>
 
@@ -22,14 +21,12 @@ struct Letter {
   bool isAnswer = false;  // to a request; else calls on a dialog
   int call = 0;           // number of the calls
   Json content;
-  std::shared_ptr<std::promise<LetterReply>> reply;
-
-  void Reply(LetterReply&& outcome) const { reply->set_value(std::move(outcome)); }
 };
 
 class AnalysisMailbox {
  public:
-  using Waiting = std::future<LetterReply>;
+  /// The reply; nothing: the letter is still worked on, and an event will tell what became of it.
+  using Waiting = std::future<std::optional<LetterReply>>;
 
   /// Hands over calls on the dialog (or the answer to the request) of number `target`, if that is
   /// what the analysis waits for; nothing otherwise. `call` becomes the number of the calls.
@@ -44,11 +41,17 @@ class AnalysisMailbox {
   /// For the analysis: waits for calls on a dialog or an answer to a request (0: for none).
   /// Nothing: it shall end.
   std::optional<Letter> Wait(int dialog, int request);
+  /// For the analysis: replies to the letter that it took last, unless it has done so.
+  void Reply(std::optional<LetterReply> reply);
 
  private:
+  using Promise = std::promise<std::optional<LetterReply>>;
+
   mutable std::mutex mutex_;
   std::condition_variable changed_;
-  std::optional<Letter> letter_;
+  std::optional<Letter> letter_;  // that was not taken yet
+  Promise letterReply_;           // its reply
+  std::optional<Promise> reply_;  // of the letter that was taken last
   int dialog_ = 0, request_ = 0;  // what is waited for
   int calls_ = 0;
   bool closed_ = false;

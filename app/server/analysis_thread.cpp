@@ -86,7 +86,9 @@ LetterReply AnalysisThread::PostCalls(const Json& body) {
   int call = 0;
   auto waiting = mailbox_.Post(false, body.at("dialog").get<int>(), body.at("calls"), call);
   if (!waiting) return {409, {{"error", "the dialog has changed, or something runs"}}};
-  if (waiting->wait_for(kPatience) == std::future_status::ready) return waiting->get();
+  if (waiting->wait_for(kPatience) == std::future_status::ready) {
+    if (auto reply = waiting->get()) return *std::move(reply);
+  }
   return {200, {{"analysis", id_}, {"call", call}, {"done", false}}};
 }
 
@@ -94,7 +96,7 @@ LetterReply AnalysisThread::PostAnswer(const Json& body) {
   int call = 0;
   auto waiting = mailbox_.Post(true, body.at("request").get<int>(), body, call);
   if (!waiting) return {409, {{"error", "this is not asked now"}}};
-  return waiting->get();
+  return waiting->get().value_or(LetterReply{});
 }
 
 void AnalysisThread::Record(bool on) {
@@ -107,7 +109,6 @@ void AnalysisThread::Record(bool on) {
 void AnalysisThread::Run(const AnalysisStart& start) {
   std::string error;
   bool told = false;
-  std::optional<Letter> letter;  // that waits for its reply
   replays_ = !start.macro.empty();
   try {
     const bool open =
@@ -120,10 +121,9 @@ void AnalysisThread::Run(const AnalysisStart& start) {
     opened_.set_value(open ? "" : error);
     if (open && replays_) Replay(start.macro);
     while (open) {
-      letter = mailbox_.Wait(dialogNumber_, 0);
+      const auto letter = mailbox_.Wait(dialogNumber_, 0);
       if (!letter) break;
-      letter->Reply(RunCalls(*letter));
-      letter.reset();
+      mailbox_.Reply(RunCalls(*letter));
     }
   } catch (const std::exception& failure) {
     error = failure.what();
@@ -137,7 +137,7 @@ void AnalysisThread::Run(const AnalysisStart& start) {
                           {"dialog", nullptr},
                           {"requests", Json::array()},
                           {"progress", nullptr}});
-  if (letter) letter->Reply({500, {{"error", error}}});
+  mailbox_.Reply(LetterReply{500, {{"error", error}}});
 }
 
 bool AnalysisThread::OpenSession(std::string& error) {

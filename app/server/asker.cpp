@@ -15,6 +15,7 @@ bool Cancels(const Json& answer) {
 void Asker::Push(Json request) {
   open_.push_back(std::move(request));
   publisher_.Tell("requests", {{"requests", open_}});
+  mailbox_.Reply(std::nullopt);  // the calls that led here wait for a person
 }
 
 void Asker::Pop() {
@@ -43,7 +44,7 @@ bool Asker::Ask(const std::string& kind, const Json& request, const Take& take) 
     } else {
       mailbox_.Expect(0, number);
     }
-    letter->Reply(error.empty() ? LetterReply{} : LetterReply{422, {{"error", error}}});
+    mailbox_.Reply(error.empty() ? LetterReply{} : LetterReply{422, {{"error", error}}});
     taken = !cancelled;
     if (error.empty()) return taken;
   }
@@ -68,8 +69,8 @@ bool Asker::RunDialog(int templateId, CAnalysisDialog& dialog) {
     if (letter->isAnswer) {
       const bool cancels = Cancels(letter->content);
       if (!cancels) mailbox_.Expect(number, request);
-      letter->Reply(cancels ? LetterReply{}
-                            : LetterReply{422, {{"error", "this request takes calls"}}});
+      mailbox_.Reply(cancels ? LetterReply{}
+                             : LetterReply{422, {{"error", "this request takes calls"}}});
       if (cancels) break;
       continue;
     }
@@ -82,7 +83,7 @@ bool Asker::RunDialog(int templateId, CAnalysisDialog& dialog) {
       // What a window above it will show below itself.
       open_.back()["dialog"] = dialogNow();
     }
-    letter->Reply(std::move(reply));
+    mailbox_.Reply(std::move(reply));
   }
   if (!ended) {
     automation.OACancel();

@@ -24,8 +24,15 @@ TEST(AnalysisMailbox, WhatIsExpectedIsTakenBeforeItIsWaitedFor) {
   ASSERT_TRUE(letter);
   EXPECT_EQ(letter->content, "first");
   EXPECT_FALSE(PostCalls(mailbox, 3, "while it is worked on"));
-  letter->Reply({200, "done"});
-  EXPECT_EQ(first->get().body, "done");
+  mailbox.Expect(3, 0);
+  auto second = PostCalls(mailbox, 3, "before the first has its reply");
+  ASSERT_TRUE(second);
+  mailbox.Reply(LetterReply{200, "done"});
+  EXPECT_EQ(first->get().value().body, "done");
+  mailbox.Reply(LetterReply{200, "again"});  // nobody waits for it
+  ASSERT_TRUE(mailbox.Wait(3, 0));
+  mailbox.Reply(std::nullopt);
+  EXPECT_FALSE(second->get());
 
   // The end: what lies there is still answered, nothing else is taken.
   mailbox.Expect(3, 7);

@@ -8,6 +8,7 @@ struct WebClient::Connection {
   explicit Connection(int ofServer)
       : port(ofServer), client("127.0.0.1", port), host("127.0.0.1:" + std::to_string(port)) {
     client.set_keep_alive(true);
+    client.set_tcp_nodelay(true);
     client.set_read_timeout(20);
   }
   int port;
