@@ -48,7 +48,8 @@ bool RegressionSummary::Finish(double correlationWithoutVariance) {
   }
   if (!IsGreater(weight_, 1.0)) {
     s.observedDeviation = s.predictedDeviation = s.errorDeviation = kNoValue;
-    s.deviationRatio = s.correlation = kNoValue;
+    s.deviationRatio = kNoValue;
+    s.correlation = correlationWithoutVariance;
     return true;
   }
   s.observedDeviation = std::sqrt(observedSquares_ / (weight_ - 1.0));

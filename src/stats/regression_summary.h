@@ -41,8 +41,8 @@ class RegressionSummary {
   void EndMeans();
   void AddDeviations(double observed, double predicted, double weight);
   /// Completes the statistics. False: a sum is infinite or not a number, so a statistic that is due
-  /// is none. With a total weight of 1 the deviations, the ratio and the correlation have no
-  /// value; with observed values all equal the ratio has none. `correlationWithoutVariance` is the
+  /// is none. With a total weight of 1 the deviations and the ratio have no value; with
+  /// observed values all equal the ratio has none. `correlationWithoutVariance` is the
   /// correlation where the product of the sums of squares is 0.
   bool Finish(double correlationWithoutVariance);
 

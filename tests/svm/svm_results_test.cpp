@@ -206,7 +206,7 @@ TEST(SvmResultsText, DescribesARegressionWithAndWithoutATestSample) {
        2,
        {"  Mean error squard = 1.000 (Apprentissage), 9.000 (Test), 3.667 (Les 2 sous-ens.)",
         "  S.D. ratio = 0.200 (Apprentissage), - (Test), 0.200 (Les 2 sous-ens.)",
-        "  Coefficient de corrélation = 1.000 (Apprentissage), - (Test), 1.000 (Les 2 "
+        "  Coefficient de corrélation = 1.000 (Apprentissage), 0.000 (Test), 1.000 (Les 2 "
         "sous-ens.)"}}};
   for (const auto& row : rows) {
     TableFile table = Line();
