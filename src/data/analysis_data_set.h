@@ -178,6 +178,8 @@ class AnalysisDataSet {
   /// are substituted as when it was loaded). False: the host stopped.
   bool ReadStoredCase(Sample sample, std::int32_t row, std::span<double> predictors,
                       std::span<double> dependents);
+  /// Makes a case that was read again what it was in the last pass.
+  void SubstituteMissing(CaseReader& reader, std::uint8_t flag) const;
 
   // --- Scaling -----------------------------------------------------------------------------------
   /// Coefficients per predictor and dependent: scaled = slope * value + offset.
@@ -203,8 +205,6 @@ class AnalysisDataSet {
   bool IsScaled(VariableKind kind, std::size_t index) const;
   /// What takes the place of a missing value in stored rows.
   double Substitute(std::size_t slot, std::uint8_t flag, const ReadingRules& rules) const;
-  /// Makes a case that was read again what it was when it was stored.
-  void SubstituteMissing(CaseReader& reader, std::uint8_t flag) const;
   std::size_t SlotOf(VariableKind kind, std::size_t index) const {
     return kind == VariableKind::predictor ? index : roles_.predictors.size() + index;
   }

@@ -115,33 +115,10 @@ void SVMEngine::TakeTrainingInputs(const SVMNode* entry) {
 
 bool SVMEngine::ReadTestCase(std::int32_t caseNumber, CaseReader& reader) {
   if (reader.ReadValues(caseNumber) != CaseStatus::delivered) return false;
-  if (data_.missingDataRule == MissingDataRule::meanSubstitution && reader.HasMissing()) {
-    if (substitutes_.empty()) FindSubstitutes();
-    for (std::size_t slot = 0; slot < reader.slots(); ++slot) {
-      if (reader.IsMissing(slot)) reader.values()[slot] = substitutes_[slot];
-    }
-  }
+  if (reader.HasMissing()) data_.SubstituteMissing(reader, kTest);
   std::copy_n(reader.values(), currentInputs.size(), currentInputs.begin());
   std::copy_n(reader.values() + currentInputs.size(), dependents_.size(), dependents_.begin());
   return true;
-}
-
-// The means of both samples as the first pass made them: sums over valid values in file order by
-// the weight of all used cases.
-void SVMEngine::FindSubstitutes() {
-  CaseReader reader(*Host().file, data_.roles());
-  substitutes_.Assign(reader.slots(), 0.0);
-  for (std::int32_t number = 1; number <= data_.numberOfCases(); ++number) {
-    const std::uint8_t flag = data_.Flag(number);
-    if (flag != kTraining && flag != kTest) continue;
-    if (reader.ReadValues(number) != CaseStatus::delivered) continue;
-    for (std::size_t slot = 0; slot < reader.slots(); ++slot) {
-      if (!reader.IsMissing(slot)) {
-        substitutes_[slot] += static_cast<double>(data_.Weight(number)) * reader.values()[slot];
-      }
-    }
-  }
-  for (double& mean : substitutes_) mean /= static_cast<double>(data_.totalCount());
 }
 
 void SVMEngine::BuildSingleCase() {
@@ -169,7 +146,6 @@ bool SVMEngine::ComputeSvmStatistics() {
     singleCase_.Resize(static_cast<std::size_t>(data_.svmInputWidth()) + 1);
     currentInputs.Assign(data_.roles().predictors.size(), 0.0);
     dependents_.Assign(data_.roles().dependents.size(), 0.0);
-    substitutes_.Release();
     if (IsClassification()) {
       classVoteShares.Assign(data_.dependentCategories(0).classes().size(), 0.0);
       return ClassificationStatistics();

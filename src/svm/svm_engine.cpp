@@ -51,7 +51,6 @@ void SVMEngine::ReleaseStatistics() {
   currentInputs.Release();
   singleCase_.Release();
   dependents_.Release();
-  substitutes_.Release();
   confusion_ = {};
   regression_ = {};
   ranges_ = {};

@@ -147,7 +147,6 @@ class SVMEngine final : public TrainingRowSink {
   void TakeTrainingInputs(const SVMNode* entry);
   bool ReadTestCase(std::int32_t caseNumber, CaseReader& reader);
   void BuildSingleCase();
-  void FindSubstitutes();
   double ClassCode(double code) const;
   bool ClassificationStatistics();
   bool RegressionStatisticsPass();
@@ -159,7 +158,6 @@ class SVMEngine final : public TrainingRowSink {
   HostArray<SVMNode> singleCase_;
   const SVMNode* caseNodes_ = nullptr;  // of the case last fetched
   HostArray<double> dependents_;        // of the test case last read
-  HostArray<double> substitutes_;  // per slot: what takes a missing value's place in a test case
 
   std::array<ConfusionCounts, kSubsets> confusion_;
   std::array<RegressionSummary, kSubsets> regression_;

@@ -200,6 +200,12 @@ TEST(SvmPredictCase, AMissingValueOfATestCaseIsTheMeanOfBothSamples) {
   ASSERT_EQ(table.cases[37].values[2], -9999);
   ASSERT_TRUE(analysis.engine.PredictSvmCase(38, 0));
   EXPECT_EQ(analysis.engine.currentInputs[0], sum / weight);
+  // The reading knew that mean: the statistics read each test case once.
+  int tested = 0;
+  for (int c = 31; c <= 50; ++c) tested += analysis.data().Flag(c) == kTest ? 1 : 0;
+  const int before = analysis.session().file.reads;
+  ASSERT_TRUE(analysis.engine.ComputeSvmStatistics());
+  EXPECT_EQ(analysis.session().file.reads - before, tested);
 }
 
 TEST(SvmPredictCase, CodesThatShareATextAreOneClass) {
