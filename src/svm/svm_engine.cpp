@@ -138,7 +138,7 @@ void SVMEngine::ShowStatus(std::string_view text) const {
   if (display != nullptr) display->ShowStatus(text);
 }
 
-void SVMEngine::PrepareRun() {
+void SVMEngine::PrepareRun(bool silent) {
   SvmFreeModel(model);
   ReleaseStatistics();
   if (IsClassification()) {
@@ -146,7 +146,13 @@ void SVMEngine::PrepareRun() {
   }
   if (!solver.print && Host().diagnostics != nullptr)
     solver.print = [](std::string_view text) { Host().diagnostics->Print(text); };
-  solver.poll = [] { return Host().progress->pcancel() != 0; };
+  solver.poll = [this, silent, shown = solver.iterationCount]() mutable {
+    if (!silent && display != nullptr && shown != solver.iterationCount) {
+      shown = solver.iterationCount;
+      display->ShowDetail(GetResourceString(288, shown));
+    }
+    return Host().progress->pcancel() != 0;
+  };
   solver.threads = Host().compute != nullptr ? Host().compute->WorkerThreads() : 1;
 }
 
@@ -164,7 +170,7 @@ bool SVMEngine::TrainSvm(bool silent) {
     if (!silent) ShowStatus(text);
   };
   try {
-    PrepareRun();
+    PrepareRun(silent);
     if (const char* message = SvmCheckParameters(problem, parameters)) {
       RefuseText(message);
       return fail();

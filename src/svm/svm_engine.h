@@ -120,7 +120,7 @@ class SVMEngine final : public TrainingRowSink {
   bool HasDependent() const { return !data_.roles().dependents.empty(); }
   void SetDefaults();
   void ReleaseStatistics();
-  void PrepareRun();
+  void PrepareRun(bool silent);
   void ShowStatus(std::string_view text) const;
 
   /// The parameter search; leaves the chosen C and epsilon in `parameters`. Throws MemoryRefused,

@@ -436,6 +436,19 @@ TEST(SvmDialog, ShowsItsProgressOnlyToAPerson) {
                 "Initialisation de l'apprentissage...", "Apprentissage terminé",
                 "Calcul des statistiques de classification en cours..."}));
   EXPECT_EQ(session.host.detailTexts, std::vector<std::string>{"Itérations... 1"});
+
+  // At a poll the second line follows the solver.
+  session.Put("ApplyCrossV", 0);
+  session.engine().solver.workBetweenPolls = 1;
+  session.host.detailTexts.clear();
+  ASSERT_TRUE(session.Accept().Succeeded());
+  std::vector<std::string> details = session.host.detailTexts;
+  details.erase(details.begin());  // of the opening
+  const std::int32_t last = session.engine().solver.iterationCount;
+  ASSERT_GT(last, 2);
+  EXPECT_EQ(details.back(), GetResourceString(288, last));
+  EXPECT_EQ(std::ranges::adjacent_find(details), details.end()) << "each count is shown once";
+  EXPECT_EQ(std::ranges::count(details, GetResourceString(288, 2)), 3) << "in each optimisation";
 }
 
 TEST(SvmDialog, SetsTheSampleIdentifierDirectly) {
