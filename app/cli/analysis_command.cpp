@@ -108,7 +108,7 @@ class AnalysisRun {
     }
     for (const auto& [name, value] : options_.puts) {
       if (!session_.dialog()->IsEnabled(name))
-        analysis_.Tell("warning: " + name + " has no effect with these settings");
+        analysis_.Tell("warning: " + name + " is disabled with these settings");
     }
     AutomationValue variables;
     if (session_.Get("Variables", variables).Succeeded()) {
