@@ -3,7 +3,6 @@
 #include <charconv>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <optional>
 
 #include "datafile/read_failure.h"
@@ -56,20 +55,46 @@ std::optional<std::uint32_t> ColumnOf(std::string_view reference) {
   return column - 1;
 }
 
-// "2020-01-31T12:30:00" as days since 1899-12-30; nothing when it is no date.
-std::optional<SheetCell> ReadIsoDate(const std::string& text) {
+/// Takes a number of so many digits off the front of a text, after a separator unless that is 0.
+bool TakeNumber(std::string_view& text, char separator, std::size_t digits, unsigned& number) {
+  if (separator != 0) {
+    if (!text.starts_with(separator)) return false;
+    text.remove_prefix(1);
+  }
+  const std::string_view own = text.substr(0, digits);
+  const auto read = std::from_chars(own.data(), own.data() + own.size(), number);
+  if (own.size() < digits || read.ptr != own.data() + digits) return false;
+  text.remove_prefix(digits);
+  return true;
+}
+
+// "2020-01-31T12:30:05.25Z" as days since 1899-12-30; nothing when it is no date. The time, its
+// seconds, their fraction and the Z may be left out.
+std::optional<SheetCell> ReadIsoDate(std::string_view text) {
   using namespace std::chrono;
-  int years = 0, hours = 0, minutes = 0, seconds = 0;
-  unsigned months = 0, days = 0;
-  const int read = std::sscanf(text.c_str(), "%d-%u-%uT%d:%d:%d", &years, &months, &days, &hours,
-                               &minutes, &seconds);
-  const year_month_day date{year{years}, month{months}, day{days}};
-  if (read < 3 || !date.ok()) return std::nullopt;
+  unsigned years = 0, months = 0, days = 0, hours = 0, minutes = 0, seconds = 0;
+  if (!TakeNumber(text, 0, 4, years) || !TakeNumber(text, '-', 2, months) ||
+      !TakeNumber(text, '-', 2, days))
+    return std::nullopt;
+  const year_month_day date{year(static_cast<int>(years)), month{months}, day{days}};
+  const bool hasTime = !text.empty();
+  if (hasTime && (!TakeNumber(text, 'T', 2, hours) || !TakeNumber(text, ':', 2, minutes)))
+    return std::nullopt;
+  double fraction = 0;
+  if (TakeNumber(text, ':', 2, seconds) && text.starts_with('.')) {
+    const auto read =
+        std::from_chars(text.data(), text.data() + text.size(), fraction, std::chars_format::fixed);
+    if (read.ec != std::errc()) return std::nullopt;
+    text.remove_prefix(static_cast<std::size_t>(read.ptr - text.data()));
+  }
+  if (text == "Z") text = {};
+  if (!date.ok() || hours > 23 || minutes > 59 || seconds > 59 || !text.empty())
+    return std::nullopt;
   SheetCell cell;
   const sys_days zero{year{1899} / December / 30};
   cell.number = static_cast<double>((sys_days(date) - zero).count()) +
-                (hours * 3600 + minutes * 60 + seconds) / 86400.0;
-  cell.format = read > 3 ? DisplayFormat::dateTime : DisplayFormat::date;
+                (hours * 3600 + minutes * 60 + seconds + fraction) / 86400.0;
+  cell.format = hasTime ? DisplayFormat::dateTime : DisplayFormat::date;
   return cell;
 }
 

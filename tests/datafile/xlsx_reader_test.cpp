@@ -166,6 +166,37 @@ TEST(XlsxReader, WhatOtherWritersWriteIsReadToo) {
   }
 }
 
+TEST(XlsxReader, DatesInWordsAreNumbersAndWhatIsNoDateStaysAText) {
+  const auto read = [](const std::string& text) {
+    return ReadRows("<row><c t=\"str\"><v>a</v></c></row><row><c t=\"d\"><v>" + text +
+                    "</v></c></row>");
+  };
+  // 2000-01-01 is day 36526.
+  const std::pair<const char*, double> dates[] = {
+      {"2000-01-01", 36526},
+      {"1899-12-30", 0},
+      {"2000-02-29T18:00", 36585.75},
+      {"2000-01-01T00:00:27Z", 36526 + 27 / 86400.0},
+      {"2000-01-01T12:00:00.5", 36526.5 + 0.5 / 86400},
+      {"9999-12-31T23:59:59", 2958465 + 86399 / 86400.0}};
+  for (const auto& [text, days] : dates) {
+    const Reading one = read(text);
+    ASSERT_TRUE(one.ok) << one.error.Text();
+    EXPECT_EQ(Labels(one.table, 1), Texts{}) << text;
+    ASSERT_EQ(Cells(one.table, 1).size(), 1u);
+    EXPECT_DOUBLE_EQ(Cells(one.table, 1)[0], days) << text;
+  }
+  for (const char* text :
+       {"2001-02-29", "2000-13-01", "20000-01-01", "99999999999-01-01", "2000-1-1", "2000-01--1",
+        "2000-01-01 12:00", "2000-01-01T", "2000-01-01T24:00", "2000-01-01T999999999:00:00",
+        "2000-01-01T12:60", "2000-01-01T12:00:00.", "2000-01-01T12:00:00.5e9",
+        "2000-01-01T12:00:00+01", "12:00"}) {
+    const Reading one = read(text);
+    ASSERT_TRUE(one.ok) << one.error.Text();
+    EXPECT_EQ(Labels(one.table, 1), Texts{text});
+  }
+}
+
 TEST(XlsxReader, EmptyRowsCountInASheetOfOneColumnOnly) {
   const std::string rows =
       "<row r=\"3\"><c r=\"B3\"><v>5</v></c></row>"
