@@ -22,7 +22,6 @@ test_packages=(
   libgtest-dev=/usr/include/gtest/gtest.h
   librsvg2-bin=rsvg-convert
   clang-format-16=clang-format-16
-  clang-tidy-16=clang-tidy-16
   binutils=readelf
   nodejs=node
   chromium=chromium
@@ -30,6 +29,8 @@ test_packages=(
 # Only where DuckDB has yet to be fetched or the page to be built. A nodejs from elsewhere may bring its own npm and then
 # conflicts with Debian's: nodejs goes first, npm only if the command is still missing.
 fetch_packages=(nodejs=node ca-certificates=/etc/ssl/certs/ca-certificates.crt)
+# Only where the linter has yet to be fetched.
+lint_packages=(python3-pip=pip3 ca-certificates=/etc/ssl/certs/ca-certificates.crt)
 
 # Stage <name> <command>...: runs the command with its output in build/<name>.log and prints one
 # line; the log follows when the command fails, and its exit status is returned.

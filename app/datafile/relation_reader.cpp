@@ -305,7 +305,7 @@ std::string NewName(std::string name, const std::vector<std::string>& columns) {
       return std::tolower(static_cast<unsigned char>(a)) == b;
     });
   };
-  while (std::ranges::any_of(columns, taken)) name += "_";
+  while (std::ranges::any_of(columns, taken)) name += '_';
   return name;
 }
 

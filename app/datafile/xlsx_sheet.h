@@ -11,7 +11,7 @@
 #include "datafile/xlsx_package.h"
 
 namespace pugi {
-class xml_node;
+class xml_node;  // NOLINT(readability-identifier-naming): a library's name
 }
 
 namespace qrvml {

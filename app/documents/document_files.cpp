@@ -25,7 +25,7 @@ namespace fs = std::filesystem;
 
 /// Makes a file of what `write` puts into the stream; false with the system's reason.
 template <class Write>
-bool StreamInto(const fs::path& file, std::string& error, Write write) {
+bool StreamInto(const fs::path& file, std::string& error, const Write& write) {
   errno = 0;
   std::ofstream stream(file, std::ios::binary | std::ios::trunc);
   if (stream) write(stream);

@@ -116,7 +116,8 @@ void AppendText(Value& text, const Value& more) {
     if (more.block != text.block) {
       text.textBlock()->Append(more.text());
     } else {
-      text.textBlock()->Append(std::string(more.text()));
+      const std::string copy(more.text());  // appending may move it
+      text.textBlock()->Append(copy);
     }
   } else {
     text.textBlock()->Append(ToText(more));

@@ -55,6 +55,7 @@ class Comparison {
   /// False: vectors cannot be compared.
   bool Columns() {
     std::vector<std::string> names;
+    names.reserve(printed_.continuousInputs);
     for (std::size_t i = 0; i < printed_.continuousInputs; ++i)
       names.push_back(engine_.inputs[i].name);
     for (std::size_t m = 0; m < printed_.categories.size(); ++m) {

@@ -41,6 +41,7 @@ void PrintedNeighbours::Classify(std::size_t dependent, std::span<const std::siz
 void PrintedNeighbours::Predict(std::span<const double> values,
                                 std::span<PrintedPrediction> predictions) const {
   std::vector<double> distances;
+  distances.reserve(Prototypes());
   for (std::size_t p = 0; p < Prototypes(); ++p) distances.push_back(Distance(values, p));
   std::vector<std::size_t> nearest;
   std::vector<double> weights;

@@ -215,6 +215,7 @@ void NaiveBayesCode::CModel(CodeWriter& out) {
   ForEachClass([&](std::size_t d, std::size_t c) { priors.push_back(engine_.priors[d][c]); });
   PutCList(out, "static double priors[]=", priors);
   std::vector<std::int64_t> distributions;
+  distributions.reserve(variables_.inputs.size());
   for (std::size_t k = 0; k < variables_.inputs.size(); ++k)
     distributions.push_back(static_cast<std::int64_t>(engine_.DistributionOf(k)));
   PutCList(out, "static int dist[]=", distributions, kNone);

@@ -158,6 +158,7 @@ void NaiveBayesEngine::ResetNaiveBayesEngine() {
 void NaiveBayesEngine::PrepareModel() {
   if (!model_.empty()) return;
   std::vector<Distribution> perInput;
+  perInput.reserve(data_.roles().predictors.size());
   for (std::size_t k = 0; k < data_.roles().predictors.size(); ++k)
     perInput.push_back(DistributionOf(k));
   std::vector<double> perRow;
@@ -326,6 +327,7 @@ void NaiveBayesEngine::CountRows(const CaseBlocks& cases, std::size_t d, std::si
 
 void NaiveBayesEngine::CountCases(Subset subset, WorkerTeam& team) {
   std::vector<CodeLookup> lookups;
+  lookups.reserve(dependents());
   for (std::size_t d = 0; d < dependents(); ++d) lookups.emplace_back(data_.dependentCategories(d));
   // Of every thread and sample, per dependent. Whole numbers have the same sum in any order.
   std::vector<SampleCounts> shares(team.size());

@@ -126,6 +126,7 @@ bool KNNResultsDialog::ShowStatistics() {
 
 bool KNNResultsDialog::ShowClassification() {
   std::vector<ClassifiedDependent> dependents;
+  dependents.reserve(data().roles().categoricalDependents.size());
   for (std::size_t c = 0; c < data().roles().categoricalDependents.size(); ++c)
     dependents.push_back({.name = items().DependentName(c),
                           .classes = data().dependentCategories(c).classes(),
@@ -143,6 +144,7 @@ bool KNNResultsDialog::ShowClassification() {
 
 bool KNNResultsDialog::ShowRegression() {
   std::vector<RegressedDependent> dependents;
+  dependents.reserve(items().continuousDependents());
   for (std::size_t j = 0; j < items().continuousDependents(); ++j)
     dependents.push_back({items().DependentName(j), &engine_.regressionStatistics(j)});
   return Show(RegressionSummaryTable(knn::kSummaryTexts, "Test cases", dependents, {}));
