@@ -38,15 +38,6 @@ const SaveFormat* FindFormat(const std::string& path) {
   return found == std::end(kFormats) ? nullptr : &*found;
 }
 
-std::string PossibleExtensions() {
-  std::string text;
-  for (const SaveFormat& format : kFormats) {
-    if (!text.empty()) text += &format == &std::end(kFormats)[-1] ? " or " : ", ";
-    text += format.extension;
-  }
-  return text;
-}
-
 /// What a kind of loss is called and which variables suffer it.
 struct Loss {
   const char* what;
@@ -108,6 +99,17 @@ bool LabelsStandForCodes(const Variable& about) {
   return !texts.empty();
 }
 
+bool HasSaveFormat(const std::string& path) { return FindFormat(path) != nullptr; }
+
+std::string SavedExtensions() {
+  std::string text;
+  for (const SaveFormat& format : kFormats) {
+    if (!text.empty()) text += &format == &std::end(kFormats)[-1] ? " or " : ", ";
+    text += format.extension;
+  }
+  return text;
+}
+
 DataFileWriter::~DataFileWriter() { Abandon(); }
 
 void DataFileWriter::Abandon() {
@@ -133,7 +135,7 @@ bool DataFileWriter::Begin(const std::string& path, bool overwrite,
     error = {};
     error.file = path;
     error.what = "the name does not tell a format that can be written";
-    error.right = "The name of a saved file ends in " + PossibleExtensions();
+    error.right = "The name of a saved file ends in " + SavedExtensions();
     return false;
   }
   variables_ = std::move(variables);

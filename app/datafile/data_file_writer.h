@@ -50,6 +50,11 @@ class DataFileWriter {
   std::vector<std::string> changes_;
 };
 
+/// Whether the extension of a name tells a format that can be saved.
+bool HasSaveFormat(const std::string& path);
+/// The extensions of those formats, listed for a sentence.
+std::string SavedExtensions();
+
 /// Whether the texts of a variable's labels can stand for its codes: it has some, none is empty and
 /// no two are alike.
 bool LabelsStandForCodes(const Variable& about);

@@ -2,6 +2,8 @@
 
 #include <filesystem>
 
+#include "datafile/data_file_writer.h"
+
 namespace qrvml {
 
 BoxButton PageQuestions::AskMessage(BoxType type, const LoggedMessage& message) {
@@ -51,6 +53,7 @@ bool PageQuestions::AskForFileName(std::string& path, bool& overwrite) {
     overwrite = answer.value("overwrite", false);
     const std::string given = answer.at("path").get<std::string>();
     if (!folders_.Find(answer.at("folder").get<int>(), given, found, error)) return error;
+    if (!HasSaveFormat(given)) return "the name of a saved file ends in " + SavedExtensions();
     if (std::filesystem::is_directory(found)) return '"' + given + "\" is a folder";
     if (!overwrite && std::filesystem::exists(found)) return std::string("exists");
     path = found.string();

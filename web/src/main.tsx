@@ -30,7 +30,7 @@ function currentFile(): FileInfo | undefined {
 }
 
 function App() {
-  const { state, connected, shown, language, notice } = usePage();
+  const { state, connected, shown, language, notice, news } = usePage();
   const [opening, setOpening] = useState(false);
   if (!state) return <p class="empty">{notice || '…'}</p>;
   const opened = (file: FileInfo) => {
@@ -121,9 +121,9 @@ function App() {
           </div>
         )}
       </main>
-      {notice && (
-        <div class="notice" role="alert">
-          <span>{notice}</span>
+      {(notice || news) && (
+        <div class={`notice ${notice ? '' : 'news'}`} role={notice ? 'alert' : 'status'}>
+          <span>{notice || news}</span>
           <button type="button" class="close" aria-label={word('close')} onClick={clearNotice}>
             ×
           </button>

@@ -12,6 +12,11 @@ export function shortNumber(value: number | null | undefined): string {
   return String(Number(value.toPrecision(6)));
 }
 
+/** A number typed with a decimal comma, with a point; any other text as it is. */
+export function withPoint(text: string): string {
+  return /^\s*[+-]?\d*,\d*(e[+-]?\d*)?\s*$/i.test(text) ? text.replace(',', '.') : text;
+}
+
 const mostDecimals = 6;
 const mark = -9999; // of a missing output
 

@@ -13,6 +13,7 @@ import type {
   Reading,
   State,
 } from './protocol';
+import { word } from './words';
 
 /** What the main area shows. */
 export type Shown =
@@ -29,6 +30,7 @@ export interface Page {
   beside: Record<number, Beside>; // per analysis: a document, or its macro
   language: Language;
   notice: string; // a failure that no message box of the module has said
+  news: string; // what has been done out of sight
 }
 
 type Listener = () => void;
@@ -42,6 +44,7 @@ export const page: Page = {
   beside: {},
   language: localStorage.getItem(languageKey) === 'en' ? 'en' : 'fr',
   notice: '',
+  news: '',
 };
 
 let scheduled = false;
@@ -96,6 +99,7 @@ export function say(error: unknown): void {
 }
 export function clearNotice(): void {
   page.notice = '';
+  page.news = '';
   changed();
 }
 
@@ -243,6 +247,12 @@ const nothingDone: CallResult = {
   control: '',
 };
 const queues = new Map<string, Promise<unknown>>();
+const saving = new Map<number, string>(); // the file that a call of the analysis is writing
+
+/** The person has named the file that the running call of an analysis writes. */
+export function willSave(analysis: number, path: string): void {
+  saving.set(analysis, path);
+}
 
 /**
  * Makes calls of a dialog, in the order in which they were asked for. Resolves when they are done,
@@ -253,9 +263,15 @@ export async function call(
   dialog: number,
   ...calls: Call[]
 ): Promise<CallResult> {
-  if (page.notice) clearNotice(); // what it was about has been seen
+  if (page.notice || page.news) clearNotice(); // what it was about has been seen
   const result = await attempt(analysis, dialog, ...calls);
   if (!result.ok && result.error) say(new Error(result.error));
+  const saved = saving.get(analysis);
+  saving.delete(analysis);
+  if (result.ok && saved) {
+    page.news = word('saved', saved);
+    changed();
+  }
   return result;
 }
 

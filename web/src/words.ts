@@ -1,4 +1,5 @@
 // The page's own texts; those of the module come from its table.
+import { plainText, translate } from './dialogs/label';
 import { page } from './store';
 
 const words = {
@@ -27,7 +28,8 @@ const words = {
   ],
   weight: ['Poids…', 'Weights…'],
   weights: ['Pondération des observations', 'Case weights'],
-  noWeight: ['(aucun)', '(none)'],
+  weightedBy: ['Pondération :', 'Weights:'],
+  noWeight: ['(aucune)', '(none)'],
   weightPrompt: ['Variable de pondération', 'Weight variable'],
   caseNames: ['Noms…', 'Names…'],
   caseNamesTitle: ['Noms des observations', 'Case names'],
@@ -98,6 +100,7 @@ const words = {
   fileName: ['Nom du fichier', 'File name'],
   size: ['Taille', 'Size'],
   saveAs: ['Enregistrer sous', 'Save as'],
+  saved: ['Fichier enregistré : {0}', 'File saved: {0}'],
   replace: ['Ce fichier existe. Le remplacer ?', 'This file exists. Replace it?'],
   replaceIt: ['Remplacer', 'Replace'],
   all: ['Tous', 'All'],
@@ -138,6 +141,11 @@ export type Word = keyof typeof words;
 export function word(key: Word, ...values: (string | number)[]): string {
   const text = words[key][page.language === 'en' ? 1 : 0];
   return text.replace(/\{(\d)\}/g, (_, i: string) => String(values[Number(i)] ?? ''));
+}
+
+/** A caption of the module in the language of the page, without its access key. */
+export function caption(raw: string): string {
+  return plainText(translate(raw.trim(), page.language));
 }
 
 const methods: Record<string, readonly [string, string]> = {

@@ -33,9 +33,14 @@ async function savePredictions(page: Page, workbench: Workbench): Promise<void> 
   await page.locator('.modal.file-name input').fill('iris.csv');
   await page.keyboard.press('Enter');
   await page.waitForSelector('.modal.file-name button.danger');
+  // nor is a format guessed
+  await page.locator('.modal.file-name input').fill('saved.doc');
+  await page.keyboard.press('Enter');
+  await page.waitForSelector('.modal.file-name .warning:has-text(".parquet")');
   await page.locator('.modal.file-name input').fill('saved.csv');
   await page.keyboard.press('Enter');
   await acceptMessages(page);
+  await page.waitForSelector('.notice.news:has-text("saved.csv")');
   const saved = readFileSync(join(workbench.folder, 'saved.csv'), 'utf8').trim().split('\n');
   assert.equal(saved.length, 151);
 }

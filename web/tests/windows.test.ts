@@ -233,3 +233,55 @@ test('variables are dragged into lists, back and between them; two roles are tol
     await page.keyboard.press('Enter');
     await page.waitForSelector('.variables-pick dd:has-text("Rev.per.mile")');
   }));
+
+test('a decimal comma is read, and a refused field says what it takes', () =>
+  onWorkbench(cars, async ({ page }) => {
+    await startMethod(page, 'svm');
+    await control(page, 'Variables').click();
+    await pickVariables(page, [[], ['Type'], ['EngineSize', 'Horsepower'], ['AirBags']]);
+    await tab(page, 'SVM');
+    const capacity = control(page, 'CParameter');
+    await capacity.fill('');
+    await capacity.pressSequentially('2,55');
+    assert.equal(await capacity.inputValue(), '2.55');
+    await page.keyboard.press('ArrowLeft');
+    await page.keyboard.press('Backspace');
+    await page.keyboard.type('7');
+    assert.equal(await capacity.inputValue(), '2.75', 'the caret stays where it was');
+    await capacity.fill('-1');
+    await page.keyboard.press('Enter');
+    await page.waitForSelector('.modal.message');
+    await page.keyboard.press('Enter');
+    await page.waitForSelector('[data-name="CParameter"]:focus');
+    assert.match(await page.locator('.complaint:visible').innerText(), /^de .* à /);
+    assert.equal(await page.locator('.notice').count(), 0, 'the field alone says it');
+    await page.keyboard.type('3');
+    await page.keyboard.press('Enter');
+    await page.waitForSelector('.dialog.results');
+
+    // a typed case: a label in any letters, also one that is longer than a cell is read
+    await tab(page, 'Prévisions perso.');
+    await control(page, 'CustomPredictions').click();
+    await page.waitForSelector('#entry-0:focus');
+    await page.waitForSelector('#entry-2[placeholder*="Driver & Passenger"]');
+    for (const text of ['3,5', '200', 'driver & passenger']) {
+      await page.keyboard.type(text);
+      await page.keyboard.press('Enter');
+    }
+    await page.waitForSelector('.modal', { state: 'detached' });
+    assert.equal(await page.locator('output:visible').innerText(), '3.5 200 "Driver & Passenger"');
+  }));
+
+test('a jump beyond the last case goes to it; names stand beside the numbers of the cases', () =>
+  onWorkbench(cars, async ({ page }) => {
+    await page.waitForSelector('.grid-cell:has-text("Acura")');
+    await page.click('.data-view button:has-text("Noms…")');
+    await page.locator('.data-window select').selectOption('Make');
+    await page.keyboard.press('Enter');
+    await page.waitForSelector('.grid-name:has-text("Acura Integra")');
+    const jump = page.locator('.jump input');
+    await jump.fill('900');
+    await page.keyboard.press('Enter');
+    assert.equal(await jump.inputValue(), '93');
+    await page.waitForSelector('.grid-row:has(.grid-cell.at) .grid-name:has-text("93 Volvo 850")');
+  }));

@@ -17,6 +17,8 @@ const blockRows = 60;
 const blockColumns = 20;
 const keptBlocks = 1000;
 const mostCells = 10_000; // of one request
+const letter = 7.7; // width of one, in pixels
+const nameWidth = 120; // for case names, beside their numbers
 
 /** Blocks of cells around what is in view; those no longer wanted are not waited for. */
 class Blocks {
@@ -112,7 +114,7 @@ export function DataView({ file }: { file: FileInfo }) {
         return {
           first: variable.name,
           icon: <VariableIcon variable={variable} />,
-          width: Math.max(64, Math.min(180, longest * 7 + 16)),
+          width: Math.max(64, Math.min(180, longest * letter + 16)),
           numeric: !variable.categorical,
         };
       }),
@@ -146,7 +148,10 @@ export function DataView({ file }: { file: FileInfo }) {
     }
     return { headings: [[word('case'), ...picked.map(v => v.name)]], rows };
   };
-  const headWidth = Math.max(56, String(file.cases).length * 8 + 20);
+  const digits = String(file.cases).length * 8 + 20;
+  const headWidth = Math.max(56, digits) + (file.caseNames ? nameWidth : 0);
+  const caseName = (row: number) =>
+    [row + 1, blocks.row(row, current)?.name].filter(Boolean).join(' ');
   const weightName = variables.find(v => v.number === file.weight)?.name;
 
   return (
@@ -189,9 +194,13 @@ export function DataView({ file }: { file: FileInfo }) {
             {...selectOnEntry}
             onKeyDown={event => {
               if (event.key !== 'Enter') return;
-              const row = Number(event.currentTarget.value) - 1;
-              if (Number.isInteger(row) && row >= 0 && row < file.cases)
-                setGoTo({ row, at: performance.now() });
+              const field = event.currentTarget;
+              const wanted = Number(field.value);
+              // beyond the ends: the nearest there is
+              const row = Math.max(1, Math.min(file.cases, Math.round(wanted)));
+              field.value = Number.isFinite(wanted) && field.value.trim() ? String(row) : '';
+              field.select();
+              if (field.value) setGoTo({ row: row - 1, at: performance.now() });
             }}
           />
         </label>
@@ -206,7 +215,7 @@ export function DataView({ file }: { file: FileInfo }) {
           )}
           {weightName && (
             <span>
-              {word('weights')} : <b>{weightName}</b>
+              {word('weightedBy')} <b>{weightName}</b>
             </span>
           )}
           {file.notes.map((note, i) => (
@@ -223,7 +232,7 @@ export function DataView({ file }: { file: FileInfo }) {
           columns={columns}
           rowTitle={[word('case')]}
           rowHeadWidth={headWidth}
-          rowName={row => blocks.row(row, current)?.name || String(row + 1)}
+          rowName={caseName}
           cell={(row, column) => {
             const cells = blocks.row(row, column)?.cells;
             if (!cells) return undefined;

@@ -4,7 +4,7 @@ import { useRef } from 'preact/hooks';
 import type { Control } from '../protocol';
 import { page } from '../store';
 import { selectOnEntry } from '../widgets/select_on_entry';
-import { type Hands, useDraft } from './controls';
+import { type Hands, putPoint, useDraft } from './controls';
 import { translate } from './label';
 import { word } from '../words';
 
@@ -97,7 +97,10 @@ function CellInput(props: {
       aria-invalid={isWrong || undefined}
       title={isWrong ? word('unreadable') : undefined}
       value={draft}
-      onInput={event => change(event.currentTarget.value)}
+      onInput={event => {
+        putPoint(event.currentTarget);
+        change(event.currentTarget.value);
+      }}
       onKeyDown={props.onKeyDown}
       onMouseUp={selectOnEntry.onMouseUp}
       onFocus={event => {

@@ -4,7 +4,7 @@ import type { Control } from '../protocol';
 import { changed, page } from '../store';
 import { ListBox } from '../widgets/list_box';
 import { selectOnEntry } from '../widgets/select_on_entry';
-import { shortNumber } from '../numbers';
+import { shortNumber, withPoint } from '../numbers';
 import { methodName, word } from '../words';
 import { type Label, parseLabel, plainText, translate } from './label';
 
@@ -91,9 +91,7 @@ export function Check({ control, hands }: Props) {
 /** Why the text of a numeric field would be refused; empty when it would not. */
 export function complaint(control: Control): string {
   if (control.kind !== 'integer' && control.kind !== 'real') return '';
-  const text = String(control.value ?? '')
-    .trim()
-    .replace(',', '.');
+  const text = String(control.value ?? '').trim();
   const pattern =
     control.kind === 'integer' ? /^[+-]?\d+$/ : /^[+-]?(\d+\.?\d*|\.\d+)(e[+-]?\d+)?$/i;
   if (!pattern.test(text)) return word('unreadable');
@@ -160,6 +158,15 @@ export function Field({ control, hands }: Props) {
   );
 }
 
+/** A decimal comma becomes a point as it is typed; the caret stays. */
+export function putPoint(field: HTMLInputElement): void {
+  const text = withPoint(field.value);
+  if (text === field.value) return;
+  const caret = field.selectionStart;
+  field.value = text;
+  field.setSelectionRange(caret, caret);
+}
+
 function FieldInput(props: {
   id: string;
   control: Control;
@@ -181,26 +188,38 @@ function FieldInput(props: {
     return true;
   };
   return (
-    <input
-      id={props.id}
-      type="text"
-      class={numeric ? 'number' : 'words'}
-      inputMode={numeric ? 'decimal' : undefined}
-      autocomplete="off"
-      spellcheck={false}
-      data-name={control.name}
-      value={props.draft}
-      title={props.title || undefined}
-      aria-invalid={props.wrong ? true : undefined}
-      disabled={!control.enabled}
-      {...props.shortcut}
-      onInput={event => props.change(event.currentTarget.value)}
-      {...selectOnEntry}
-      onKeyDown={event => {
-        const by = { ArrowUp: 1, ArrowDown: -1 }[event.key];
-        if (by && !event.altKey && step(by)) event.preventDefault();
-      }}
-    />
+    <span class="entry-field">
+      <input
+        id={props.id}
+        type="text"
+        class={numeric ? 'number' : 'words'}
+        inputMode={numeric ? 'decimal' : undefined}
+        autocomplete="off"
+        spellcheck={false}
+        data-name={control.name}
+        value={props.draft}
+        title={props.title || undefined}
+        aria-invalid={props.wrong ? true : undefined}
+        aria-describedby={props.wrong ? `${props.id}-why` : undefined}
+        disabled={!control.enabled}
+        {...props.shortcut}
+        onInput={event => {
+          const field = event.currentTarget;
+          if (numeric) putPoint(field);
+          props.change(field.value);
+        }}
+        {...selectOnEntry}
+        onKeyDown={event => {
+          const by = { ArrowUp: 1, ArrowDown: -1 }[event.key];
+          if (by && !event.altKey && step(by)) event.preventDefault();
+        }}
+      />
+      {props.wrong && (
+        <span id={`${props.id}-why`} class="complaint">
+          {props.wrong}
+        </span>
+      )}
+    </span>
   );
 }
 

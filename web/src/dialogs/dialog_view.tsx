@@ -4,7 +4,7 @@
 import { useEffect, useLayoutEffect, useRef, useState } from 'preact/hooks';
 import type { ComponentChildren } from 'preact';
 import type { CallResult, Control, Dialog } from '../protocol';
-import { attempt, call, page } from '../store';
+import { attempt, call, clearNotice, page } from '../store';
 import { isOwnEnter } from '../widgets/modal';
 import { type Word, word } from '../words';
 import { accessKeys } from './access_keys';
@@ -145,7 +145,11 @@ export function DialogView({ analysis, dialog, busy, modal = false, heading, abo
       result.control ||
       firstWrong(dialog, layout, tabs) ||
       (layout.refused?.find(isEmpty) ?? layout.refused?.at(-1));
-    if (refused) focusOn(refused);
+    if (!refused) return;
+    focusOn(refused);
+    // The field itself says what it takes.
+    const field = dialog.controls.find(c => c.name === refused);
+    if (field && complaint(field)) clearNotice();
   };
   const hands: Hands = {
     dialog: dialog.dialog,

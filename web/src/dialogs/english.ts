@@ -151,6 +151,19 @@ export const english: Record<string, string> = {
   'O&bservation personnalisée': 'Custom o&bservation',
   '&Générateur code': '&Code generator',
 
+  // windows that ask
+  "Sélectionnez les variables de l'analyse": 'Select the variables of the analysis',
+  'Distributions des variables indépendantes :': 'Distributions of the independent variables:',
+  Normale: 'Normal',
+  Lognormale: 'Lognormal',
+  'Codes des réponses': 'Response codes',
+  'Codes des prédicteurs': 'Predictor codes',
+  'Valeurs a priori': 'Priors',
+  'Formulaire de Saisie Personnalisé': 'Custom input',
+  "Double-cliquez dans la cellule pour l'éditer": 'Double-click a cell to edit it',
+  Valeur: 'Value',
+  'Indép.': 'Independent',
+
   // variable lists
   'Dépend. continue(s) :': 'Continuous dependents:',
   'Dépend. catégorielle(s) :': 'Categorical dependents:',

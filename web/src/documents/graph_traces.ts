@@ -11,6 +11,7 @@ export interface Look {
   background: string;
   font: string;
   dark: boolean;
+  aspect: number; // width by height of the place
 }
 export interface Drawing {
   traces: object[];
@@ -174,6 +175,8 @@ function flat(graph: Graph, look: Look): Drawing {
 }
 
 function space(graph: Graph, look: Look): Drawing {
+  // The height of the place decides how large the cube is; in a narrow one it is seen from farther.
+  const far = Math.max(1, Math.min(1.8, 1.1 / look.aspect));
   const traces: object[] = [];
   const named = graph.series.some(s => s.name.trim() !== '');
   graph.series.forEach((series, i) => {
@@ -187,11 +190,7 @@ function space(graph: Graph, look: Look): Drawing {
         colorscale: 'Viridis',
         opacity: graph.series.length > 1 ? 0.7 : 0.92,
         showscale: i === 0,
-        colorbar: {
-          thickness: 12,
-          len: 0.6,
-          title: { text: plain(graph.axes[2]?.title ?? ''), side: 'right' },
-        },
+        colorbar: { thickness: 12, len: 0.6 }, // of the Z axis, which has its title
         contours: { z: { show: true, usecolormap: true, width: 1 } },
         hovertemplate: '%{x} ; %{y} ; %{z}<extra></extra>',
       });
@@ -221,8 +220,9 @@ function space(graph: Graph, look: Look): Drawing {
         yaxis: y,
         zaxis: z,
         aspectmode: 'cube',
-        camera: { eye: { x: 1.7, y: -1.7, z: 0.9 } },
+        camera: { eye: { x: 1.7 * far, y: -1.7 * far, z: 0.9 * far } },
       },
+      margin: { l: 0, r: 0, t: 30, b: 0 },
       showlegend: named,
     },
   };

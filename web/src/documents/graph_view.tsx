@@ -38,6 +38,7 @@ export function GraphView({ graph, path }: Props) {
           grid: colour('--line'),
           background: colour('--panel'),
           dark,
+          aspect: element.clientWidth / Math.max(1, element.clientHeight),
           font: getComputedStyle(element).fontFamily,
         });
         const drawn = await plotly.newPlot(

@@ -18,7 +18,7 @@ const patterns: Record<CodeLanguage, RegExp> = {
     'g',
   ),
   qvb: new RegExp(
-    String.raw`('.*)|("(?:[^"]|"")*")|(\b(?:Sub|End|Dim|As|If|Then|Else|ElseIf|For|To|Next|Each|In|While|Wend|Do|Loop|Until|Function|Return|Set|New|Nothing|True|False|And|Or|Not|Mod|Exit|Option|Base|Explicit|Const|ByVal|ByRef|Integer|Long|Double|String|Boolean|Variant|Object|With|ReDim|Step|Call)\b)|(${number})`,
+    String.raw`('.*)|("(?:[^"]|"")*")|(\b(?:Sub|End|Dim|As|If|Then|Else|ElseIf|For|To|Next|Each|In|While|Wend|Do|Loop|Until|Function|Return|Set|New|Nothing|True|False|And|Or|Not|Mod|Exit|Option|Base|Explicit|Const|ByVal|ByRef|Integer|Long|Double|String|Boolean|Variant|Object|With|ReDim|Step|Call|Public|Private)\b)|(${number})`,
     'gi',
   ),
   xml: new RegExp(

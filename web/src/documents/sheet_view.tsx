@@ -38,7 +38,7 @@ function decimals(sheet: Sheet): number[] {
 
 /** Widths that fit the headings and the first rows. */
 function widths(sheet: Sheet, places: number[]): { head: number; columns: number[] } {
-  const letter = 7.5;
+  const letter = 7.7;
   const fit = (texts: string[], least: number, most: number) =>
     Math.max(least, Math.min(most, Math.max(...texts.map(t => t.length), 0) * letter + 18));
   const sample = sheet.rows.slice(0, sampled);

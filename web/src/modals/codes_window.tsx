@@ -6,7 +6,7 @@ import { say } from '../store';
 import { ListBox } from '../widgets/list_box';
 import { Modal } from '../widgets/modal';
 import { shortNumber } from '../numbers';
-import { word } from '../words';
+import { caption, word } from '../words';
 import type { Answer } from './answer';
 
 interface Props {
@@ -66,7 +66,7 @@ function CodeLists(props: { request: Props['request']; answer: Answer; offered: 
   };
   return (
     <Modal
-      title={request.title}
+      title={caption(request.title)}
       class="codes"
       onEnter={() => void accept()}
       onEscape={() => void answer({ cancel: true })}

@@ -1,12 +1,17 @@
 // Windows that take values: one number per row, the input form, and which outputs to save.
 import type { ComponentChildren } from 'preact';
 import { useState } from 'preact/hooks';
+import { useVariables } from '../data/variables';
+import { withPoint } from '../numbers';
 import type { RequestOf } from '../protocol';
 import { ListBox } from '../widgets/list_box';
 import { selectOnEntry } from '../widgets/select_on_entry';
 import { Modal } from '../widgets/modal';
-import { word } from '../words';
+import { caption, word } from '../words';
 import type { Answer } from './answer';
+
+const readBytes = 8; // of a cell of the input form
+const bytes = (text: string) => new TextEncoder().encode(text).length;
 
 interface EntryProps {
   title: string;
@@ -16,6 +21,7 @@ interface EntryProps {
   rows: string[];
   cells: string[];
   numeric: boolean;
+  choices?: (row: number) => string[]; // texts that a cell may hold; without: a number
   send: (cells: string[]) => Promise<string>;
   cancel: () => void;
 }
@@ -37,19 +43,19 @@ function EntryWindow(props: EntryProps) {
   };
   return (
     <Modal
-      title={props.title}
+      title={caption(props.title)}
       class="entry"
       onEnter={() => void accept()}
       onEscape={props.cancel}
       buttons={<OkCancel reason={reason} accept={() => void accept()} cancel={props.cancel} />}
     >
-      {props.hint && <p class="hint">{props.hint}</p>}
+      {props.hint && <p class="hint">{caption(props.hint)}</p>}
       <div class="entry-scroll">
         <table>
           <thead>
             <tr>
-              <th scope="col">{props.rowTitle}</th>
-              <th scope="col">{props.column}</th>
+              <th scope="col">{caption(props.rowTitle)}</th>
+              <th scope="col">{caption(props.column)}</th>
             </tr>
           </thead>
           <tbody>
@@ -64,6 +70,9 @@ function EntryWindow(props: EntryProps) {
                     aria-label={name.trim()}
                     data-focus={row === 0 || undefined}
                     autocomplete="off"
+                    placeholder={props.choices?.(row).join(', ')}
+                    title={props.choices?.(row).join('\n')}
+                    maxlength={props.choices?.(row).length === 0 ? readBytes : undefined}
                     value={cells[row]}
                     onInput={event => change(row, event.currentTarget.value)}
                     {...selectOnEntry}
@@ -98,7 +107,7 @@ function OkCancel(props: { reason: ComponentChildren; accept: () => void; cancel
 export function ValuesWindow(props: { request: RequestOf<'values'>; answer: Answer }) {
   const { request, answer } = props;
   const send = async (cells: string[]) => {
-    const values = cells.map(cell => (cell.trim() === '' ? NaN : Number(cell.replace(',', '.'))));
+    const values = cells.map(cell => (cell.trim() === '' ? NaN : Number(withPoint(cell))));
     const wrong = values.findIndex(value => !Number.isFinite(value));
     if (wrong >= 0) {
       document.getElementById(`entry-${wrong}`)?.focus();
@@ -120,8 +129,18 @@ export function ValuesWindow(props: { request: RequestOf<'values'>; answer: Answ
   );
 }
 
-export function FormWindow(props: { request: RequestOf<'form'>; answer: Answer }) {
+export function FormWindow(props: { request: RequestOf<'form'>; file: number; answer: Answer }) {
   const { request, answer } = props;
+  const variables = useVariables(props.file);
+  const labels = (row: number) =>
+    variables.find(variable => variable.name === request.rows[row]?.trim())?.labels ?? [];
+  /** A label that is too long to be read goes by its code; a number may have a decimal comma. */
+  const entry = (cell: string, row: number) => {
+    const wanted = cell.trim().toLowerCase();
+    const label = labels(row).find(([, text]) => text.toLowerCase() === wanted);
+    if (!label) return withPoint(cell);
+    return bytes(label[1]) > readBytes ? String(label[0]) : cell;
+  };
   return (
     <EntryWindow
       title={request.title}
@@ -131,7 +150,8 @@ export function FormWindow(props: { request: RequestOf<'form'>; answer: Answer }
       rows={request.rows}
       cells={request.cells}
       numeric={false}
-      send={cells => answer({ cells })}
+      choices={row => labels(row).map(([, text]) => text)}
+      send={cells => answer({ cells: cells.map(entry) })}
       cancel={() => void answer({ cancel: true })}
     />
   );

@@ -6,7 +6,13 @@ import { Modal } from '../widgets/modal';
 import { word } from '../words';
 import type { Answer } from './answer';
 
-export function FileNameWindow(props: { request: RequestOf<'fileName'>; answer: Answer }) {
+interface Props {
+  request: RequestOf<'fileName'>;
+  answer: Answer;
+  named: (path: string) => void; // hears the name that was accepted
+}
+
+export function FileNameWindow(props: Props) {
   const { request, answer } = props;
   const folders = usePage().state?.folders ?? [];
   const [path, setPath] = useState(request.suggested);
@@ -15,7 +21,11 @@ export function FileNameWindow(props: { request: RequestOf<'fileName'>; answer: 
   const exists = reason === 'exists';
   const name = useId();
   const place = useId();
-  const accept = async () => setReason(await answer({ folder, path, overwrite: exists }));
+  const accept = async () => {
+    const refused = await answer({ folder, path, overwrite: exists });
+    if (refused === '') props.named(path);
+    setReason(refused);
+  };
   return (
     <Modal
       title={word('saveAs')}
@@ -51,7 +61,13 @@ export function FileNameWindow(props: { request: RequestOf<'fileName'>; answer: 
           }}
         />
         <label for={place}>{word('folder')}</label>
-        <select id={place} onChange={event => setFolder(Number(event.currentTarget.value))}>
+        <select
+          id={place}
+          onChange={event => {
+            setFolder(Number(event.currentTarget.value));
+            setReason(''); // what exists in one folder says nothing about another
+          }}
+        >
           {folders.map(f => (
             <option key={f.folder} value={f.folder} selected={f.folder === folder}>
               {f.path}

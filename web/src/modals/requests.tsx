@@ -1,6 +1,6 @@
 // The modal windows of an analysis: one kind of request of the server each.
 import type { Analysis, Request } from '../protocol';
-import { answer as send, say } from '../store';
+import { answer as send, say, willSave } from '../store';
 import { Refusal } from '../api';
 import type { Answer } from './answer';
 import { CodesWindow } from './codes_window';
@@ -43,11 +43,17 @@ function OneRequest({ analysis, request }: { analysis: Analysis; request: Reques
     case 'values':
       return <ValuesWindow request={request} answer={answer} />;
     case 'form':
-      return <FormWindow request={request} answer={answer} />;
+      return <FormWindow request={request} file={analysis.file} answer={answer} />;
     case 'outputs':
       return <OutputsWindow request={request} answer={answer} />;
     case 'fileName':
-      return <FileNameWindow request={request} answer={answer} />;
+      return (
+        <FileNameWindow
+          request={request}
+          answer={answer}
+          named={path => willSave(analysis.analysis, path)}
+        />
+      );
     case 'selection':
       return (
         <SelectionWindow

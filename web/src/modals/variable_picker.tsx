@@ -1,14 +1,12 @@
 // The variables of an analysis: those of the file on the left, the lists to fill on the right. A
 // variable moves by double click, by dragging, by the buttons or by keys.
 import { useEffect, useId, useMemo, useRef, useState } from 'preact/hooks';
-import { plainText, translate } from '../dialogs/label';
 import type { RequestOf, Variable } from '../protocol';
-import { page } from '../store';
 import { useVariables } from '../data/variables';
 import { VariableIcon } from '../data/variable_icon';
 import { ListBox } from '../widgets/list_box';
 import { Modal } from '../widgets/modal';
-import { word } from '../words';
+import { caption, word } from '../words';
 import type { Answer } from './answer';
 import { inTwoRoles, withAdded, withRemoved } from './variable_lists';
 
@@ -18,7 +16,6 @@ interface Props {
   answer: Answer;
 }
 
-const captionOf = (raw: string) => plainText(translate(raw.trim(), page.language));
 const dragType = 'application/x-variables';
 
 export function VariablePicker({ request, file, answer }: Props) {
@@ -60,7 +57,7 @@ export function VariablePicker({ request, file, answer }: Props) {
   };
   return (
     <Modal
-      title={request.title || word('variables')}
+      title={caption(request.title) || word('variables')}
       class="picker"
       onEnter={accept}
       onEscape={() => answer({ cancel: true })}
@@ -78,7 +75,7 @@ export function VariablePicker({ request, file, answer }: Props) {
         </>
       }
     >
-      {request.prompt && <p>{request.prompt}</p>}
+      {request.prompt && <p>{caption(request.prompt)}</p>}
       <div
         class="picker-lists"
         onKeyDown={event => {
@@ -134,7 +131,7 @@ export function VariablePicker({ request, file, answer }: Props) {
             <Target
               key={i}
               list={i}
-              caption={captionOf(request.captions[i] ?? '')}
+              caption={caption(request.captions[i] ?? '')}
               numbers={numbers}
               byNumber={byNumber}
               active={i === active}

@@ -289,6 +289,7 @@ export function Grid(props: GridProps) {
               aria-colindex={1}
               class="grid-name"
               style={{ width: `${props.rowHeadWidth}px` }}
+              title={props.rowName(row)}
             >
               {props.rowName(row) ?? '…'}
             </div>

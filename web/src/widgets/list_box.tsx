@@ -173,6 +173,7 @@ export function ListBox(props: ListBoxProps) {
             role="option"
             aria-selected={selected.has(row)}
             aria-setsize={count}
+            title={props.render ? undefined : text(row)}
             aria-posinset={row + 1}
             class={row === at ? 'at' : undefined}
             style={{ top: `${row * rowHeight}px` }}
