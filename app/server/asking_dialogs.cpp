@@ -46,16 +46,16 @@ bool AskingDialogs::AskVariables(VariableListsRequest& request) {
       for (const int variable : list) {
         if (variable < 1 || variable > last)
           return "there is no variable number " + std::to_string(variable);
+        if (!request.offered.empty() && std::ranges::count(request.offered, variable) == 0)
+          return "variable number " + std::to_string(variable) + " is not offered";
       }
     }
     request.lists = std::move(lists);
     return {};
   };
-  const Json shown = {{"title", request.title},
-                      {"captions", request.captions},
-                      {"lists", request.lists},
-                      {"single", false},
-                      {"prompt", ""}};
+  const Json shown = {{"title", request.title}, {"captions", request.captions},
+                      {"lists", request.lists}, {"offered", request.offered},
+                      {"single", false},        {"prompt", ""}};
   if (!asker_.Ask("variables", shown, take)) return false;
   Answered(AnswerMember::variables, NamesText(request.lists));
   return true;
@@ -85,11 +85,9 @@ bool AskingDialogs::VariableListDialog(std::string_view caption, std::string_vie
   };
   std::vector<std::vector<int>> before(1);
   if (variable > 0) before[0].push_back(variable);
-  const Json shown = {{"title", caption},
-                      {"captions", Json::array({prompt})},
-                      {"lists", before},
-                      {"single", true},
-                      {"prompt", prompt}};
+  const Json shown = {{"title", caption}, {"captions", Json::array({prompt})},
+                      {"lists", before},  {"offered", Json::array()},
+                      {"single", true},   {"prompt", prompt}};
   if (!asker_.Ask("variables", shown, take)) return false;
   Answered(AnswerMember::variables, NamesText({{variable}}));
   return true;

@@ -36,6 +36,7 @@ Json StateOf(QrvAnalysisDialog& dialog, const Control& control) {
     state["offered"] = items.names;
     state["chosen"] = items.chosen;
   }
+  if (control.range.from != nullptr) state["lowest"] = dialog.Lowest(control.name);
   return state;
 }
 

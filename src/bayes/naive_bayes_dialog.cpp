@@ -117,6 +117,7 @@ bool NaiveBayesDialog::ChooseDistributions() {
     request.captions.emplace_back(bayes::kDistributionNames[code]);
     request.lists.push_back(engine_.distributionInputs[code]);
   }
+  request.offered = data().roles().continuousPredictors;
   if (!analysis().services().dialogs->FourVarListsDialog(request)) return false;
   engine_.SetDistributionLists(request.lists);
   return true;

@@ -28,6 +28,17 @@ double NaiveBayesResultsDialog::InputMaximum() const {
       .Maximum(posterior.input);
 }
 
+double NaiveBayesResultsDialog::LowestOfRange() const {
+  switch (engine_.DistributionOf(posterior.input)) {
+    case Distribution::lognormal:
+      return 1e-6;
+    case Distribution::gamma:
+      return 0;
+    default:
+      return -9999;
+  }
+}
+
 bool NaiveBayesResultsDialog::ReadBound(std::string_view field, std::string_view name,
                                         double& value) {
   if (!ReadField(field, value)) return Refuse(208);

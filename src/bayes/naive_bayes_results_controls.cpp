@@ -25,6 +25,7 @@ constexpr auto hasDependents =
 constexpr auto hasContinuousInputs =
     When<Dialog>([](const Dialog& d) { return d.data().roles().continuousPredictors.size() > 1; });
 constexpr auto hasInputs = When<Dialog>([](const Dialog& d) { return d.items().inputs() > 1; });
+constexpr auto hasColumns = When<Dialog>([](const Dialog& d) { return d.HasColumns(); });
 constexpr auto variesContinuous =
     When<Dialog>([](const Dialog& d) { return d.VariesContinuousInput(); });
 constexpr auto hasCustomPriors = When<Dialog>(
@@ -76,7 +77,12 @@ Control RangeField(std::string_view name, std::string_view label, int identifier
           .kind = ControlKind::real,
           .label = label,
           .tab = kPosteriorTab,
-          .range = {-9999, 9999},
+          .range = {.lowest = -9999,
+                    .highest = 9999,
+                    .from =
+                        [](const CAnalysisDialog& d) {
+                          return static_cast<const Dialog&>(d).LowestOfRange();
+                        }},
           .decimals = 3,
           .row = {.identifier = identifier, .kind = 2, .type = 2},
           .enabled = variesContinuous,
@@ -173,8 +179,9 @@ std::vector<Control> MakeTable() {
                             [](const Dialog& d) { return d.PriorList(); }),
                Button("Priors.DescriptiveStat", "Statistiques descripti&ves",
                       [](Dialog& d) { return d.ShowStatistics(); }),
-               Button("Priors.PrintPredictions", "P&révisions",
-                      [](Dialog& d) { return d.ShowPredictions(); }),
+               Button(
+                   "Priors.PrintPredictions", "P&révisions",
+                   [](Dialog& d) { return d.ShowPredictions(); }, hasColumns),
                Note<Dialog>("Posterior.List", {}, kPosteriorTab,
                             [](const Dialog& d) { return d.FixedInputList(); })},
   });

@@ -57,6 +57,8 @@ class NaiveBayesResultsDialog final : public ResultsDialog {
   /// The smallest and largest value that the input to be varied has.
   double InputMinimum() const;
   double InputMaximum() const;
+  /// The least value that the input's distribution leaves to the range.
+  double LowestOfRange() const;
   bool VariesContinuousInput() const {
     return posterior.input < data().roles().continuousPredictors.size();
   }

@@ -282,8 +282,8 @@ bool SpecificationDialog::ReadSetting(std::string_view name, double& value) {
   Explain(std::string(name) +
           (control.kind == ControlKind::integer ? " takes a whole number from "
                                                 : " takes a number from ") +
-          ShortestText(control.range.lowest) + " to " + ShortestText(HighestOf(control)) +
-          ", not \"" + FieldText(control) + '"');
+          ShortestText(LowestOf(control)) + " to " + ShortestText(HighestOf(control)) + ", not \"" +
+          FieldText(control) + '"');
   return Refuse(125);
 }
 

@@ -136,6 +136,12 @@ class DialogAutomation final : public QrvAnalysisDialog {
     CAnalysisContext::Scope scope(&dialog_->analysis());
     return control->bind.offered(*dialog_);
   }
+  double Lowest(std::string_view name) const override {
+    const Control* control = Find(name);
+    if (control == nullptr) return 0;
+    CAnalysisContext::Scope scope(&dialog_->analysis());
+    return dialog_->LowestOf(*control);
+  }
   std::string LastFieldRead() const override {
     return dialog_ == nullptr ? std::string() : dialog_->lastRead_;
   }
@@ -388,7 +394,7 @@ bool CAnalysisDialog::ReadFieldInRange(std::string_view name, double& value) con
   } else if (!ReadField(name, read)) {
     return false;
   }
-  if (!(read >= control.range.lowest && read <= HighestOf(control))) return false;
+  if (!(read >= LowestOf(control) && read <= HighestOf(control))) return false;
   value = read;
   return true;
 }

@@ -69,6 +69,8 @@ class QrvAnalysisDialog {
   virtual std::string ShownText(std::string_view name) const = 0;
   /// What a list-valued text offers; nothing for other controls.
   virtual OfferedItems Offered(std::string_view name) const = 0;
+  /// The lower bound of a field's range as it is now.
+  virtual double Lowest(std::string_view name) const = 0;
   /// The edit field that the current or the last OK has read last; empty for none.
   virtual std::string LastFieldRead() const = 0;
 
@@ -121,7 +123,10 @@ class CAnalysisDialog {
   /// Why the last call failed where no message box said it; empty otherwise.
   std::string TakeExplanation() { return std::exchange(explanation_, {}); }
 
-  /// The upper bound of a field's range as it is now.
+  /// The bounds of a field's range as they are now.
+  double LowestOf(const Control& control) const {
+    return control.range.from == nullptr ? control.range.lowest : control.range.from(*this);
+  }
   double HighestOf(const Control& control) const {
     return control.range.upTo == nullptr ? control.range.highest : control.range.upTo(*this);
   }

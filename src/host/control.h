@@ -49,7 +49,8 @@ inline constexpr std::string_view kAnswerNames[kAnswerMembers] = {
     "ResultsSelection", "ResultsSelectionOption", "ResultsVariables", "ResultsOption",
     "ResultsCodes",     "ResultsSaveFileName",    "ResultsValues",    "ResultsOutputFields"};
 
-/// A bound that depends on the data, e.g. the number of prototypes; null: the fixed bound holds.
+/// A bound that depends on the data or on a choice, e.g. the number of prototypes; null: the fixed
+/// bound holds.
 using Bound = double (*)(const CAnalysisDialog&);
 
 struct Range {
@@ -57,6 +58,7 @@ struct Range {
   double highest = 0;           // both 0: the control has no range
   Bound upTo = nullptr;         // the upper bound once the data are known
   std::string_view upToText{};  // how help texts call that bound
+  Bound from = nullptr;         // the lower bound where a choice decides it
 };
 
 /// The control's row in the control-description table that the host asks for.

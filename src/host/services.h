@@ -78,6 +78,7 @@ struct VariableListsRequest {
   std::string title;
   std::vector<std::string> captions;    // one per list
   std::vector<std::vector<int>> lists;  // 1-based variable numbers, before and after
+  std::vector<int> offered{};           // the variables to choose from; empty: all of the file
 };
 
 /// The host's modal dialogs. Each returns false when it is cancelled; nothing is then changed.

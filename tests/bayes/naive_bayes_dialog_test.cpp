@@ -148,6 +148,7 @@ TEST(InputDistributions, AreListsOfContinuousInputsWithTheRestNormal) {
   EXPECT_EQ(request.captions,
             (std::vector<std::string>{"Normale", "Lognormale", "Gamma", "Poisson"}));
   EXPECT_EQ(request.lists, (std::vector<std::vector<int>>{{2}, {1}, {}, {3}}));
+  EXPECT_EQ(request.offered, (std::vector<int>{1, 2, 3})) << "the continuous inputs";
   EXPECT_FALSE(bayes.Press("InputDistributions").Succeeded()) << "cancelled";
 }
 

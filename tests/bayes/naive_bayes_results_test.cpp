@@ -207,6 +207,16 @@ TEST(NaiveBayesResults, ListEveryCaseOnceWithWhatIsIncluded) {
   }
 }
 
+TEST(NaiveBayesResults, ListNoCasesWithoutAColumnFromEitherTab) {
+  Results results;
+  EXPECT_TRUE(results.dialog().IsEnabled("Priors.PrintPredictions"));
+  results.Put("IncludePredictions", 0);
+  results.Put("IncludeResiduals", 0);
+  for (const char* action : {"PrintPredictions", "Priors.PrintPredictions"})
+    EXPECT_FALSE(results.Press(action).Succeeded()) << action;
+  EXPECT_TRUE(results.host.spreadsheets.empty());
+}
+
 TEST(NaiveBayesResults, GiveNoOutputWhileTheThresholdIsRefused) {
   Results results;
   results.Put("SelectedItemX", "1");
@@ -339,6 +349,12 @@ TEST(PosteriorDistribution, RefusesRangesThatDoNotFitTheDistribution) {
       {"n", "-0.5", "2", text("Minimum range must be positive.")},
       {"z", "-1", "-2", text("Maximum range must larger than the minimum range.")},
   };
+  for (const auto& [input, lowest] :
+       {std::pair{"x", 1e-6}, {"y", 0.0}, {"n", -9999.0}, {"z", -9999.0}}) {
+    bayes.Put("InputForPosteriorPlot", input);
+    for (const char* field : {"MinimumRange", "MaximumRange"})
+      EXPECT_EQ(bayes.dialog().Lowest(field), lowest) << input;
+  }
   for (const auto& row : rows) {
     bayes.Put("InputForPosteriorPlot", row.input);
     EXPECT_TRUE(bayes.dialog().Type("MinimumRange", row.minimum).Succeeded());

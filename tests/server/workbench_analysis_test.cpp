@@ -149,6 +149,25 @@ TEST_F(WorkbenchAnalyses, VariablesAreAskedForAndRefusedChoicesStayOpen) {
   EXPECT_NE(macro.find(".Variables = \" | set | x y | \""), std::string::npos) << macro;
 }
 
+TEST_F(WorkbenchAnalyses, DistributionsAreForContinuousInputsAndDecideTheirRange) {
+  OpenAnalysis(OpenFile("d.csv", kTable), "nb");
+  Set("Variables", "name | x y |");
+  Press("InputDistributions");
+  const Json asked = Asked();
+  EXPECT_EQ(asked["offered"], Json::parse("[1,2]"));
+  EXPECT_EQ(asked["lists"], Json::parse("[[1,2],[],[],[]]"));
+  EXPECT_EQ(Answer(asked, {{"lists", Json::parse("[[1],[],[3],[]]")}}), 422) << "no input";
+  EXPECT_EQ(Answer(asked, {{"lists", Json::parse("[[1],[2],[],[]]")}}), 200);
+  UntilIdle();
+  Set("ApplySampling", 0);
+  OK();
+  ASSERT_EQ(UntilIdle()["dialog"]["level"], "results");
+  EXPECT_EQ(State("MinimumRange")["lowest"], -9999);
+  Set("InputForPosteriorPlot", "y");
+  EXPECT_EQ(State("MinimumRange")["lowest"], 1e-6);
+  EXPECT_EQ(State("MinimumRange")["value"], "10");
+}
+
 TEST_F(WorkbenchAnalyses, TheSampleDialogRunsInsideTheCallThatOpenedIt) {
   Specify();
   Set("UseSubsetvariable", 1);

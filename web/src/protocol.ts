@@ -86,6 +86,7 @@ export type Request = { request: number } & (
       title: string;
       captions: string[];
       lists: number[][];
+      offered: number[]; // none: all variables
       single: boolean;
       prompt: string;
     }

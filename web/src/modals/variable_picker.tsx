@@ -19,7 +19,12 @@ interface Props {
 const dragType = 'application/x-variables';
 
 export function VariablePicker({ request, file, answer }: Props) {
-  const variables = useVariables(file);
+  const all = useVariables(file);
+  const { offered } = request;
+  const variables = useMemo(
+    () => (offered.length > 0 ? all.filter(v => offered.includes(v.number)) : all),
+    [all, offered],
+  );
   const [lists, setLists] = useState(request.lists);
   const [active, setActive] = useState(0);
   const [search, setSearch] = useState('');
