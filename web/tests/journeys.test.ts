@@ -167,14 +167,30 @@ test('naive Bayes: custom priors, posteriors, saved predictions and deployment c
     await startMethod(page, 'nb');
     await control(page, 'Variables').click();
     await pickVariables(page, [['Species'], ['Petal.Length', 'Petal.Width']]);
+    await page.waitForSelector('.variables-pick dd:has-text("Petal.Width")');
+    assert.deepEqual(await page.locator('.variables-pick dl > div').allInnerTexts(), [
+      'Dépendantes catégorielles\nSpecies',
+      'Indépendantes continues\nPetal.Length Petal.Width',
+      'Indépendantes catégorielles\n--',
+    ]);
+    const group = (caption: string) => page.locator(`fieldset:has(> legend:text-is("${caption}"))`);
+    assert.equal(
+      await group('Sélectionnez les variables').locator('[data-name=Variables]').count(),
+      1,
+    );
     await tab(page, 'Echantillonnage');
     await control(page, 'ApplySampling').uncheck();
     await page.waitForSelector('[data-name="SizeOfTrainingSample"]:disabled');
+    // of the variables only the continuous inputs have a distribution to choose
     await tab(page, 'Distributions');
+    await control(page, 'InputDistributions').click();
+    await pickVariables(page, [[], [], ['Width']]);
+    await page.waitForSelector('.note-list:visible td:text-is("Gamma")');
     await picture(page, 'nb-distributions');
     await control(page, 'OK').click();
     await page.waitForSelector('.dialog.results');
     assert.ok(await control(page, 'TestSubset').isDisabled(), 'nothing was set aside for a test');
+    assert.equal(await group('Inclure').locator('input[type=checkbox]').count(), 5);
 
     // priors that do not add up to 1 are rescaled: 0.2, 0.2, 0.4 become 0.25, 0.25, 0.5
     await tab(page, 'Probas a priori');

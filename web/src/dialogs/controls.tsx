@@ -372,7 +372,7 @@ export function ListsPick({ control, hands, captions }: Props & { captions: stri
         {captions.map((caption, i) => (
           <div key={caption}>
             <dt>{translate(caption, page.language).replace(/ ?:$/, '')}</dt>
-            <dd title={lists[i]?.trim()}>{lists[i]?.trim() || <span class="dim">–</span>}</dd>
+            <dd title={lists[i]?.trim()}>{lists[i]?.trim() || <span class="dim">--</span>}</dd>
           </div>
         ))}
       </dl>

@@ -169,4 +169,8 @@ export const english: Record<string, string> = {
   'Dépend. catégorielle(s) :': 'Categorical dependents:',
   'Prédicteurs continus :': 'Continuous predictors:',
   'Prédicteurs catégoriels :': 'Categorical predictors:',
+  'Sélectionnez les variables': 'Select the variables',
+  'Dépendantes catégorielles :': 'Categorical dependents:',
+  'Indépendantes continues :': 'Continuous independents:',
+  'Indépendantes catégorielles :': 'Categorical independents:',
 };

@@ -35,11 +35,8 @@ const roles = [
   'Prédicteurs continus :',
   'Prédicteurs catégoriels :',
 ];
-const variables = (captions: string[]): Part[] => [
-  { lists: 'Variables', captions },
-  'ResponseCodes',
-  'PredictorCodes',
-];
+const codes = ['ResponseCodes', 'PredictorCodes'];
+const variables: Part[] = [{ lists: 'Variables', captions: roles }, ...codes];
 
 const sampling = (size: string): Part[] => [
   { under: 'UseRandomSampling', parts: [size, 'SeedForRandomSampling'] },
@@ -62,12 +59,17 @@ const predictions = (...last: Part[]): Part => ({
   group: 'Prévisions && résidus',
   parts: [
     {
-      columns: [
-        ['IncludeInputs', 'IncludeOutputs'],
-        ['IncludePredictions', 'IncludeResiduals', 'IncludeConfidence'],
-        [{ buttons: ['PrintPredictions'] }, { buttons: ['Histograms'] }],
+      group: 'Inclure',
+      parts: [
+        {
+          columns: [
+            ['IncludeInputs', 'IncludeOutputs'],
+            ['IncludePredictions', 'IncludeResiduals', 'IncludeConfidence'],
+          ],
+        },
       ],
     },
+    { buttons: ['PrintPredictions', 'Histograms'] },
     ...last,
   ],
 });
@@ -108,7 +110,7 @@ export const layouts: Record<string, Layout> = {
     focus: 'Variables',
     mainParts: [missing('CasewiseDeletionOfMD', 'MeanSubstitutionOfMD')],
     tabs: {
-      Base: variables(roles),
+      Base: variables,
       Prototypes: sampling('SizeOfPrototypeSample'),
       Options: neighbours('', 'KNearestNeighbors', metrics, 'UseWeightedAverage'),
       'Sélection du modèle': [
@@ -144,7 +146,22 @@ export const layouts: Record<string, Layout> = {
       missing('CasewiseDeletionOfMD', 'MeanSubstitutionOfMD', 'UseMissingCasesIfPossible'),
     ],
     tabs: {
-      Base: variables(roles.slice(1)),
+      Base: [
+        {
+          group: 'Sélectionnez les variables',
+          parts: [
+            {
+              lists: 'Variables',
+              captions: [
+                'Dépendantes catégorielles :',
+                'Indépendantes continues :',
+                'Indépendantes catégorielles :',
+              ],
+            },
+          ],
+        },
+        ...codes,
+      ],
       Echantillonnage: ['ApplySampling', ...sampling('SizeOfTrainingSample')],
       Distributions: [
         { buttons: ['InputDistributions'] },
@@ -190,7 +207,7 @@ export const layouts: Record<string, Layout> = {
     focus: 'Variables',
     mainParts: [missing('CasewiseDeletionOfMD', 'MeanSubstitutionOfMD')],
     tabs: {
-      Base: variables(roles),
+      Base: variables,
       Echantillonnage: ['ApplySampling', ...sampling('SizeOfTrainingSample')],
       SVM: [
         {
