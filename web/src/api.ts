@@ -1,11 +1,23 @@
 // Requests to the server. A refusal becomes an Error whose text is for the person.
 
+import { word } from './words';
+
 export class Refusal extends Error {
   constructor(
     readonly status: number,
     text: string,
   ) {
     super(text);
+  }
+}
+
+/** A request; that nobody answers is said in a person's words. */
+async function send(path: string, options: RequestInit = {}): Promise<Response> {
+  try {
+    return await fetch(`/api/${path}`, options);
+  } catch (error) {
+    if (options.signal?.aborted) throw error;
+    throw new Refusal(0, word('unreachable'));
   }
 }
 
@@ -22,12 +34,12 @@ async function read<T>(response: Response): Promise<T> {
 }
 
 export async function get<T>(path: string, signal?: AbortSignal): Promise<T> {
-  return read<T>(await fetch(`/api/${path}`, { signal: signal ?? null }));
+  return read<T>(await send(path, { signal: signal ?? null }));
 }
 
 export async function post<T>(path: string, body: unknown = {}): Promise<T> {
   return read<T>(
-    await fetch(`/api/${path}`, {
+    await send(path, {
       method: 'POST',
       headers: { 'Content-Type': 'application/json' },
       body: JSON.stringify(body),
@@ -36,12 +48,12 @@ export async function post<T>(path: string, body: unknown = {}): Promise<T> {
 }
 
 export async function remove(path: string): Promise<void> {
-  await read(await fetch(`/api/${path}`, { method: 'DELETE' }));
+  await read(await send(path, { method: 'DELETE' }));
 }
 
 export async function upload(file: File): Promise<{ upload: string; name: string; size: number }> {
   return read(
-    await fetch(`/api/uploads?name=${encodeURIComponent(file.name)}`, {
+    await send(`uploads?name=${encodeURIComponent(file.name)}`, {
       method: 'POST',
       body: file,
     }),
@@ -49,7 +61,7 @@ export async function upload(file: File): Promise<{ upload: string; name: string
 }
 
 export async function getText(path: string): Promise<string> {
-  const response = await fetch(`/api/${path}`);
+  const response = await send(path);
   if (!response.ok) return read<string>(response);
   return response.text();
 }

@@ -97,6 +97,17 @@ export function say(error: unknown): void {
   page.notice = error instanceof Error ? error.message : String(error);
   changed();
 }
+const newsTime = 8000; // milliseconds
+/** Says for a while what has been done out of sight. */
+function tell(text: string): void {
+  page.news = text;
+  changed();
+  setTimeout(() => {
+    if (page.news !== text) return;
+    page.news = '';
+    changed();
+  }, newsTime);
+}
 export function clearNotice(): void {
   page.notice = '';
   page.news = '';
@@ -269,8 +280,7 @@ export async function call(
   const saved = saving.get(analysis);
   saving.delete(analysis);
   if (result.ok && saved) {
-    page.news = word('saved', saved);
-    changed();
+    tell(word('saved', saved));
   }
   return result;
 }

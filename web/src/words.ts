@@ -9,6 +9,11 @@ const words = {
   analyses: ['Analyses', 'Analyses'],
   newAnalysis: ['Nouvelle analyse', 'New analysis'],
   close: ['Fermer', 'Close'],
+  closeAnalysis: ['Fermer {0}', 'Close {0}'],
+  closeQuestion: [
+    'Les documents de cette analyse ({0}) et sa macro seront perdus. La fermer ?',
+    'The documents of this analysis ({0}) and its macro will be lost. Close it?',
+  ],
   cancel: ['Annuler', 'Cancel'],
   ok: ['OK', 'OK'],
   back: ['Retour', 'Back'],
@@ -35,7 +40,9 @@ const words = {
   caseNamesTitle: ['Noms des observations', 'Case names'],
   noCaseNames: ['(leur numéro)', '(their number)'],
   caseNamesPrompt: ['Variable des noms', 'Variable with the names'],
+  caseOne: ['observation', 'case'],
   cases: ['observations', 'cases'],
+  variableOne: ['variable', 'variable'],
   variables: ['variables', 'variables'],
   kept: ['{0} de {1} observations retenues', '{0} of {1} cases kept'],
   weightSum: ['somme des poids : {0}', 'sum of weights: {0}'],
@@ -74,6 +81,7 @@ const words = {
   copy: ['Copier', 'Copy'],
   copied: ['Copié', 'Copied'],
   export: ['Exporter', 'Export'],
+  rowOne: ['ligne', 'row'],
   rows: ['lignes', 'rows'],
   columns: ['colonnes', 'columns'],
   columnOne: ['colonne', 'column'],
@@ -88,6 +96,7 @@ const words = {
   ended: ['Terminée', 'Ended'],
   failed: ['Interrompue', 'Failed'],
   inResults: ['Résultats', 'Results'],
+  unreachable: ['Le programme ne répond pas.', 'The program does not answer.'],
   lost: ['Connexion au programme perdue…', 'Connection to the program lost…'],
   start: ['Ouvrez un fichier de données pour commencer.', 'Open a data file to begin.'],
   startHint: [
@@ -161,3 +170,12 @@ export function methodName(kind: string): string {
 export function counted(value: number): string {
   return value.toLocaleString(page.language === 'en' ? 'en-GB' : 'fr-FR');
 }
+
+// One is singular; none is so in French alone.
+const isOne = (count: number) => count === 1 || (count === 0 && page.language === 'fr');
+const counting = (one: Word, many: Word) => (count: number) =>
+  `${counted(count)} ${word(isOne(count) ? one : many)}`;
+export const caseCount = counting('caseOne', 'cases');
+export const variableCount = counting('variableOne', 'variables');
+export const lineCount = counting('rowOne', 'rows');
+export const columnCount = counting('columnOne', 'columns');

@@ -1,9 +1,11 @@
 // The tree beside everything: open files, their analyses, and what each has produced.
+import { useEffect, useRef, useState } from 'preact/hooks';
 import { remove } from './api';
 import { titleOf } from './dialogs/dialog_view';
 import type { Analysis, DocumentInfo, FileInfo } from './protocol';
 import { type Page, page, say, show, showBeside } from './store';
-import { counted, methodName, word } from './words';
+import { Modal } from './widgets/modal';
+import { counted, lineCount, methodName, word } from './words';
 
 interface Row {
   key: string;
@@ -46,7 +48,15 @@ function documentRow(analysis: Analysis, info: DocumentInfo, isShown: boolean): 
   };
 }
 
-function rowsOf({ state, shown }: Page): Row[] {
+function nameOf(analysis: Analysis): string {
+  return (
+    (analysis.kind && methodName(analysis.kind)) ||
+    (analysis.dialog ? titleOf(analysis.dialog) : '—')
+  );
+}
+
+/** The rows of the tree; `close` is asked to close an analysis. */
+function rowsOf({ state, shown }: Page, close: (analysis: Analysis) => void): Row[] {
   const rows: Row[] = [];
   const addAnalysis = (analysis: Analysis) => {
     const id = analysis.analysis;
@@ -55,13 +65,11 @@ function rowsOf({ state, shown }: Page): Row[] {
       key: `a${id}`,
       level: 2,
       icon: 'analysis',
-      text:
-        (analysis.kind && methodName(analysis.kind)) ||
-        (analysis.dialog ? titleOf(analysis.dialog) : '—'),
+      text: nameOf(analysis),
       note: stateOf(analysis),
       current: isShown && analysis.documents.length === 0 && page.beside[id] === undefined,
       open: () => show({ view: 'analysis', analysis: id }),
-      close: () => void remove(`analyses/${id}`).catch(say),
+      close: () => close(analysis),
     });
     rows.push(...analysis.documents.map(info => documentRow(analysis, info, isShown)));
     rows.push({
@@ -69,7 +77,7 @@ function rowsOf({ state, shown }: Page): Row[] {
       level: 3,
       icon: 'macro',
       text: word('macro'),
-      note: analysis.macro.lines > 0 ? `${analysis.macro.lines} ${word('rows')}` : '',
+      note: analysis.macro.lines > 0 ? lineCount(analysis.macro.lines) : '',
       current: isShown && page.beside[id] === 'macro',
       open: () => {
         show({ view: 'analysis', analysis: id });
@@ -95,8 +103,56 @@ function rowsOf({ state, shown }: Page): Row[] {
   return rows;
 }
 
+const closeAnalysis = (id: number) => void remove(`analyses/${id}`).catch(say);
+
+/** Closing an analysis loses what it has produced, so that is asked. */
+function CloseQuestion(props: { analysis: Analysis; accept: () => void; cancel: () => void }) {
+  const { analysis } = props;
+  return (
+    <Modal
+      title={word('closeAnalysis', nameOf(analysis))}
+      class="message"
+      role="alertdialog"
+      describedBy="close-question"
+      onEnter={props.accept}
+      onEscape={props.cancel}
+      buttons={
+        <>
+          <button type="button" class="default" data-focus onClick={props.accept}>
+            {word('close')}
+          </button>
+          <button type="button" onClick={props.cancel}>
+            {word('cancel')}
+          </button>
+        </>
+      }
+    >
+      <div class="message-row">
+        <span class="message-sign question" aria-hidden="true">
+          ?
+        </span>
+        <p id="close-question">{word('closeQuestion', analysis.documents.length)}</p>
+      </div>
+    </Modal>
+  );
+}
+
 export function WorkbookTree() {
-  const rows = rowsOf(page);
+  const [closing, setClosing] = useState(0); // the analysis that is asked about; 0: none
+  const asked = page.state?.analyses.find(analysis => analysis.analysis === closing);
+  const rows = rowsOf(page, analysis =>
+    analysis.documents.length > 0
+      ? setClosing(analysis.analysis)
+      : closeAnalysis(analysis.analysis),
+  );
+  // The keys stay in the tree when the row that had them is gone.
+  const tree = useRef<HTMLDivElement>(null);
+  const isClosing = useRef(false);
+  useEffect(() => {
+    if (isClosing.current && document.activeElement === document.body)
+      tree.current?.querySelector<HTMLElement>('[tabindex="0"]')?.focus();
+    isClosing.current = false;
+  }, [rows.length]);
   const at = Math.max(
     0,
     rows.findIndex(row => row.current),
@@ -113,8 +169,10 @@ export function WorkbookTree() {
     }[event.key];
     if (to !== undefined) items[Math.max(0, Math.min(items.length - 1, to))]?.focus();
     else if (event.key === 'Enter' || event.key === ' ') rows[focused]?.open();
-    else if (event.key === 'Delete') rows[focused]?.close?.();
-    else if (event.key.length === 1 && !event.ctrlKey && !event.altKey) {
+    else if (event.key === 'Delete') {
+      isClosing.current = true;
+      rows[focused]?.close?.();
+    } else if (event.key.length === 1 && !event.ctrlKey && !event.altKey) {
       const wanted = event.key.toLocaleLowerCase();
       const next = rows.findIndex(
         (row, i) => i > focused && row.text.toLocaleLowerCase().startsWith(wanted),
@@ -124,40 +182,52 @@ export function WorkbookTree() {
     event.preventDefault();
   };
   return (
-    <div class="tree" role="tree" aria-label={word('tree')} onKeyDown={onKeyDown}>
-      {rows.map((row, i) => (
-        <div
-          key={row.key}
-          role="treeitem"
-          aria-level={row.level}
-          aria-selected={row.current}
-          tabIndex={i === at ? 0 : -1}
-          class={`tree-row level-${row.level}`}
-          data-row={row.key}
-          onClick={row.open}
-        >
-          <span class={`icon ${row.icon}`} aria-hidden="true" />
-          <span class="tree-text" title={row.text}>
-            {row.text}
-          </span>
-          {row.note && <span class="tree-note">{row.note}</span>}
-          {row.close && (
-            <button
-              type="button"
-              class="close"
-              tabIndex={-1}
-              aria-label={`${word('close')} ${row.text}`}
-              title={word('close')}
-              onClick={event => {
-                event.stopPropagation();
-                row.close?.();
-              }}
-            >
-              ×
-            </button>
-          )}
-        </div>
-      ))}
-    </div>
+    <>
+      <div ref={tree} class="tree" role="tree" aria-label={word('tree')} onKeyDown={onKeyDown}>
+        {rows.map((row, i) => (
+          <div
+            key={row.key}
+            role="treeitem"
+            aria-level={row.level}
+            aria-selected={row.current}
+            tabIndex={i === at ? 0 : -1}
+            class={`tree-row level-${row.level}`}
+            data-row={row.key}
+            onClick={row.open}
+          >
+            <span class={`icon ${row.icon}`} aria-hidden="true" />
+            <span class="tree-text" title={row.text}>
+              {row.text}
+            </span>
+            {row.note && <span class="tree-note">{row.note}</span>}
+            {row.close && (
+              <button
+                type="button"
+                class="close"
+                tabIndex={-1}
+                aria-label={`${word('close')} ${row.text}`}
+                title={word('close')}
+                onClick={event => {
+                  event.stopPropagation();
+                  row.close?.();
+                }}
+              >
+                ×
+              </button>
+            )}
+          </div>
+        ))}
+      </div>
+      {asked && (
+        <CloseQuestion
+          analysis={asked}
+          accept={() => {
+            setClosing(0);
+            closeAnalysis(asked.analysis);
+          }}
+          cancel={() => setClosing(0)}
+        />
+      )}
+    </>
   );
 }

@@ -91,6 +91,36 @@ test('a macro is switched off and on, and done on another file', () =>
     assert.equal(await page.locator('[role=treeitem].level-1').count(), 2);
   }));
 
+test('closing an analysis asks when documents would be lost; the keys stay in the tree', () =>
+  onWorkbench(iris, async ({ page }) => {
+    await startMethod(page, 'nb');
+    await page.locator('[data-row=a1]').focus();
+    await page.keyboard.press('Delete'); // nothing to lose
+    await page.waitForSelector('[data-row=a1]', { state: 'detached' });
+    await page.waitForSelector('[role=treeitem]:focus');
+    await startMethod(page, 'nb');
+    await control(page, 'Variables').click();
+    await pickVariables(page, [['Species'], flower]);
+    // another tab by keys: what is hidden keeps no focus, and Enter is still OK
+    await page.locator('.dialog.specification [data-name="Variables"]').focus();
+    await page.keyboard.press('Control+PageDown');
+    await page.waitForSelector('[data-tab="Echantillonnage"]:focus');
+    await page.keyboard.press('Enter');
+    await page.waitForSelector('.dialog.results');
+    await control(page, 'DescriptiveStat').click();
+    await shownDocument(page, 'Matrice de confusion');
+    await page.locator('[data-row=a2]').focus();
+    await page.keyboard.press('Delete');
+    await page.waitForSelector('.modal:has-text("seront perdus")');
+    await page.keyboard.press('Escape');
+    await page.waitForSelector('[data-row=a2]:focus');
+    await page.keyboard.press('Delete');
+    await page.waitForSelector('.modal');
+    await page.keyboard.press('Enter');
+    await page.waitForSelector('[data-row=a2]', { state: 'detached' });
+    await page.waitForSelector('[role=treeitem]:focus');
+  }));
+
 test('the reading of a large file shows how far it is, and stops when asked', () =>
   onWorkbench(iris, async ({ page, workbench }) => {
     const row = Array.from({ length: 40 }, (_, i) => `${i}.${i * 7919}`).join(',') + '\n';

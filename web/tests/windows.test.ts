@@ -284,4 +284,8 @@ test('a jump beyond the last case goes to it; names stand beside the numbers of 
     await page.keyboard.press('Enter');
     assert.equal(await jump.inputValue(), '93');
     await page.waitForSelector('.grid-row:has(.grid-cell.at) .grid-name:has-text("93 Volvo 850")');
+    // another variable is looked at in the same case
+    await page.locator('#variable-list [role=option]', { hasText: 'Price' }).first().click();
+    await page.waitForSelector('.grid-row:has(.grid-cell.at) .grid-name:has-text("93 Volvo 850")');
+    await page.waitForSelector('.grid-cell.at:has-text("24.8")');
   }));

@@ -8,7 +8,7 @@ import { Grid, type GridColumn, type Range } from '../widgets/grid';
 import { selectOnEntry } from '../widgets/select_on_entry';
 import type { Table } from '../widgets/copy_table';
 import { columnNumber, decimalsOf, shortNumber } from '../numbers';
-import { counted, word } from '../words';
+import { caseCount, counted, variableCount, word } from '../words';
 import { VariableIcon } from './variable_icon';
 import { VariablePanel } from './variable_panel';
 import { useVariables } from './variables';
@@ -97,7 +97,7 @@ export function DataView({ file }: { file: FileInfo }) {
   const variables = useVariables(file.file);
   const [labels, setLabels] = useState(true);
   const [current, setCurrent] = useState(0);
-  const [goTo, setGoTo] = useState<{ row: number; column?: number; at: number }>();
+  const [goTo, setGoTo] = useState<{ row?: number; column?: number; at: number }>();
   const [asking, setAsking] = useState<'' | 'selection' | 'weight' | 'caseNames'>('');
   const [, redraw] = useReducer<number, void>(n => n + 1, 0);
   const blocks = useMemo(() => new Blocks(file.file, () => redraw()), [file.file, file.revision]);
@@ -159,7 +159,7 @@ export function DataView({ file }: { file: FileInfo }) {
       <header>
         <h1>{file.name}</h1>
         <span class="dim">
-          {counted(file.cases)} {word('cases')} × {counted(file.variables)} {word('variables')}
+          {caseCount(file.cases)} × {variableCount(file.variables)}
         </span>
         <span class="spring" />
         <button type="button" onClick={() => setAsking('selection')}>
@@ -254,7 +254,7 @@ export function DataView({ file }: { file: FileInfo }) {
             file={file}
             variable={variables[current]}
             variables={variables}
-            onSelect={column => setGoTo({ row: 0, column, at: performance.now() })}
+            onSelect={column => setGoTo({ column, at: performance.now() })}
           />
         )}
       </div>

@@ -184,7 +184,10 @@ export function DialogView({ analysis, dialog, busy, modal = false, heading, abo
     if (modal && reachByKey(event)) return;
     if (event.ctrlKey && (event.key === 'PageDown' || event.key === 'PageUp')) {
       const by = event.key === 'PageDown' ? 1 : tabs.length - 1;
-      setTab(tabs[(tabs.indexOf(current) + by) % tabs.length] ?? current);
+      const next = tabs[(tabs.indexOf(current) + by) % tabs.length] ?? current;
+      setTab(next);
+      // what had the focus is hidden now
+      root.current.querySelector<HTMLElement>(`[role=tab][data-tab="${next}"]`)?.focus();
       event.preventDefault();
     } else if (event.key === 'Escape') {
       event.preventDefault();

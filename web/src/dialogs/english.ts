@@ -47,6 +47,7 @@ export const english: Record<string, string> = {
   '&Actif': '&On',
   '&Inactif': 'O&ff',
   Actif: 'On',
+  non: 'no',
 
   // neighbours
   '&Nombre des plus proches voisins :': '&Number of nearest neighbours:',

@@ -238,6 +238,11 @@ export function drawingOf(graph: Graph, look: Look): Drawing {
       paper_bgcolor: look.background,
       plot_bgcolor: look.background,
       margin: { l: 60, r: 20, t: 30, b: 50 },
+      hoverlabel: {
+        bgcolor: look.background,
+        bordercolor: look.text,
+        font: { color: look.text, family: look.font },
+      },
       legend: { orientation: 'h', x: 0, y: 1.01, yanchor: 'bottom' },
       ...layout,
     },

@@ -6,7 +6,7 @@ import { say } from '../store';
 import { copyTable, type Table } from '../widgets/copy_table';
 import { Grid, type GridColumn, type Range } from '../widgets/grid';
 import { columnNumber, decimalsOf } from '../numbers';
-import { counted, word } from '../words';
+import { columnCount, lineCount, word } from '../words';
 
 const block = 200; // rows fetched at a time
 const mostShownAtOnce = 2000; // rows copied per request
@@ -202,8 +202,7 @@ export function SheetView({ analysis, info }: Props) {
         table={table}
       />
       <p class="document-size">
-        {counted(sheet.rowCount)} {word('rows')} × {counted(sheet.columns.length)}{' '}
-        {word(sheet.columns.length === 1 ? 'columnOne' : 'columns')}
+        {lineCount(sheet.rowCount)} × {columnCount(sheet.columns.length)}
       </p>
     </section>
   );

@@ -2,7 +2,7 @@
 // takes the whole text.
 import { useState } from 'preact/hooks';
 import { say } from '../store';
-import { counted, word } from '../words';
+import { lineCount, word } from '../words';
 import { highlight, languageOf } from './highlight';
 
 const mostLines = 4000; // shown at once; the rest on demand
@@ -68,7 +68,7 @@ export function TextView({ title, text, exports, isResults = false }: Props) {
       </pre>
       {!whole && lines.length > mostLines && (
         <button type="button" class="more" onClick={() => setWhole(true)}>
-          … {counted(lines.length - mostLines)} {word('rows')}
+          … {lineCount(lines.length - mostLines)}
         </button>
       )}
     </section>

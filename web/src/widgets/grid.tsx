@@ -38,7 +38,7 @@ export interface GridProps {
   sort?: { column: number; descending: boolean } | undefined; // column -1: row names
   onSort?: (column: number) => void;
   table: (range: Range) => Promise<Table>; // the texts of a range, for the clipboard
-  goTo?: { row: number; column?: number; at: number } | undefined; // a new object jumps there
+  goTo?: { row?: number; column?: number; at: number } | undefined; // a new object jumps there
   markRow?: (row: number) => boolean; // rows drawn as left out
 }
 
@@ -132,9 +132,9 @@ export function Grid(props: GridProps) {
   };
   useLayoutEffect(() => {
     if (!props.goTo) return;
-    const { row, column = at.column } = props.goTo;
+    const { row = at.row, column = at.column } = props.goTo;
     go(row, column, false, false);
-    reveal(row, column, true);
+    reveal(row, column, props.goTo.row !== undefined);
   }, [props.goTo]);
 
   const range: Range = {

@@ -69,7 +69,7 @@ export function Modal(props: ModalProps) {
 /** Whether an element does something else on Enter than its window's first button. */
 export function isOwnEnter(target: EventTarget | null): boolean {
   return (
-    target instanceof HTMLButtonElement ||
+    (target instanceof HTMLButtonElement && target.getAttribute('role') !== 'tab') ||
     target instanceof HTMLTextAreaElement ||
     target instanceof HTMLAnchorElement
   );
