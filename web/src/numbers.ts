@@ -17,6 +17,13 @@ export function withPoint(text: string): string {
   return /^\s*[+-]?\d*,\d*(e[+-]?\d*)?\s*$/i.test(text) ? text.replace(',', '.') : text;
 }
 
+/** A number as its edit field shows it: with the field's decimals, unless they would hide digits. */
+export function fieldNumber(text: string, decimals: number): string {
+  const value = text.trim() === '' ? NaN : Number(text);
+  const shown = value.toFixed(decimals);
+  return Number(shown) === value ? shown : text;
+}
+
 const mostDecimals = 6;
 const mark = -9999; // of a missing output
 

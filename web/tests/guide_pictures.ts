@@ -169,7 +169,8 @@ const naiveBayes = async ({ page, own, shared, tabs }: Stop) => {
   const glu = await page.locator('[data-name="InputForPosteriorPlot"] option').allInnerTexts();
   await control(page, 'InputForPosteriorPlot').selectOption({ index: glu.indexOf('glu') });
   await page.waitForFunction(
-    () => document.querySelector<HTMLInputElement>('[data-name="MaximumRange"]')?.value === '199',
+    () =>
+      document.querySelector<HTMLInputElement>('[data-name="MaximumRange"]')?.value === '199.000',
   );
   await tabs('nb-results');
   await tab(page, 'Distrib. a posteriori');

@@ -192,6 +192,6 @@ test('nothing moves while a dialog is drawn again; a closed browser opens where 
     await again.page.waitForSelector('.frame');
     await again.page.waitForSelector('.dialog');
     await tab(again.page, 'Sélection du modèle');
-    assert.equal(await control(again.page, 'MaximumC').inputValue(), '7');
+    assert.equal(await control(again.page, 'MaximumC').inputValue(), '7.000');
     await again.page.context().close();
   }));

@@ -249,6 +249,15 @@ test('support vectors: kernel, search grid, model, saved predictions and deploym
     await page.waitForSelector('[data-name="NuParameter"]:enabled');
     await control(page, 'ClassType1').check();
     await page.waitForSelector('[data-name="CParameter"]:enabled');
+    const capacity = control(page, 'CParameter');
+    assert.equal(await capacity.inputValue(), '10.000');
+    await capacity.click();
+    await page.keyboard.type('12.5', { delay: 30 });
+    await page.waitForTimeout(300); // the server has heard it
+    assert.equal(await capacity.inputValue(), '12.5', 'as it is typed');
+    await capacity.blur();
+    assert.equal(await capacity.inputValue(), '12.500');
+    await capacity.fill('10');
     await picture(page, 'svm-type');
     await tab(page, 'Noyau');
     assert.equal(Number(await control(page, 'Gam').inputValue()), 0.25, '1 / number of inputs');

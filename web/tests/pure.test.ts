@@ -7,7 +7,7 @@ import { parseLabel, plainText } from '../src/dialogs/label';
 import { layouts, type Part } from '../src/dialogs/layouts';
 import { highlight, languageOf } from '../src/documents/highlight';
 import { fitSurface } from '../src/documents/surface';
-import { columnNumber, decimalsOf, shortNumber, withPoint } from '../src/numbers';
+import { columnNumber, decimalsOf, fieldNumber, shortNumber, withPoint } from '../src/numbers';
 import { inTwoRoles, withAdded, withRemoved } from '../src/modals/variable_lists';
 import { asHtml, asText } from '../src/widgets/copy_table';
 
@@ -101,13 +101,17 @@ test('numbers are short, and a column has the decimals that its numbers need', (
     [NaN, ''],
   ];
   for (const [value, text] of short) assert.equal(shortNumber(value), text);
-  const typed: [string, string][] = [
+  const commas: [string, string][] = [
     ['-3,5', '-3.5'],
     [',5e-3', '.5e-3'],
     ['1,2,3', '1,2,3'],
     ['1,5 mm', '1,5 mm'],
   ];
-  for (const [text, read] of typed) assert.equal(withPoint(text), read);
+  for (const [text, read] of commas) assert.equal(withPoint(text), read);
+  const fields = { '10': '10.000', ' 0.1 ': '0.100', '0.0005': '0.0005', '1e-20': '1e-20' };
+  const unread = { '': '', '0,5': '0,5', abc: 'abc' };
+  for (const [typed, shown] of Object.entries({ ...fields, ...unread }))
+    assert.equal(fieldNumber(typed, 3), shown);
   assert.equal(decimalsOf([5.1, 4, null, -9999]), 1);
   assert.equal(decimalsOf([1 / 3, 123.456]), 3); // six digits of the largest
   assert.equal(columnNumber(4, 1), '4.0');

@@ -4,7 +4,7 @@ import type { Control } from '../protocol';
 import { changed, page } from '../store';
 import { ListBox } from '../widgets/list_box';
 import { selectOnEntry } from '../widgets/select_on_entry';
-import { shortNumber, withPoint } from '../numbers';
+import { fieldNumber, shortNumber, withPoint } from '../numbers';
 import { methodName, word } from '../words';
 import { type Label, parseLabel, plainText, translate } from './label';
 
@@ -178,6 +178,10 @@ function FieldInput(props: {
   shortcut: object;
 }) {
   const { control, numeric } = props;
+  // What is being typed stays as it is typed.
+  const [typed, setTyped] = useState(false);
+  const shown =
+    typed || control.kind !== 'real' ? props.draft : fieldNumber(props.draft, control.decimals);
   // Arrow keys step a whole number.
   const step = (by: number) => {
     const value = Number(props.draft) + by;
@@ -197,17 +201,19 @@ function FieldInput(props: {
         autocomplete="off"
         spellcheck={false}
         data-name={control.name}
-        value={props.draft}
+        value={shown}
         title={props.title || undefined}
         aria-invalid={props.wrong ? true : undefined}
         aria-describedby={props.wrong ? `${props.id}-why` : undefined}
         disabled={!control.enabled}
         {...props.shortcut}
         onInput={event => {
+          setTyped(true);
           const field = event.currentTarget;
           if (numeric) putPoint(field);
           props.change(field.value);
         }}
+        onBlur={() => setTyped(false)}
         {...selectOnEntry}
         onKeyDown={event => {
           const by = { ArrowUp: 1, ArrowDown: -1 }[event.key];
