@@ -79,9 +79,11 @@ test('penalties: a click on a red cell edits it, elsewhere the hint says which c
     const penalties = (await sheetRows(sheet)).map(row => row.at(-1));
     assert.deepEqual(penalties, ['0.5', '2.5']);
 
-    // the next OK begins with them
+    // the list beside the option has them, and the next OK begins with them
     await control(page, 'Cancel').click();
     await page.waitForSelector('.dialog.specification');
+    await tab(page, 'Apprentissage');
+    assert.equal(await control(page, 'PenaltyList').inputValue(), '0.5 2.5 ');
     await control(page, 'OK').click();
     await page.waitForSelector('.cell-table input');
     assert.equal(await cells.nth(1).inputValue(), '2.5');

@@ -265,11 +265,10 @@ export const layouts: Record<string, Layout> = {
           under: 'ScaleOutputs',
           parts: [{ line: ['Learning.OutputLow', 'Learning.OutputHigh'] }],
         },
-        'UsePenalty',
+        { under: 'UsePenalty', parts: ['PenaltyList'] },
       ],
     },
     hidden: [
-      'PenaltyList', // asked for by OK
       ...hostButtons,
       ...sampleMembers,
       'UseCrossvalidationSample',
