@@ -14,7 +14,7 @@
 #include "qvb/conversion.h"
 #include "qvb/interpreter.h"
 #include "qvb/node_objects.h"
-#include "qvb/node_scripts.h"
+#include "qvb_node_script.h"
 
 namespace {
 
@@ -142,7 +142,7 @@ int main(int argc, char** argv) {
                                           {"Lua 5.4", [&] { RunLua(loop); }}});
 
   const auto prototypes = Prototypes();
-  const std::string script = qrvml::test::NodeScript(0, true, 3, prototypes);
+  const std::string script = bench::NodeScript(0, true, 3, prototypes);
   const std::string knn =
       WriteFile(folder, "knn.lua", LuaPrototypes(prototypes) + ReadFile(argv[2]));
   Expect("nearest neighbours", RunNode(script), std::stod(RunLua(knn)));

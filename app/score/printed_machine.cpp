@@ -20,7 +20,7 @@ std::size_t PrintedMachine::Columns() const {
 
 std::vector<double> PrintedMachine::Coded(std::span<const double> values) const {
   std::vector<double> coded;
-  coded.reserve(continuousInputs);
+  coded.reserve(Columns());
   for (std::size_t i = 0; i < continuousInputs; ++i)
     coded.push_back(shift[i] + scale[i] * values[i]);
   for (std::size_t m = 0; m < categories.size(); ++m)

@@ -111,6 +111,10 @@ bool NaiveBayesDialog::ReadThreshold() {
 }
 
 bool NaiveBayesDialog::ChooseDistributions() {
+  if (data().roles().continuousPredictors.empty()) {
+    Explain("there is no continuous input whose distribution could be chosen");
+    return false;
+  }
   VariableListsRequest request;
   request.title = "Distributions des variables indépendantes :";
   for (std::size_t code = 0; code < kContinuousDistributions; ++code) {

@@ -150,6 +150,11 @@ TEST(InputDistributions, AreListsOfContinuousInputsWithTheRestNormal) {
   EXPECT_EQ(request.lists, (std::vector<std::vector<int>>{{2}, {1}, {}, {3}}));
   EXPECT_EQ(request.offered, (std::vector<int>{1, 2, 3})) << "the continuous inputs";
   EXPECT_FALSE(bayes.Press("InputDistributions").Succeeded()) << "cancelled";
+
+  NaiveBayesAnalysis discrete = Eight("g | | u");
+  const std::size_t asked = discrete.host.variableListsRequests.size();
+  EXPECT_FALSE(discrete.Press("InputDistributions").Succeeded());
+  EXPECT_EQ(discrete.host.variableListsRequests.size(), asked) << "nothing to choose from";
 }
 
 Message DistributionMessage(int number, const char* name) {

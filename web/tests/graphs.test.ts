@@ -11,13 +11,13 @@ import {
   onWorkbench,
   picture,
   pickVariables,
+  press,
   startMethod,
   tab,
 } from './workbench';
 
 after(closeBrowser);
 
-const press = (page: Page, name: string) => page.locator(`[data-name="${name}"]:enabled`).click();
 const item = (page: Page, list: string, text: string) =>
   page.locator(`#list-${list} [role=option]`, { hasText: text }).first().click();
 
@@ -46,6 +46,13 @@ async function trained(page: Page): Promise<void> {
   await control(page, 'SizeOfPrototypeSample').fill('30');
   await control(page, 'OK').click();
   await page.waitForSelector('.dialog.results');
+}
+
+/** x and y on the tab of graphs. */
+async function chosenAxes(page: Page): Promise<void> {
+  await tab(page, 'Tracés');
+  await item(page, 'SelectedItemX', 'x');
+  await item(page, 'SelectedItemsY', 'y');
 }
 
 const axisRange = (plot: Locator, axis: 'xaxis' | 'yaxis') =>
@@ -82,9 +89,7 @@ test('a scatterplot is pointed at, zoomed, and exported; its legend hides a seri
     'points.csv',
     async ({ page }) => {
       await trained(page);
-      await tab(page, 'Tracés');
-      await item(page, 'SelectedItemX', 'x');
-      await item(page, 'SelectedItemsY', 'y');
+      await chosenAxes(page);
       await page
         .locator('#list-SelectedItemsY [role=option]')
         .nth(2)
@@ -200,9 +205,7 @@ test('a surface turns by the mouse and by the arrows', () =>
     'points.csv',
     async ({ page }) => {
       await trained(page);
-      await tab(page, 'Tracés');
-      await item(page, 'SelectedItemX', 'x');
-      await item(page, 'SelectedItemsY', 'y');
+      await chosenAxes(page);
       await item(page, 'SelectedItemZ', 'z');
       await press(page, 'Plot3DGraphOfXYZ');
       const plot = page.locator('.beside .plot[data-drawn=surface]');

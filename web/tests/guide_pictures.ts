@@ -11,6 +11,7 @@ import {
   examples,
   openPage,
   pickVariables,
+  press,
   sheetRows,
   shownDocument,
   startMethod,
@@ -74,7 +75,6 @@ async function walk(file: string, language: Language, body: (on: Stop) => Promis
   }
 }
 
-const press = (page: Page, name: string) => page.locator(`[data-name="${name}"]:enabled`).click();
 const plotItem = (page: Page, list: string, text: string) =>
   page.locator(`#list-${list} [role=option]`, { hasText: text }).first().click();
 async function typeCells(page: Page, values: string[]): Promise<void> {

@@ -127,6 +127,9 @@ export async function picture(page: Page, name: string): Promise<void> {
 export function control(page: Page, name: string): Locator {
   return page.locator(`.dialog [data-name="${name}"]`).first();
 }
+/** Presses a button once it can be pressed. */
+export const press = (page: Page, name: string) =>
+  page.locator(`[data-name="${name}"]:enabled`).click();
 export async function tab(page: Page, name: string): Promise<void> {
   await page.locator(`.dialog [data-tab="${name}"]`).click();
 }
