@@ -7,6 +7,7 @@ import { after, test } from 'node:test';
 import type { Page } from 'playwright-core';
 import { lookFaults } from './look';
 import {
+  becomes,
   closeBrowser,
   control,
   examples,
@@ -14,6 +15,7 @@ import {
   openPage,
   picture,
   pickVariables,
+  settled,
   sheetRows,
   shownDocument,
   startMethod,
@@ -44,14 +46,15 @@ test('a choice of variables is taken back with all that it reset', () =>
     await page.keyboard.press('Enter');
     await page.waitForSelector('.variables-pick dd:has-text("Petal.Width")');
     await tab(page, 'Noyau');
-    assert.notEqual(await control(page, 'Gam').inputValue(), '0.125', 'set by the new choice');
+    const gamma = () => control(page, 'Gam').inputValue();
+    await settled(gamma, value => value !== '0.125');
+    assert.notEqual(await gamma(), '0.125', 'set by the new choice');
     await page.click('button:has-text("Choix précédent")');
-    await page.waitForFunction(
-      () => document.querySelector<HTMLInputElement>('[data-name="Gam"]')?.value === '0.125',
-    );
+    await becomes(gamma, '0.125');
     await tab(page, 'Base');
-    const lists = await page.locator('.variables-pick dd').allInnerTexts();
-    assert.deepEqual(lists.slice(1, 3), ['Species', flower.join(' ')]);
+    const lists = async () =>
+      (await page.locator('.variables-pick dd').allInnerTexts()).slice(1, 3);
+    await becomes(lists, ['Species', flower.join(' ')]);
   }));
 
 test('a macro is switched off and on, and done on another file', () =>
@@ -88,7 +91,7 @@ test('a macro is switched off and on, and done on another file', () =>
     const counts = await sheetRows(await shownDocument(page, 'Matrice de confusion'));
     const tested = counts.flatMap(row => row.slice(1).map(Number)).reduce((sum, n) => sum + n, 0);
     assert.equal(tested, 10, 'of 120 cases the first 110 are prototypes');
-    assert.equal(await page.locator('[role=treeitem].level-1').count(), 2);
+    await becomes(() => page.locator('[role=treeitem].level-1').count(), 2);
   }));
 
 test('closing an analysis asks when documents would be lost; the keys stay in the tree', () =>
@@ -192,6 +195,6 @@ test('nothing moves while a dialog is drawn again; a closed browser opens where 
     await again.page.waitForSelector('.frame');
     await again.page.waitForSelector('.dialog');
     await tab(again.page, 'Sélection du modèle');
-    assert.equal(await control(again.page, 'MaximumC').inputValue(), '7.000');
+    await becomes(() => control(again.page, 'MaximumC').inputValue(), '7.000');
     await again.page.context().close();
   }));

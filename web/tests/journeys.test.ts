@@ -3,15 +3,18 @@ import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { after, test } from 'node:test';
+import { isDeepStrictEqual } from 'node:util';
 import type { Page } from 'playwright-core';
 import {
   acceptMessages,
+  becomes,
   closeBrowser,
   control,
   examples,
   onWorkbench,
   picture,
   pickVariables,
+  settled,
   sheetRows,
   shownDocument,
   startMethod,
@@ -49,7 +52,7 @@ test('nearest neighbours: from the file to saved predictions and deployment code
   onWorkbench(`${examples}/iris.csv`, async ({ page, workbench }) => {
     // the data
     await page.waitForSelector('.grid-cell:has-text("setosa")');
-    assert.equal(await page.locator('.grid-cell').first().textContent(), '5.1');
+    await becomes(() => page.locator('.grid-cell').first().textContent(), '5.1');
     await picture(page, 'data');
 
     // the settings
@@ -102,19 +105,16 @@ test('nearest neighbours: from the file to saved predictions and deployment code
     // sorted by a column, copied with its headings
     await predictions.locator('.grid-head', { hasText: 'Petal.Length' }).click();
     await page.waitForSelector('.grid-head[aria-sort=ascending]');
-    const lengths = (await sheetRows(predictions)).map(row => Number(row[3]));
-    assert.deepEqual(
-      lengths,
-      [...lengths].sort((a, b) => a - b),
-    );
+    const lengths = async () => (await sheetRows(predictions)).map(row => Number(row[3]));
+    const sorted = (values: number[]) => [...values].sort((a, b) => a - b);
+    const shown = await settled(lengths, values => isDeepStrictEqual(values, sorted(values)));
+    assert.deepEqual(shown, sorted(shown));
     await predictions.locator('.grid-cell').first().click();
     await page.keyboard.press('Control+a');
     await page.keyboard.press('Control+c');
-    // the rows come from the program; waitForFunction would take a promise itself for true
-    let text = '';
-    for (const end = Date.now() + 5000; !text.includes('\t') && Date.now() < end; )
-      text = await page.evaluate(() => navigator.clipboard.readText());
-    const copied = text.split('\n');
+    // the rows come from the program
+    const clipboard = () => page.evaluate(() => navigator.clipboard.readText());
+    const copied = (await settled(clipboard, text => text.includes('\t'))).split('\n');
     assert.equal(copied.length, tested + 2, 'two lines of headings and every case');
     assert.match(copied[0] ?? '', /^Obs\.\tSepal\.Length\t/);
 
@@ -124,7 +124,7 @@ test('nearest neighbours: from the file to saved predictions and deployment code
     await page.locator('#list-SelectedItemsY [role=option]', { hasText: 'Petal.Width' }).click();
     await page.locator('[data-name="Plot2DGraphOfXAndY"]:enabled').click();
     await page.waitForSelector('.plot[data-drawn=scatter] .point');
-    assert.equal(await page.locator('.plot .point').count(), tested);
+    await becomes(() => page.locator('.plot .point').count(), tested);
     await picture(page, 'knn-scatter');
     await page.locator('#list-SelectedItemZ [role=option]', { hasText: 'Sepal.Width' }).click();
     await page.locator('[data-name="Plot3DGraphOfXYZ"]:enabled').click();
@@ -159,7 +159,7 @@ test('nearest neighbours: from the file to saved predictions and deployment code
     await control(page, 'Cancel').click();
     await page.waitForSelector('.dialog.specification');
     await tab(page, 'Options');
-    assert.equal(await control(page, 'KNearestNeighbors').inputValue(), '3');
+    await becomes(() => control(page, 'KNearestNeighbors').inputValue(), '3');
   }));
 
 test('naive Bayes: custom priors, posteriors, saved predictions and deployment code', () =>
@@ -168,11 +168,14 @@ test('naive Bayes: custom priors, posteriors, saved predictions and deployment c
     await control(page, 'Variables').click();
     await pickVariables(page, [['Species'], ['Petal.Length', 'Petal.Width']]);
     await page.waitForSelector('.variables-pick dd:has-text("Petal.Width")');
-    assert.deepEqual(await page.locator('.variables-pick dl > div').allInnerTexts(), [
-      'Dépendantes catégorielles\nSpecies',
-      'Indépendantes continues\nPetal.Length Petal.Width',
-      'Indépendantes catégorielles\n--',
-    ]);
+    await becomes(
+      () => page.locator('.variables-pick dl > div').allInnerTexts(),
+      [
+        'Dépendantes catégorielles\nSpecies',
+        'Indépendantes continues\nPetal.Length Petal.Width',
+        'Indépendantes catégorielles\n--',
+      ],
+    );
     const group = (caption: string) => page.locator(`fieldset:has(> legend:text-is("${caption}"))`);
     assert.equal(
       await group('Sélectionnez les variables').locator('[data-name=Variables]').count(),
@@ -202,8 +205,8 @@ test('naive Bayes: custom priors, posteriors, saved predictions and deployment c
       await page.keyboard.press('Enter');
     }
     await page.waitForSelector('.note-list td:text-is("0.25")');
-    const priors = await page.locator('.note-list:visible td:nth-child(2)').allTextContents();
-    assert.deepEqual(priors, ['0.25', '0.25', '0.5']);
+    const priors = page.locator('.note-list:visible td:nth-child(2)');
+    await becomes(() => priors.allTextContents(), ['0.25', '0.25', '0.5']);
     await picture(page, 'nb-priors');
 
     // the posterior of a class falls from sure to none along its input
@@ -211,7 +214,7 @@ test('naive Bayes: custom priors, posteriors, saved predictions and deployment c
     await picture(page, 'nb-posterior-tab');
     await control(page, 'PosteriorPlot').click();
     await page.waitForSelector('.plot[data-drawn=line] .legendtext');
-    assert.equal(await page.locator('.plot .scatterlayer .trace').count(), 3);
+    await becomes(() => page.locator('.plot .scatterlayer .trace').count(), 3);
     await picture(page, 'nb-posterior');
     await control(page, 'PosteriorSpreadsheet').click();
     const posteriors = await shownDocument(page, 'Species posterior class distributions');
@@ -250,17 +253,18 @@ test('support vectors: kernel, search grid, model, saved predictions and deploym
     await control(page, 'ClassType1').check();
     await page.waitForSelector('[data-name="CParameter"]:enabled');
     const capacity = control(page, 'CParameter');
-    assert.equal(await capacity.inputValue(), '10.000');
+    await becomes(() => capacity.inputValue(), '10.000');
     await capacity.click();
     await page.keyboard.type('12.5', { delay: 30 });
     await page.waitForTimeout(300); // the server has heard it
     assert.equal(await capacity.inputValue(), '12.5', 'as it is typed');
     await capacity.blur();
-    assert.equal(await capacity.inputValue(), '12.500');
+    await becomes(() => capacity.inputValue(), '12.500');
     await capacity.fill('10');
     await picture(page, 'svm-type');
     await tab(page, 'Noyau');
-    assert.equal(Number(await control(page, 'Gam').inputValue()), 0.25, '1 / number of inputs');
+    const gamma = async () => Number(await control(page, 'Gam').inputValue());
+    await becomes(gamma, 0.25, '1 / number of inputs');
     await control(page, 'PolyKernel').check();
     await page.waitForSelector('[data-name="Degree"]:enabled');
     await control(page, 'RBFKernel').check();
@@ -342,7 +346,7 @@ test('a training that is cancelled leaves the settings; a reload loses nothing',
     await page.waitForSelector('.modal.progress', { state: 'detached' });
     assert.equal(await page.locator('.modal').count(), 0, 'no message');
     await tab(page, 'Sélection du modèle');
-    assert.equal(await control(page, 'MaximumK').inputValue(), '2000');
+    await becomes(() => control(page, 'MaximumK').inputValue(), '2000');
 
     // a question that stands open survives, too
     await tab(page, 'Base');
@@ -409,8 +413,7 @@ test('text from data is never markup', async () => {
     await page.locator('#list-SelectedItemX [role=option]', { hasText: '<script>' }).click();
     await page.locator('[data-name="PlotHistogramsOfX"]:enabled').click();
     await page.waitForSelector('.plot[data-drawn=histogram]');
-    const axis = await page.locator('.plot .xtitle').textContent();
-    assert.equal(axis, name);
+    await becomes(() => page.locator('.plot .xtitle').textContent(), name);
     assert.notEqual(await page.title(), 'broken');
     assert.equal(await page.locator('main b:text-is("0"), main i:text-is("class")').count(), 0);
   };

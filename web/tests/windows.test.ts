@@ -6,6 +6,7 @@ import { after, test } from 'node:test';
 import type { Page } from 'playwright-core';
 import { lookFaults } from './look';
 import {
+  becomes,
   closeBrowser,
   control,
   examples,
@@ -83,12 +84,12 @@ test('penalties: a click on a red cell edits it, elsewhere the hint says which c
     await control(page, 'Cancel').click();
     await page.waitForSelector('.dialog.specification');
     await tab(page, 'Apprentissage');
-    assert.equal(await control(page, 'PenaltyList').inputValue(), '0.5 2.5 ');
+    await becomes(() => control(page, 'PenaltyList').inputValue(), '0.5 2.5 ');
     await control(page, 'OK').click();
     await page.waitForSelector('.cell-table input');
-    assert.equal(await cells.nth(1).inputValue(), '2.5');
-    assert.equal(
-      await hint.innerText(),
+    await becomes(() => cells.nth(1).inputValue(), '2.5');
+    await becomes(
+      () => hint.innerText(),
       'Cliquez sur une cellule de pénalité en surbrillance pour la modifier',
     );
   }));
@@ -105,18 +106,18 @@ test('codes and the sample: marks switch one by one, a label is a code', () =>
     await looksWell(page, 'codes');
     const marks = (list: number) => page.locator(`#codes-${list} [aria-selected=true]`);
     const rows = (list: number) => page.locator(`#codes-${list} [role=option]`);
-    assert.equal(await marks(0).count(), 3);
-    assert.deepEqual(await rows(1).locator('span:nth-child(2)').allInnerTexts(), [
-      ...['2', '4', '5', '6', '7', '8'],
-    ]);
-    await rows(0).nth(1).click(); // Front
-    assert.deepEqual(
-      (await marks(0).allInnerTexts()).map(text => text.replace(/\W+/g, ' ').trim()),
-      ['4WD 1', 'Rear 3'],
+    await becomes(() => marks(0).count(), 3);
+    await becomes(
+      () => rows(1).locator('span:nth-child(2)').allInnerTexts(),
+      [...['2', '4', '5', '6', '7', '8']],
     );
+    await rows(0).nth(1).click(); // Front
+    const marked = async () =>
+      (await marks(0).allInnerTexts()).map(text => text.replace(/\W+/g, ' ').trim());
+    await becomes(marked, ['4WD 1', 'Rear 3']);
     await page.keyboard.press('ArrowDown');
     await page.keyboard.press('Space'); // Rear
-    assert.equal(await marks(0).count(), 1);
+    await becomes(() => marks(0).count(), 1);
     await page.keyboard.press('ArrowUp');
     await page.keyboard.press('ArrowUp');
     await page.keyboard.press('Space'); // 4WD: none is left
@@ -222,11 +223,12 @@ test('variables are dragged into lists, back and between them; two roles are tol
       modifiers: ['Shift'],
     });
     await source('RPM').dragTo(target(2)); // all three that are selected
-    assert.deepEqual(await names(2), ['Horsepower', 'RPM', 'Rev.per.mile']);
+    await becomes(() => names(2), ['Horsepower', 'RPM', 'Rev.per.mile']);
     await target(2).locator('[role=option]', { hasText: 'RPM' }).dragTo(target(0));
-    assert.deepEqual([await names(0), await names(2)], [['RPM'], ['Horsepower', 'Rev.per.mile']]);
+    await becomes(() => names(0), ['RPM']);
+    await becomes(() => names(2), ['Horsepower', 'Rev.per.mile']);
     await target(2).locator('[role=option]').first().dblclick();
-    assert.deepEqual(await names(2), ['Rev.per.mile']);
+    await becomes(() => names(2), ['Rev.per.mile']);
     await source('RPM').dragTo(target(2));
     await page.waitForSelector('.picker [role=status]:has-text("RPM")');
     await looksWell(page, 'picker-two-roles');
@@ -245,11 +247,11 @@ test('a decimal comma is read, and a refused field says what it takes', () =>
     const capacity = control(page, 'CParameter');
     await capacity.fill('');
     await capacity.pressSequentially('2,55');
-    assert.equal(await capacity.inputValue(), '2.55');
+    await becomes(() => capacity.inputValue(), '2.55');
     await page.keyboard.press('ArrowLeft');
     await page.keyboard.press('Backspace');
     await page.keyboard.type('7');
-    assert.equal(await capacity.inputValue(), '2.75', 'the caret stays where it was');
+    await becomes(() => capacity.inputValue(), '2.75', 'the caret stays where it was');
     await capacity.fill('-1');
     await page.keyboard.press('Enter');
     await page.waitForSelector('.modal.message');
@@ -271,7 +273,7 @@ test('a decimal comma is read, and a refused field says what it takes', () =>
       await page.keyboard.press('Enter');
     }
     await page.waitForSelector('.modal', { state: 'detached' });
-    assert.equal(await page.locator('output:visible').innerText(), '3.5 200 "Driver & Passenger"');
+    await becomes(() => page.locator('output:visible').innerText(), '3.5 200 "Driver & Passenger"');
   }));
 
 test('a jump beyond the last case goes to it; names stand beside the numbers of the cases', () =>
@@ -284,7 +286,7 @@ test('a jump beyond the last case goes to it; names stand beside the numbers of 
     const jump = page.locator('.jump input');
     await jump.fill('900');
     await page.keyboard.press('Enter');
-    assert.equal(await jump.inputValue(), '93');
+    await becomes(() => jump.inputValue(), '93');
     await page.waitForSelector('.grid-row:has(.grid-cell.at) .grid-name:has-text("93 Volvo 850")');
     // another variable is looked at in the same case
     await page.locator('#variable-list [role=option]', { hasText: 'Price' }).first().click();

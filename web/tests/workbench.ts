@@ -5,8 +5,12 @@ import { copyFileSync, mkdirSync, mkdtempSync, rmSync, writeFileSync } from 'nod
 import { tmpdir } from 'node:os';
 import { basename, join } from 'node:path';
 import { createInterface } from 'node:readline';
+import { setTimeout as pause } from 'node:timers/promises';
+import { isDeepStrictEqual } from 'node:util';
 import { type Browser, chromium, type Locator, type Page } from 'playwright-core';
 
+/** How long a page is waited for, in milliseconds: a busy machine takes its time. */
+const patience = 15_000;
 const program = process.env.QRVML ?? '../build/release/bin/qrvml';
 /** Where screenshots are put, to be looked at. */
 export const pictures = process.env.QRVML_PICTURES ?? '../build/pictures';
@@ -76,7 +80,7 @@ export async function openPage(
     reducedMotion: 'reduce',
   });
   const page = await context.newPage();
-  page.setDefaultTimeout(15_000);
+  page.setDefaultTimeout(patience);
   const errors: string[] = [];
   page.on('pageerror', error => errors.push(error.message));
   page.on('console', message => {
@@ -107,6 +111,26 @@ export async function onWorkbench(
     await page.context().close();
     await workbench.stop();
   }
+}
+
+/** What is read as soon as it passes; what was read last when nothing does in time. */
+export async function settled<T>(
+  read: () => Promise<T>,
+  passes: (value: T) => boolean,
+): Promise<T> {
+  const end = Date.now() + patience;
+  let value = await read();
+  while (!passes(value) && Date.now() < end) {
+    await pause(50);
+    value = await read();
+  }
+  return value;
+}
+
+/** Asserts that what is read comes to be this: what a page shows follows what was done to it. */
+export async function becomes<T>(read: () => Promise<T>, wanted: T, what?: string): Promise<void> {
+  const value = await settled(read, value => isDeepStrictEqual(value, wanted));
+  assert.deepEqual(value, wanted, what);
 }
 
 /** Accepts the messages that follow each other until no window is left. */

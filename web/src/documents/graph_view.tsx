@@ -32,13 +32,14 @@ export function GraphView({ graph, path }: Props) {
     (inSpace ? spacePlots() : flatPlots())
       .then(async plotly => {
         if (gone) return;
+        let size = { width: element.clientWidth, height: element.clientHeight };
         const colour = (name: string) => getComputedStyle(element).getPropertyValue(name).trim();
         const { traces, layout } = drawingOf(graph, {
           text: colour('--text'),
           grid: colour('--line'),
           background: colour('--panel'),
           dark,
-          aspect: element.clientWidth / Math.max(1, element.clientHeight),
+          aspect: size.width / Math.max(1, size.height),
           font: getComputedStyle(element).fontFamily,
         });
         const drawn = await plotly.newPlot(
@@ -60,7 +61,11 @@ export function GraphView({ graph, path }: Props) {
         legendByKeys(plotly, drawn);
         element.dataset.drawn = graph.type;
         const observer = new ResizeObserver(() => {
-          if (element.clientWidth > 0) plotly.Plots.resize(element);
+          const { clientWidth: width, clientHeight: height } = element;
+          // it is called once at the start as well, and drawing anew takes away what is pointed at
+          if (width === 0 || (width === size.width && height === size.height)) return;
+          size = { width, height };
+          plotly.Plots.resize(element);
         });
         observer.observe(element);
         stop = () => {
