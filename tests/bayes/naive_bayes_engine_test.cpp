@@ -128,6 +128,23 @@ TEST(ClassMoments, OfWeightedValuesAroundTenMillionsAreThoseOfExactArithmetic) {
   EXPECT_NEAR(bayes.learned().condStd(0, 0, 0), variance, 1e-7 * variance);
 }
 
+/// 3 x / 3 is not x for these: a mean that is off by that makes variances of +0.04 and -0.04.
+TEST(ClassMoments, OfEqualValuesAreTheValueAndNoVarianceWhateverTheWeights) {
+  for (const char* besideTheFirst : {"1", "."}) {  // whole rows and rows with gaps
+    const std::string first = std::string(" ") + besideTheFirst + " A 3";
+    NaiveBayesAnalysis bayes(
+        TableFile("x y z c=A,B *weight", {"15000000.2 15000000.3" + first, "1 2 3 B 1",
+                                          "15000000.2 15000000.3 1 A 2", "3 4 5 B 1"}),
+        "c | x y z |", 0);
+    bayes.Put("UseMissingCasesIfPossible", 1);
+    bayes.Train();
+    for (const auto& [k, value] : {std::pair(0, 15000000.2), {1, 15000000.3}, {2, 1.0}}) {
+      EXPECT_EQ(bayes.learned().condMean(0, 0, k), value) << besideTheFirst;
+      EXPECT_EQ(bayes.learned().condStd(0, 0, k), 0) << besideTheFirst;
+    }
+  }
+}
+
 TEST(ClassMoments, CountAWeightAsThatManyCases) {
   NaiveBayesAnalysis bayes(TableFile("x c=A,B *weight", {"2 A 1", "5 B 1.4", "4 A 2.5", "9 A 1.5",
                                                          "7 B 0.6", "100 A 0.4"}),

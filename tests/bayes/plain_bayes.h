@@ -257,7 +257,7 @@ class PlainBayes {
           if (x == kGap) continue;
           validWeight[d][c][k] += w;
           const double delta = x - mean[d][c][k];
-          mean[d][c][k] += w * delta / validWeight[d][c][k];
+          mean[d][c][k] += validWeight[d][c][k] == w ? delta : w * delta / validWeight[d][c][k];
           variance[d][c][k] += w * delta * (x - mean[d][c][k]);
           if (k >= cases_.continuous)
             ++pairs[d][c][k - cases_.continuous][IndexOf(k - cases_.continuous, x)];

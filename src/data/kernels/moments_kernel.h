@@ -42,6 +42,7 @@ struct MomentsKernel {
   /// Takes in the inputs first to last - 1 of all cases in order; first is a multiple of
   /// kMomentLanes. For each class row of a case of weight w, and each input x that is not missing:
   ///   weight += w, d = x - mean, mean += w d / weight, squares += w d (x - mean).
+  /// The first x is the mean as it is: w x / w can differ from it, and all of x is its distance.
   void (*add)(const MomentCases& cases, std::size_t first, std::size_t last, MomentSums sums);
 };
 

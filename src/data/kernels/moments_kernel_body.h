@@ -131,7 +131,7 @@ class Inputs {
 
   void AddCase(const double* values, double w, bool isWhole, std::size_t row) const {
     if (isWhole && even_[row] >= 0 && even_[row] + w < kMostWeight) {
-      AddWhole(values, w, row);
+      even_[row] == 0 ? AddFirst(values, w, row) : AddWhole(values, w, row);
     } else {
       SpreadWeight(row);
       AddValid(values, w, row);
@@ -150,6 +150,10 @@ class Inputs {
     return v / kTogether * step_ + row * kMomentLanes + v % kTogether * kWidth;
   }
 
+  void AddFirst(const double* values, double w, std::size_t row) const {
+    even_[row] = w;
+    for (std::size_t v = 0; v < kVectors; ++v) At(mean_ + Place(row, v)) += Value(values, v);
+  }
   void AddWhole(const double* values, double w, std::size_t row) const {
     even_[row] += w;
     const Divisor divisor(even_[row]);
@@ -169,9 +173,10 @@ class Inputs {
       const Vector x = Value(values, v);
       const auto isValid = x != Load(missing_ + v * kWidth);
       const Vector mean = At(mean_ + at);
+      const auto isFirst = At(weight_ + at) == Vector{};
       const Vector weight = At(weight_ + at) + (isValid ? Spread(w) : Vector{});
       const Vector weighted = w * (x - mean);
-      const Vector moved = mean + weighted / weight;
+      const Vector moved = mean + (isFirst ? x : weighted / weight);
       At(weight_ + at) = weight;
       At(mean_ + at) = isValid ? moved : mean;
       At(squares_ + at) += isValid ? weighted * (x - moved) : Vector{};
