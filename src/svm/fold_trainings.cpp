@@ -45,8 +45,9 @@ class FoldTrainings::Worker {
       targets_[kept] = all.y[t];
       places_[kept++] = std::int32_t(t);
     }
-    // One fold holds all entries out: there is nothing to train on.
-    if (kept == 0) throw NumericFault();
+    if (kept == 0)
+      throw NumericFault{
+          "VValue = 1 holds out all cases and leaves none to train on; take 2 or more"};
     const Point point = search_.pointAt_(task / search_.folds_);
     SVMParameters parameters = search_.parameters_;
     parameters.C = point.C;

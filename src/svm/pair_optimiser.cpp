@@ -453,8 +453,11 @@ OptimisationResult PairOptimiser::Result() {
     sum += Alpha(t) * (G(t) + problem_.b[std::size_t(t)]);
   }
   result.objective = sum / 2;
-  if (!std::isfinite(result.objective) || !std::isfinite(result.rho) || !std::isfinite(result.r)) {
-    throw NumericFault();
+  if (!std::isfinite(result.objective)) throw NumericFault();
+  if (!std::isfinite(result.rho) || !std::isfinite(result.r)) {
+    throw NumericFault{problem_.nu ? "this nu holds all cases of a class at one bound, where the "
+                                     "constants of the model are undefined; take another"
+                                   : ""};
   }
 
   HostArray<double> solution{std::size_t(variables_)};

@@ -137,12 +137,17 @@ bool SVMDialog::OnOK() {
   engine_.ScaleSvmProblem();
   if (!(ReadSettings()      // 125
         && TakePenalties()  // no message box: the penalty list says what is wrong
-        && Train([this](bool silent) { return engine_.TrainSvm(silent); },
-                 engine_.display)))  // texts of the parameter check, 104, 155
+        && TrainModel()))   // texts of the parameter check, 104, 155
     return false;
   TellAboutModel();
   ExitToResults();
   return true;
+}
+
+bool SVMDialog::TrainModel() {
+  if (Train([this](bool silent) { return engine_.TrainSvm(silent); }, engine_.display)) return true;
+  Explain(engine_.faultReason());
+  return false;
 }
 
 void SVMDialog::TellAboutModel() const {

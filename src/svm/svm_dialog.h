@@ -56,6 +56,7 @@ class SVMDialog final : public SpecificationDialog {
   /// The class weights: by the penalty list, or by a person in the penalty dialog.
   bool TakePenalties();
   bool AskForPenalties();
+  bool TrainModel();
   /// What a person should know of the model: the iteration limit ended its training, or it is about
   /// the first of several dependents.
   void TellAboutModel() const;

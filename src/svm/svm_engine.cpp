@@ -141,6 +141,7 @@ void SVMEngine::ShowStatus(std::string_view text) const {
 void SVMEngine::PrepareRun(bool silent) {
   SvmFreeModel(model);
   ReleaseStatistics();
+  faultReason_ = "";
   if (IsClassification()) {
     classVoteShares.Assign(data_.dependentCategories(0).classes().size(), 0.0);
   }
@@ -186,7 +187,8 @@ bool SVMEngine::TrainSvm(bool silent) {
     show(GetResourceString(IsClassification() ? 311 : 312));
   } catch (const Cancelled&) {
     return fail();
-  } catch (const NumericFault&) {
+  } catch (const NumericFault& fault) {
+    faultReason_ = fault.reason;
     fail();
     return Refuse(155);
   } catch (const std::bad_alloc&) {

@@ -70,6 +70,8 @@ class SVMEngine final : public TrainingRowSink {
   /// The training run. False: cancelled (no message), the parameter check's message, 104 or 155;
   /// there is then no model, and C and epsilon are as they were. The problem keeps its order.
   bool TrainSvm(bool silent);
+  /// Which setting the message 155 of the last run is about; empty: none.
+  const char* faultReason() const { return faultReason_; }
   /// Statistics of the training sample and, where the data are split, of the test sample and both.
   /// False as above, and the statistics are freed.
   bool ComputeSvmStatistics();
@@ -152,6 +154,7 @@ class SVMEngine final : public TrainingRowSink {
   bool RegressionStatisticsPass();
 
   AnalysisDataSet& data_;
+  const char* faultReason_ = "";
   HostArray<SVMNode> nodes_;  // entries x (width + 1)
   HostArray<SVMNodeList> lists_;
   HostArray<double> targets_;

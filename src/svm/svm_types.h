@@ -116,7 +116,10 @@ struct SVMSolverState {
   int level = 4;  // newest x86-64 level of the kernels; no result depends on it
 };
 
-/// Thrown where a kernel value, a coefficient or a constant is not finite: message 155.
-struct NumericFault {};
+/// Thrown where a kernel value, a coefficient or a constant is not finite, or a fold has no case to
+/// train on: message 155.
+struct NumericFault {
+  const char* reason = "";  // for a person, where a setting is the cause
+};
 
 }  // namespace qrvml

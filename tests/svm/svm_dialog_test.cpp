@@ -331,6 +331,7 @@ TEST(SvmDialog, GivesTheMessagesOfOkInTheirOrder) {
     Puts puts;  // the last one is typed
     int message;
     const char* text;
+    const char* reason = "";  // where the message does not say it
   } rows[] = {
       {{{"UseSubsetvariable", "1"}, {"Sample.Variable", "x"}, {"Gam", "y"}}, 315, ""},
       {{{"UseRandomSampling", "1"}, {"Gam", "y"}, {"SizeOfTrainingSample", "viel"}}, 296, ""},
@@ -346,7 +347,8 @@ TEST(SvmDialog, GivesTheMessagesOfOkInTheirOrder) {
       {{{"ApplySampling", "0"}, {"CParameter", "0"}}, 125, ""},
       {{{"ApplySampling", "0"}, {"ScaleInputs", "1"}, {"Learning.InputLow", "1"}}, 125, ""},
       {{{"ApplySampling", "0"}, {"CacheSize", "0"}}, 0, "Cache size must be larger than zero."},
-      {{{"ApplySampling", "0"}, {"ClassType2", "1"}, {"NuParameter", "1"}}, 155, ""},
+      {{{"ApplySampling", "0"}, {"ClassType2", "1"}, {"NuParameter", "1"}}, 155, "", "this nu "},
+      {{{"ApplyCrossV", "1"}, {"VValue", "1"}}, 155, "", "VValue = 1 holds out all cases "},
       {{{"ApplySampling", "0"}, {"Learning.InputLow", "1"}}, -1, ""},
       {{{"UseFirstNCases", "1"}, {"NValue", "10"}}, -1, ""},
   };
@@ -362,7 +364,9 @@ TEST(SvmDialog, GivesTheMessagesOfOkInTheirOrder) {
         session.Put(name, text);
       }
     }
-    EXPECT_EQ(session.Accept().Succeeded(), row.message < 0);
+    const AutomationResult result = session.Accept();
+    EXPECT_EQ(result.Succeeded(), row.message < 0);
+    EXPECT_NE(result.text.find(row.reason), std::string::npos) << result.text;
     EXPECT_EQ(session.host.exitStep, row.message < 0 ? 105 : -1);
     ASSERT_EQ(session.host.messages.size(), row.message < 0 ? 0u : 1u);
     if (row.message < 0) continue;
