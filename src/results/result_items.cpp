@@ -89,7 +89,10 @@ std::vector<ResultItem> ResultItems::PlotItems(std::size_t dependent) const {
     items.push_back({ItemKind::accuracy, dependent});
     AddConfidences(dependent, items);
   }
-  if (profile_.inputItems == InputItems::last) addInputs();
+  const bool last =
+      profile_.inputItems == InputItems::last ||
+      (profile_.inputItems == InputItems::lastOfContinuous && IsContinuousDependent(dependent));
+  if (last) addInputs();
   return items;
 }
 

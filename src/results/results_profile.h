@@ -13,7 +13,11 @@ namespace qrvml {
 enum class RowPolicy : std::uint8_t { once, perWeight };
 
 /// Where the inputs stand in the lists of plot items.
-enum class InputItems : std::uint8_t { first, last };
+enum class InputItems : std::uint8_t {
+  first,
+  last,
+  lastOfContinuous,  // a categorical dependent is not offered with inputs
+};
 
 /// Order of the columns of the predictions table when there are several dependents.
 enum class ColumnOrder : std::uint8_t {

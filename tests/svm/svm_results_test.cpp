@@ -467,16 +467,16 @@ TEST(SvmGraphs, OfferItemsByTheirAxisTextsAndCountACaseByItsWeight) {
   EXPECT_EQ(results.session().Text("Plot.Dependent"), "k");
   EXPECT_EQ(results.session().Text("SelectedItemX"),
             "1=\"k (Observées)\" 2=\"k (Prévisions)\" 3=\"k (Précision)\" "
-            "4=\"alpha.k (Confiance)\" 5=\"zeta.k (Confiance)\" 6=x 7=z");
-  results.Put("SelectedItemX", "x");
+            "4=\"alpha.k (Confiance)\" 5=\"zeta.k (Confiance)\"")
+      << "no inputs";
+  results.Put("SelectedItemX", 1);
   results.Put("SelectedItemsY", "\"zeta.k (Confiance)\"");
   const Graph& graph = results.Drawn("Plot2DGraphOfXAndY");
-  EXPECT_EQ(graph.title, "x  vs.  zeta.k (Confiance)(Test) (table)");
-  EXPECT_EQ(graph.series[0].x, (Numbers{3, 3, 2}));
+  EXPECT_EQ(graph.title, "k (Observées)  vs.  zeta.k (Confiance)(Test) (table)");
   EXPECT_EQ(graph.series[0].y, (Numbers{1, 1, 1}));
   const Graph& histogram = results.Drawn("PlotHistogramsOfX");
-  EXPECT_EQ(histogram.title, "Histogramme de x");
-  EXPECT_EQ(histogram.counts.back(), 2) << "the weighted case, in the last bin";
+  EXPECT_EQ(histogram.title, "Histogramme de k (Observées)");
+  EXPECT_EQ(histogram.counts, (Numbers{0, 2, 1})) << "the weighted case of zeta";
 
   Results line(Line(), "y | | x |", 2);
   line.OpenResults();
