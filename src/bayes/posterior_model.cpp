@@ -368,7 +368,9 @@ void PosteriorModel::Conclude(std::size_t d, std::size_t count, const double* no
   const bool anyBad = Kernel().conclude(last - first, products, total, largest, bad);
   for (std::size_t lane = 0; lane < count && anyBad; ++lane) {
     if (bad[lane] == 0 || noPrediction[lane] != 0) continue;
-    scratch.numericFault = scratch.numericFault || std::isnan(total[lane]);
+    // Not the product with the prior: infinity times 0 is settled by the logarithms.
+    for (std::size_t row = first; row < last && !scratch.numericFault; ++row)
+      scratch.numericFault = std::isnan(scratch.sums[row * kPosteriorLanes + lane]);
     largest[lane] = RankByLogarithm(d, lane, scratch.sums.data(), products);
   }
   for (std::size_t lane = 0; lane < count; ++lane) {

@@ -305,8 +305,24 @@ TEST(TwoThousandInputs, StillClassifyACase) {
     for (int k = 0; k < kInputs; ++k) inputs[k] = 50 + (inputs[k] - 50) * spread;
     bayes.engine().ComputePosterior(inputs);
     bayes.ExpectFound(plain.Classify(inputs, {}), 1e-8);
+    EXPECT_FALSE(bayes.engine().numericFault());
   }
-  EXPECT_FALSE(bayes.engine().numericFault());
+}
+
+TEST(APriorOfZero, LeavesNothingOfALikelihoodBeyondEveryNumber) {
+  constexpr int kInputs = 400;
+  PlainCases cases{kInputs, 0, 1, {}, {}, 0, {}};
+  for (int i = 0; i < 4; ++i) {
+    cases.rows.emplace_back(kInputs, 1e-4 * i);
+    cases.rows.back().push_back(1 + i / 2);
+  }
+  NaiveBayesAnalysis bayes(cases, {});
+  bayes.Train();
+  EXPECT_TRUE(bayes.engine().SetCustomPriors(0, std::vector{0.0, 1.0}));
+  bayes.engine().ComputePosterior(std::vector(kInputs, 1e-4));
+  EXPECT_EQ(bayes.engine().posterior[0][0], 0);
+  EXPECT_EQ(bayes.engine().posterior[0][1], 1);
+  EXPECT_FALSE(bayes.engine().numericFault()) << "the posteriors are numbers";
 }
 
 TEST(ACaseThatNoClassCanHave, TakesThePriors) {
