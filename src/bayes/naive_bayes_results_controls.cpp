@@ -33,11 +33,12 @@ constexpr auto hasCustomPriors = When<Dialog>(
 
 /// A button that the automation interface lacks.
 template <class Act>
-Control Button(std::string_view name, std::string_view label, Act act, Rule enabled = nullptr) {
+Control Button(std::string_view name, std::string_view label, std::string_view tab, Act act,
+               Rule enabled = nullptr) {
   return {.name = name,
           .kind = ControlKind::button,
           .label = label,
-          .tab = kPriorTab,
+          .tab = tab,
           .enabled = enabled,
           .bind = {.press = Of::Press(act)}};
 }
@@ -173,17 +174,19 @@ std::vector<Control> MakeTable() {
       .beforeTypedCases = PriorRows(),
       .afterTypedCases = PosteriorRows(),
       .last = {Button(
-                   "Priors.Select", "Sé&lectionner",
+                   "Priors.Select", "Sé&lectionner", kPriorTab,
                    [](Dialog& d) { return d.EnterCustomPriors(); }, hasCustomPriors),
                Note<Dialog>("Priors.List", {}, kPriorTab,
                             [](const Dialog& d) { return d.PriorList(); }),
-               Button("Priors.DescriptiveStat", "Statistiques descripti&ves",
+               Button("Priors.DescriptiveStat", "Statistiques descripti&ves", kPriorTab,
                       [](Dialog& d) { return d.ShowStatistics(); }),
                Button(
-                   "Priors.PrintPredictions", "P&révisions",
+                   "Priors.PrintPredictions", "P&révisions", kPriorTab,
                    [](Dialog& d) { return d.ShowPredictions(); }, hasColumns),
                Note<Dialog>("Posterior.List", {}, kPosteriorTab,
-                            [](const Dialog& d) { return d.FixedInputList(); })},
+                            [](const Dialog& d) { return d.FixedInputList(); }),
+               Button("Main.Summary", "&Synthèse", {},
+                      [](Dialog& d) { return d.ShowModelSummary(); })},
   });
 }
 

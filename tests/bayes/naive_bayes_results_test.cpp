@@ -125,6 +125,7 @@ TEST(NaiveBayesResults, SummariseTheModel) {
             (Texts{"Nbre de vars indépendantes", "Number of dependents", "Seuil a priori"}));
   EXPECT_EQ(summary.columns[0].first, "Valeur");
   EXPECT_EQ(summary.columns[0].texts, (Texts{"3", "1", "0.000100"}));
+  EXPECT_EQ(results.Table("Main.Summary").title, "Synthèse du modèle,  ") << "beside the tabs";
 
   const Spreadsheet& model = results.Table("Model");
   EXPECT_EQ(model.title, "Spécif. du modèle,  g");
@@ -224,9 +225,10 @@ TEST(NaiveBayesResults, GiveNoOutputWhileTheThresholdIsRefused) {
   results.Put("SelectedItemZ", "3");
   for (const char* wrong : {"-0.001", "1.001"}) {
     results.Put("Threshold", wrong);
-    for (const char* action : {"Summary", "DescriptiveStat", "PrintPredictions", "Histograms",
-                               "PlotHistogramsOfX", "Plot2DGraphOfXAndY", "Plot3DGraphOfXYZ",
-                               "Priors.PrintPredictions", "Priors.DescriptiveStat"}) {
+    for (const char* action :
+         {"Summary", "DescriptiveStat", "PrintPredictions", "Histograms", "PlotHistogramsOfX",
+          "Plot2DGraphOfXAndY", "Plot3DGraphOfXYZ", "Priors.PrintPredictions",
+          "Priors.DescriptiveStat", "Main.Summary"}) {
       EXPECT_FALSE(results.Press(action).Succeeded()) << action;
       EXPECT_EQ(results.host.messages,
                 (std::vector<Message>{{0, "Threshold must lay between 0 and 1."}}));

@@ -210,6 +210,7 @@ TEST_F(Macro, EveryControlOfNaiveBayesIsReplayed) {
        "UseCustomPrior=1,ResultsValues=\"0.5 0.3 0.2\",press:Priors.Select,DescriptiveStat"},
       {"Priors.DescriptiveStat", "UseEqualPrior=1,press:Priors.DescriptiveStat"},
       {"Priors.PrintPredictions", "UseEqualPrior=1,press:Priors.PrintPredictions"},
+      {"Main.Summary", "press:Main.Summary"},
       {"Threshold", "Threshold=0.125,DescriptiveStat"},
       {"CustomPredictions", "CustomPredictions=\"1.5 2 u\",PrintCustomPredictions"},
       {"OutputForPosteriorPlot", "OutputForPosteriorPlot=2,PosteriorSpreadsheet"},

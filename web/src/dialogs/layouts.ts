@@ -175,7 +175,7 @@ export const layouts: Record<string, Layout> = {
   MachineLearningResultsNB: {
     focus: 'Summary',
     main: 'above',
-    mainParts: [subsets],
+    mainParts: [{ line: [subsets, 'Main.Summary'] }],
     tabs: {
       Base: [{ buttons: ['Summary', 'Model', 'DescriptiveStat'] }, predictions(), save],
       Tracés: plots('SelectOutputForPlotting'),
