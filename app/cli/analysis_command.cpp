@@ -48,12 +48,18 @@ bool ChooseKind(AnalysisSession& session, const AnalysisCommand& kind, std::stri
   return false;
 }
 
+/// What the steps of a results dialog can name.
+std::vector<std::string> StepNames(std::span<const Control> controls) {
+  std::vector<std::string> names(std::begin(kAnswerNames), std::end(kAnswerNames));
+  for (const Control& control : controls) names.emplace_back(control.name);
+  return names;
+}
+
 /// Names of steps that the results dialog cannot have, before anything runs.
 bool CheckSteps(const std::vector<Step>& steps, std::span<const Control> controls,
                 std::string& error) {
   if (controls.empty()) return true;
-  std::vector<std::string> names(std::begin(kAnswerNames), std::end(kAnswerNames));
-  for (const Control& control : controls) names.emplace_back(control.name);
+  const std::vector<std::string> names = StepNames(controls);
   for (const Step& step : steps) {
     if (std::ranges::find(names, step.name) != names.end()) continue;
     error = "--do \"" + step.text + "\": there is no " + step.name + DidYouMean(step.name, names);
@@ -137,6 +143,20 @@ class AnalysisRun {
   DialogCalls calls_;
 };
 
+/// Of an option that is none, but a step: where it belongs.
+std::string StepMeant(std::span<const std::string> arguments, std::span<const Control> options,
+                      std::span<const Control> results) {
+  const std::vector<std::string> steps = StepNames(results);
+  for (const std::string& argument : arguments) {
+    if (!argument.starts_with("--")) continue;
+    const std::string name = argument.substr(2, argument.find('=') - 2);
+    const auto isNamed = [&name](const Control& control) { return control.name == name; };
+    if (std::ranges::none_of(options, isNamed) && std::ranges::find(steps, name) != steps.end())
+      return "; " + name + " is a step of the results dialog: --do " + name;
+  }
+  return "";
+}
+
 }  // namespace
 
 const AnalysisCommand* FindAnalysisCommand(std::string_view command) {
@@ -183,6 +203,7 @@ int RunAnalysisCommand(const AnalysisCommand& kind, std::span<const std::string>
     return kExitDone;
   }
   if (outcome == ParseOutcome::wrong || !CheckSteps(options.steps, results, text)) {
+    text += StepMeant(arguments, specification->Controls(), results);
     Complain(text + " (qrvml " + (task == nullptr ? "" : task->command + ' ') + kind.command +
              " --help lists the options)");
     return kExitWrongUsage;

@@ -43,6 +43,7 @@ TEST_F(Shell, WrongUsageEndsWithTwoSaysWhyAndWritesNothing) {
        "did you mean --KNearestNeighbors?"},
       {{"knn", iris, "--KNearestNeighbors", "three", "--out", out}, "takes a number"},
       {{"knn", iris, "--Euclidean=2", "--out", out}, "takes 0 or 1"},
+      {{"knn", iris, "--IncludeInputs=1", "--out", out}, "a step of the results dialog: --do"},
       {{"knn", iris, "--do", "Summary,,Model", "--out", out}, "a step is Action"},
       {{"knn", iris, "--format", "pdf", "--out", out}, "\"pdf\" is not available"},
       {{"knn", iris, "--threads", "0", "--out", out}, "--threads"},
