@@ -173,8 +173,10 @@ void AnalysisThread::Replay(const std::string& macro) {
   replay.changeData = [this](const OpenOptions& before, const OpenOptions& now,
                              std::string& failure) { return ChangeData(before, now, failure); };
   std::string error;
-  if (!replay.Run(macro, error) && !error.empty())
-    host_.messages.DspMessageBox(BoxType::information, 0, error);
+  progress_.ShowMacro(true);
+  const bool done = replay.Run(macro, error);
+  progress_.ShowMacro(false);
+  if (!done && !error.empty()) host_.messages.DspMessageBox(BoxType::information, 0, error);
   replays_ = false;
   TakeMacro();
   TellNewDialog();

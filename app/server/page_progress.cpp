@@ -53,13 +53,20 @@ void PageProgress::DestroyIterDisplay(bool) {
   Show(true);
 }
 
+void PageProgress::ShowMacro(bool runs) {
+  macro_ = runs;
+  Show(true);
+}
+
 void PageProgress::Show(bool now) {
   const auto time = Clock::now();
   if (!now && time - lastShown_ < kInterval) return;
   Json progress = nullptr;
-  if (training_ || count_ > 0) {
+  if (training_ || macro_ || count_ > 0) {
     const int read = casesRead ? std::clamp(casesRead(), 0, count_) : 0;
-    progress = {{"title", training_ ? "Apprentissage en cours..." : ""},
+    progress = {{"title", training_ ? "Apprentissage en cours..."
+                          : macro_  ? "Exécution de la macro..."
+                                    : ""},
                 {"lines", Json::array({lines_[0], lines_[1]})},
                 {"pass", passText_},
                 {"percent", nullptr},

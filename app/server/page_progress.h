@@ -25,6 +25,9 @@ class PageProgress final : public ProgressServices {
   void ShowIterText(int line, std::string_view text) override;
   void DestroyIterDisplay(bool cancelled) override;
 
+  /// A macro runs, silently as far as the module goes: that is shown until it is through.
+  void ShowMacro(bool runs);
+
   /// How many cases of a pass have been read.
   std::function<int()> casesRead;
   /// Called when a pass or a training begins.
@@ -38,7 +41,7 @@ class PageProgress final : public ProgressServices {
   AnalysisPublisher& publisher_;
   const std::atomic<bool>& cancel_;
   int count_ = 0, readBefore_ = 0;  // of the pass; count 0: none runs
-  bool training_ = false;
+  bool training_ = false, macro_ = false;
   std::string passText_, lines_[2];
   Json shown_ = nullptr;
   Clock::time_point lastShown_{};

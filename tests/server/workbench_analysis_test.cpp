@@ -227,15 +227,7 @@ TEST_F(WorkbenchAnalyses, WhatIsNoCallIsRefusedAndHarmsNothing) {
 }
 
 TEST_F(WorkbenchAnalyses, ATrainingIsCancelledWithoutAMessage) {
-  std::string table = "y,x1,x2,x3,x4\n";
-  std::uint32_t state = 7;
-  for (int row = 0; row < 12000; ++row) {
-    for (int v = 0; v < 5; ++v) {
-      state = state * 1664525u + 1013904223u;
-      table += std::to_string(state >> 12) + (v < 4 ? "," : "\n");
-    }
-  }
-  const int file = OpenFile("large.csv", table);
+  const int file = OpenFile("large.csv", test::NoiseTable(12000));
   const int quiet = OpenAnalysis(file);
   OpenAnalysis(file);
   Set("Variables", "1 | | 2-5 |");

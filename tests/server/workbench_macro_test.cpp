@@ -68,6 +68,28 @@ TEST_F(WorkbenchMacros, AnotherFileGetsTheSameTreatmentAlsoAfterStepsBack) {
   EXPECT_EQ(client_->Send("POST", At("/rerun"), "{}").status, 422);
 }
 
+TEST_F(WorkbenchMacros, AMacroShowsThatItRunsAndIsCancelled) {
+  OpenAnalysis(OpenFile("few.csv", test::NoiseTable(60)));
+  Set("Variables", "1 | | 2-5 |");
+  Set("ApplyCrossV", 1);
+  Type("VValue", "20");
+  Type("MaximumK", "30");
+  OK();
+  ASSERT_EQ(UntilIdle()["dialog"]["level"], "results");
+  Press("DescriptiveStat");
+  const int large = OpenFile("large.csv", test::NoiseTable(12000));
+  analysis_ = client_->Post(At("/rerun"), {{"file", large}})["analysis"];
+  const Json shown = Until([](const Json& now) { return now["progress"].is_object(); });
+  EXPECT_EQ(shown["busy"], true);
+  EXPECT_EQ(shown["progress"]["title"], "Exécution de la macro...");
+  client_->Post(At("/cancel"), Json::object());
+  const Json after = UntilIdle();
+  EXPECT_EQ(after["progress"], nullptr);
+  EXPECT_EQ(after["dialog"]["level"], "specification");
+  EXPECT_EQ(after["documents"].size(), 0u);
+  EXPECT_EQ(after["messages"].size(), 0u);
+}
+
 TEST_F(WorkbenchMacros, WhatIsDoneUnrecordedLeavesNoOutputInTheMacro) {
   Train();
   const std::string before = Macro();

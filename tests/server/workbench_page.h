@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -14,6 +15,19 @@
 #include "server/web_client.h"
 
 namespace qrvml::test {
+
+/// y and x1 to x4, all by chance; 12,000 cases are enough to train for a while.
+inline std::string NoiseTable(int cases) {
+  std::string table = "y,x1,x2,x3,x4\n";
+  std::uint32_t state = 7;
+  for (int row = 0; row < cases; ++row) {
+    for (int v = 0; v < 5; ++v) {
+      state = state * 1664525u + 1013904223u;
+      table += std::to_string(state >> 12) + (v < 4 ? "," : "\n");
+    }
+  }
+  return table;
+}
 
 class WorkbenchPage : public ::testing::Test {
  protected:

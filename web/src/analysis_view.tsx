@@ -10,7 +10,7 @@ import { Requests } from './modals/requests';
 import type { Analysis } from './protocol';
 import { findFile, page, say, postInTurn } from './store';
 import { Modal } from './widgets/modal';
-import { word } from './words';
+import { caption, word } from './words';
 
 const progressDelay = 250; // milliseconds
 
@@ -83,7 +83,9 @@ function FileLine({ analysis }: { analysis: Analysis }) {
   const file = findFile(analysis.file);
   return (
     <>
-      <span class="dim">{file?.name}</span>
+      <span class="dim one-line" title={file?.name}>
+        {file?.name}
+      </span>
       <span class="spring" />
       {analysis.canUndo && (
         <button type="button" class="quiet" onClick={() => void postInTurn(analysis, 'undo')}>
@@ -119,7 +121,7 @@ function ProgressWindow({ analysis }: { analysis: Analysis }) {
   };
   return (
     <Modal
-      title={title || word('running')}
+      title={title ? caption(title) : word('running')}
       class="progress"
       onEscape={cancel}
       buttons={
@@ -131,7 +133,7 @@ function ProgressWindow({ analysis }: { analysis: Analysis }) {
       <progress
         max={100}
         {...(percent === null ? {} : { value: percent })}
-        aria-label={title || word('running')}
+        aria-label={title ? caption(title) : word('running')}
       />
       <div class="progress-lines" aria-live="polite">
         <p>{pass || lines[0] || ' '}</p>

@@ -105,7 +105,7 @@ function FileChoice(props: { own: number; accept: (file: FileInfo) => void; canc
         render={row => (
           <span class="file-row">
             <span class="icon data" aria-hidden="true" />
-            <span>{files[row]?.name}</span>
+            <span class="one-line">{files[row]?.name}</span>
             <span class="dim">
               {counted(files[row]?.cases ?? 0)} × {counted(files[row]?.variables ?? 0)}
             </span>

@@ -4,6 +4,7 @@ import { page } from './store';
 
 const words = {
   open: ['Ouvrir…', 'Open…'],
+  numbered: ['n° {0}', 'no. {0}'],
   openData: ['Ouvrir un fichier de données', 'Open a data file'],
   data: ['Données', 'Data'],
   analyses: ['Analyses', 'Analyses'],
@@ -142,6 +143,9 @@ const words = {
   decimal: ['Décimale', 'Decimal sign'],
   encoding: ['Encodage', 'Encoding'],
   automatic: ['automatique', 'automatic'],
+  bytes: ['{0} o', '{0} B'],
+  kilobytes: ['{0} ko', '{0} kB'],
+  megabytes: ['{0} Mo', '{0} MB'],
 } as const satisfies Record<string, readonly [string, string]>;
 
 export type Word = keyof typeof words;
@@ -166,9 +170,19 @@ export function methodName(kind: string): string {
   return methods[kind]?.[page.language === 'en' ? 1 : 0] ?? kind;
 }
 
-/** A whole number with its thousands apart. */
-export function counted(value: number): string {
-  return value.toLocaleString(page.language === 'en' ? 'en-GB' : 'fr-FR');
+/** A number with its thousands apart. */
+export function counted(value: number, decimals = 0): string {
+  return value.toLocaleString(page.language === 'en' ? 'en-GB' : 'fr-FR', {
+    minimumFractionDigits: decimals,
+    maximumFractionDigits: decimals,
+  });
+}
+
+export function fileSize(bytes: number): string {
+  if (bytes < 1e3) return word('bytes', bytes);
+  return bytes < 1e6
+    ? word('kilobytes', counted(bytes / 1e3, 1))
+    : word('megabytes', counted(bytes / 1e6, 1));
 }
 
 // One is singular; none is so in French alone.

@@ -55,6 +55,12 @@ function nameOf(analysis: Analysis): string {
   );
 }
 
+/** What tells an analysis from the others of its method; empty while there are none. */
+function numberOf({ analysis: id, kind }: Analysis): string {
+  const others = page.state?.analyses.some(one => one.kind === kind && one.analysis !== id);
+  return others ? word('numbered', id) : '';
+}
+
 /** The rows of the tree; `close` is asked to close an analysis. */
 function rowsOf({ state, shown }: Page, close: (analysis: Analysis) => void): Row[] {
   const rows: Row[] = [];
@@ -66,7 +72,8 @@ function rowsOf({ state, shown }: Page, close: (analysis: Analysis) => void): Ro
       level: 2,
       icon: 'analysis',
       text: nameOf(analysis),
-      note: stateOf(analysis),
+      // the name may be cut off, the note is not
+      note: [numberOf(analysis), stateOf(analysis)].filter(Boolean).join(' · '),
       current: isShown && analysis.documents.length === 0 && page.beside[id] === undefined,
       open: () => show({ view: 'analysis', analysis: id }),
       close: () => close(analysis),
@@ -110,7 +117,7 @@ function CloseQuestion(props: { analysis: Analysis; accept: () => void; cancel: 
   const { analysis } = props;
   return (
     <Modal
-      title={word('closeAnalysis', nameOf(analysis))}
+      title={word('closeAnalysis', `${nameOf(analysis)} ${numberOf(analysis)}`.trim())}
       class="message"
       role="alertdialog"
       describedBy="close-question"

@@ -92,6 +92,8 @@ test('a macro is switched off and on, and done on another file', () =>
     const tested = counts.flatMap(row => row.slice(1).map(Number)).reduce((sum, n) => sum + n, 0);
     assert.equal(tested, 10, 'of 120 cases the first 110 are prototypes');
     await becomes(() => page.locator('[role=treeitem].level-1').count(), 2);
+    const notes = () => page.locator('[role=treeitem].level-2 .tree-note').allInnerTexts();
+    await becomes(notes, ['n° 1', 'n° 2'], 'two of one method are told apart');
   }));
 
 test('closing an analysis asks when documents would be lost; the keys stay in the tree', () =>

@@ -22,14 +22,18 @@ export async function axeFaults(page: Page, within?: string): Promise<string[]> 
 export function misfits(page: Page): Promise<string[]> {
   return page.evaluate(() => {
     const open = [...document.querySelectorAll<HTMLElement>('dialog[open]')].at(-1);
-    const root = open ?? document.querySelector<HTMLElement>('.dialog-place');
+    const place = document.querySelector<HTMLElement>('.dialog-place, .data-view');
+    const root = open ?? place;
     if (!root) return ['no dialog'];
     const found: string[] = [];
     const name = (e: Element) => `${e.className || e.tagName}: ${e.textContent?.slice(0, 60)}`;
     const box = root.getBoundingClientRect();
     if (box.bottom > innerHeight || box.right > innerWidth) found.push(`outside: ${name(root)}`);
-    const mayScroll = '.list-box, .note-list, .entry-scroll, .summary, .chips, .code-lists, select';
-    const mayHide = 'output, dd, .off-screen, .list-box *, .tree *, td, th, select, option';
+    const mayScroll =
+      '.list-box, .note-list, .entry-scroll, .summary, .chips, .code-lists, .grid, select, ' +
+      '.variable-panel';
+    const mayHide =
+      'output, dd, .off-screen, .list-box *, .tree *, td, th, select, option, .one-line';
     for (const element of [root, ...root.querySelectorAll<HTMLElement>('*')]) {
       if (!element.checkVisibility({ visibilityProperty: true })) continue;
       const { overflowX, overflowY } = getComputedStyle(element);
@@ -41,6 +45,10 @@ export function misfits(page: Page): Promise<string[]> {
       const isText = element.matches('button, label, .check, legend, p, h1, h2');
       if (isText && wide && element.clientWidth > 0 && !element.matches(mayHide))
         found.push(`cut off: ${name(element)}`);
+      // what nobody can scroll to
+      const isInside = element.getBoundingClientRect().right <= box.right + 1;
+      if (!isInside && !element.closest('.note-list, .code-lists, .summary, .grid, .off-screen'))
+        found.push(`leaves its place: ${name(element)}`);
     }
     // fields that lie over the label before them
     for (const label of root.querySelectorAll<HTMLElement>('.field > label, .check > span')) {

@@ -4,11 +4,14 @@ import { after, test } from 'node:test';
 import type { Page } from 'playwright-core';
 import { axeFaults, lookFaults } from './look';
 import {
+  becomes,
   closeBrowser,
   control,
   examples,
+  onWorkbench,
   openPage,
   pickVariables,
+  press,
   sheetRows,
   shownDocument,
   startMethod,
@@ -34,6 +37,52 @@ async function tabFaults(page: Page, what: string): Promise<string[]> {
   }
   return faults;
 }
+
+test('long names and labels leave room for what stands beside them', async () => {
+  const name = 'une_variable_dont_le_nom_ne_tient_dans_aucune_colonne_ni_aucune_liste';
+  const label = 'un libellé de catégorie dont la longueur dépasse tout ce qui est prévu';
+  const rows = Array.from(
+    { length: 200 },
+    (_, i) => `,${i % 17},${i % 3 ? label : 'b'},c${i % 50}`,
+  );
+  const body = async ({ page }: { page: Page }) => {
+    await page.waitForSelector('.variable-panel .facts');
+    await becomes(() => page.locator('.facts dd').nth(4).innerText(), '–', 'no minimum');
+    const faults = await lookFaults(page, 'data');
+    await startMethod(page, 'nb');
+    await control(page, 'Variables').click();
+    await pickVariables(page, [['classe'], ['une_variable'], ['lettre']]);
+    await page.waitForSelector('.variables-pick dd:has-text("classe")');
+    faults.push(...(await tabFaults(page, 'settings')));
+    const kinds = page.locator('.note-list:visible th', { hasText: 'Distribution' });
+    await tab(page, 'Distributions');
+    const list = await page.locator('.note-list:visible').boundingBox();
+    const column = await kinds.boundingBox();
+    assert.ok(
+      list && column && column.x + 40 < list.x + list.width,
+      'the distribution is in sight',
+    );
+    await control(page, 'OK').click();
+    await page.waitForSelector('.dialog.results');
+    faults.push(...(await tabFaults(page, 'results')));
+    await tab(page, 'Distrib. a posteriori');
+    await press(page, 'PosteriorPlot');
+    await page.waitForSelector('.plot[data-drawn=line] .legendtext');
+    const height = (selector: string) =>
+      page.locator(selector).evaluate(element => element.getBoundingClientRect().height);
+    assert.ok((await height('.plot .nsewdrag')) > 0.5 * (await height('.plot')), '50 classes');
+    await tab(page, 'Prévisions perso.');
+    await press(page, 'CustomPredictions');
+    await page.waitForSelector('.modal.entry input:focus');
+    faults.push(...(await lookFaults(page, 'entry', '.modal')));
+    const field = await page.locator('.modal.entry input').first().boundingBox();
+    assert.ok(field && field.width > 120, 'there is room to type');
+    assert.deepEqual(faults, []);
+  };
+  const file =
+    'Un_fichier_dont_le_nom_est_plus_long_que_la_page_n’en_a_la_place_à_côté_du_reste.csv';
+  await onWorkbench(file, body, `vide${name.slice(3)},${name},lettre,classe\n${rows.join('\n')}\n`);
+});
 
 for (const language of ['fr', 'en'])
   test(`every tab of every dialog fits and has no fault that axe knows (${language})`, async () => {

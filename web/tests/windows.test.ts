@@ -173,6 +173,7 @@ test('a file is uploaded by its button or by dropping it, and a defective one sa
     const text = 'a;b\n' + Array.from({ length: 30 }, (_, i) => `${i};${i % 3},5`).join('\n');
     await page.click('header button:has-text("Ouvrir")');
     await page.waitForSelector('.open-window [role=option]');
+    assert.match(await page.locator('.open-window [role=option] .dim').innerText(), /^\d+,\d ko$/);
     await looksWell(page, 'open');
     const choosing = page.waitForEvent('filechooser');
     await page.locator('.open-window button', { hasText: 'Depuis cet ordinateur' }).click();

@@ -157,7 +157,9 @@ export function DataView({ file }: { file: FileInfo }) {
   return (
     <div class="data-view">
       <header>
-        <h1>{file.name}</h1>
+        <h1 class="one-line" title={file.name}>
+          {file.name}
+        </h1>
         <span class="dim">
           {caseCount(file.cases)} × {variableCount(file.variables)}
         </span>

@@ -5,7 +5,7 @@ import type { Entry, FileInfo } from '../protocol';
 import { usePage } from '../store';
 import { ListBox } from '../widgets/list_box';
 import { Modal } from '../widgets/modal';
-import { word } from '../words';
+import { fileSize, word } from '../words';
 import { Readings, stopReading } from './readings';
 
 interface Place {
@@ -79,12 +79,6 @@ export function OpenWindow(props: { opened: (file: FileInfo) => void; cancel: ()
     if (busy && reading) stopReading(reading);
     else props.cancel();
   };
-  const size = (bytes: number) =>
-    bytes < 1e3
-      ? `${bytes} B`
-      : bytes < 1e6
-        ? `${(bytes / 1e3).toFixed(1)} kB`
-        : `${(bytes / 1e6).toFixed(1)} MB`;
   const option = (name: keyof typeof noOptions, label: string, values: [string, string][]) => (
     <label>
       {label}
@@ -163,8 +157,10 @@ export function OpenWindow(props: { opened: (file: FileInfo) => void; cancel: ()
             entry && (
               <span class="file-row">
                 <span class={`icon ${entry.directory ? 'folder' : 'file'}`} aria-hidden="true" />
-                <span>{entry.name === '..' ? word('parent') : entry.name}</span>
-                <span class="dim">{entry.directory ? '' : size(entry.size)}</span>
+                <span class="one-line" title={entry.name}>
+                  {entry.name === '..' ? word('parent') : entry.name}
+                </span>
+                <span class="dim">{entry.directory ? '' : fileSize(entry.size)}</span>
               </span>
             )
           );

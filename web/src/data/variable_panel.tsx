@@ -15,6 +15,7 @@ interface Props {
 }
 
 const mostCategories = 12;
+const fact = (value: number | null | undefined) => shortNumber(value) || '–';
 
 export function VariablePanel({ file, variable, variables, onSelect }: Props) {
   const detail = useDetail(file, variable.number);
@@ -34,10 +35,10 @@ export function VariablePanel({ file, variable, variables, onSelect }: Props) {
   ];
   if (!variable.categorical)
     facts.push(
-      ['minimum', shortNumber(detail?.minimum)],
-      ['maximum', shortNumber(detail?.maximum)],
-      ['mean', shortNumber(detail?.mean)],
-      ['deviation', shortNumber(detail?.deviation)],
+      ['minimum', fact(detail?.minimum)],
+      ['maximum', fact(detail?.maximum)],
+      ['mean', fact(detail?.mean)],
+      ['deviation', fact(detail?.deviation)],
     );
   return (
     <aside class="variable-panel" aria-label={word('details')}>

@@ -416,7 +416,7 @@ export function Note({ control, rows }: { control: Control; rows?: number }) {
         <thead>
           <tr>
             {table[0]?.map((cell, j) => (
-              <th key={j} scope="col" class={numeric(j)}>
+              <th key={j} scope="col" class={numeric(j)} title={cell}>
                 {translate(cell, page.language)}
               </th>
             ))}
@@ -426,7 +426,7 @@ export function Note({ control, rows }: { control: Control; rows?: number }) {
           {table.slice(1).map((cells, i) => (
             <tr key={i}>
               {cells.map((cell, j) => (
-                <td key={j} class={numeric(j)}>
+                <td key={j} class={numeric(j)} title={cell}>
                   {cell}
                 </td>
               ))}

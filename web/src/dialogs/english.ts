@@ -17,6 +17,7 @@ export const english: Record<string, string> = {
   'K Plus Proches Voisins': 'K Nearest Neighbours',
   'Réseaux Bayésiens Naïfs': 'Naive Bayes',
   'Apprentissage en cours...': 'Training…',
+  'Exécution de la macro...': 'Running the macro…',
 
   // what every specification has
   'Traitement des V&M': '&Missing data',

@@ -243,7 +243,8 @@ export function drawingOf(graph: Graph, look: Look): Drawing {
         bordercolor: look.text,
         font: { color: look.text, family: look.font },
       },
-      legend: { orientation: 'h', x: 0, y: 1.01, yanchor: 'bottom' },
+      // a long one scrolls: the graph itself keeps the place
+      legend: { orientation: 'h', x: 0, y: 1.01, yanchor: 'bottom', maxheight: 0.25 },
       ...layout,
     },
   };

@@ -61,7 +61,9 @@ function EntryWindow(props: EntryProps) {
           <tbody>
             {props.rows.map((name, row) => (
               <tr key={row}>
-                <th scope="row">{name.trim()}</th>
+                <th scope="row" title={name.trim()}>
+                  {name.trim()}
+                </th>
                 <td>
                   <input
                     id={`entry-${row}`}
