@@ -102,7 +102,7 @@ class FileShelf::ShownReading {
 };
 
 bool FileShelf::ReadShown(ShelfFile& file, const std::function<bool()>& isWanted,
-                          std::string& error) {
+                          const std::function<bool()>& keep, std::string& error) {
   ShownReading shown(*this, file.name);
   std::unique_lock reading(reading_, std::defer_lock);
   while (!shown.watch().ShallEnd() && !reading.try_lock_for(kInterval)) {
@@ -111,21 +111,25 @@ bool FileShelf::ReadShown(ShelfFile& file, const std::function<bool()>& isWanted
   file.options.watch = &shown.watch();
   const bool read = reading.owns_lock() && Read(file, error);
   file.options.watch = nullptr;
-  if (shown.watch().ShallEnd()) error = kCancelled;
-  return read && !shown.watch().ShallEnd();
+  if (!shown.watch().ShallEnd()) return read && keep();
+  error = kCancelled;
+  return false;
 }
 
 FileShelf::Ref FileShelf::Open(ShelfFile file, std::string& error) {
-  if (!ReadShown(
-          file, [] { return true; }, error))
-    return nullptr;
-  {
-    const std::lock_guard lock(mutex_);
-    file.id = ++last_;
-  }
-  const int id = file.id;
-  Put(std::move(file));
-  return Find(id);
+  int id = 0;
+  const auto keep = [&] {
+    {
+      const std::lock_guard lock(mutex_);
+      file.id = id = ++last_;
+    }
+    Put(std::move(file));
+    return true;
+  };
+  return ReadShown(
+             file, [] { return true; }, keep, error)
+             ? Find(id)
+             : nullptr;
 }
 
 bool FileShelf::CancelReading(int reading) {
@@ -197,28 +201,41 @@ bool FileShelf::Refresh(int id, std::string& error) {
   if (file == nullptr) return true;
   const auto now = FileState::Of(file->options.path);
   if (!now || now == file->state) return true;
-  ShelfFile changed;
-  changed.name = file->name;
-  std::unique_lock changing(changing_, std::defer_lock);
+  ShelfFile fresh;
+  fresh.name = file->name;
   // Another thread may have read it while this one waited, or closed it.
   const auto isWanted = [&] {
-    changing.lock();
     const Ref current = Find(id);
     if (current == nullptr || current->state == now) return false;
-    changed = *current;
+    fresh = *current;
     return true;
   };
-  if (!ReadShown(changed, isWanted, error)) {
-    error = changed.name + " has changed since it was opened and " +
-            (error == kCancelled
-                 ? "its reading was cancelled, the data in memory stay as they were"
-                 : "cannot be read again, the data in memory stay as they were. " + error);
-    return false;
+  if (ReadShown(
+          fresh, isWanted, [&] { return Replace(std::move(fresh), error); }, error))
+    return true;
+  error = file->name + " has changed since it was opened and " +
+          (error == kCancelled
+               ? "its reading was cancelled, the data in memory stay as they were"
+               : "cannot be read again, the data in memory stay as they were. " + error);
+  return false;
+}
+
+bool FileShelf::Replace(ShelfFile&& fresh, std::string& error) {
+  const std::lock_guard changing(changing_);
+  const Ref current = Find(fresh.id);
+  if (current == nullptr) return true;
+  if (current->revision != fresh.revision) {
+    const HostDataFile& now = *current->data;
+    auto data = std::make_shared<HostDataFile>(*fresh.data);
+    if (!Apply({now.Selection(), now.WeightVariable(), now.CaseNamesVariable()}, *data, error))
+      return false;
+    fresh.data = std::move(data);
+    fresh.options = current->options;
+    fresh.revision = current->revision;
   }
-  if (changed.data == nullptr) return true;
-  ++changed.revision;
-  ++changed.readings;
-  Put(std::move(changed));
+  ++fresh.revision;
+  ++fresh.readings;
+  Put(std::move(fresh));
   return true;
 }
 

@@ -65,9 +65,13 @@ class FileShelf {
 
  private:
   class ShownReading;
-  /// Reads a file when its turn comes and `isWanted` then; meanwhile pages see how far it has come.
-  /// False: `error` says why not, kCancelled while it waited or read.
-  bool ReadShown(ShelfFile& file, const std::function<bool()>& isWanted, std::string& error);
+  /// Reads a file when its turn comes and `isWanted` then, and lets `keep` have it before the next
+  /// is read; meanwhile pages see how far it has come. False: `error` says why not, kCancelled
+  /// while it waited or read.
+  bool ReadShown(ShelfFile& file, const std::function<bool()>& isWanted,
+                 const std::function<bool()>& keep, std::string& error);
+  /// Puts what was read again in the place of the file, with the settings that it has by now.
+  bool Replace(ShelfFile&& fresh, std::string& error);
   void Put(ShelfFile&& file);
 
   PublishedState& state_;
@@ -76,7 +80,7 @@ class FileShelf {
   int last_ = 0, lastReading_ = 0;
   std::map<int, ReadWatch*> readings_;
   std::timed_mutex reading_;  // one file is read at a time: reading uses all cores
-  std::mutex changing_;       // of files that are here; after reading_ where both are needed
+  std::mutex changing_;       // of files that are here, which takes no time; after reading_
 };
 
 /// Without its data; see docs/workbench-protocol.md.

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 
@@ -32,7 +33,9 @@ void RemoveLeftovers() {
 
 }  // namespace
 
-UploadFolder::UploadFolder() { RemoveLeftovers(); }
+UploadFolder::UploadFolder(std::uint64_t room) : room_(static_cast<std::int64_t>(room)) {
+  RemoveLeftovers();
+}
 
 UploadFolder::~UploadFolder() {
   std::error_code ignored;
@@ -42,12 +45,15 @@ UploadFolder::~UploadFolder() {
 UploadFolder::Upload::~Upload() {
   std::error_code ignored;
   stream.close();
-  if (!finished) fs::remove_all(path.parent_path(), ignored);
+  if (finished) return;
+  fs::remove_all(path.parent_path(), ignored);
+  *room += static_cast<std::int64_t>(size);
 }
 
 bool UploadFolder::Upload::Append(const char* data, std::size_t bytes) {
   size += bytes;
-  if (size > kLargestUpload || !stream.is_open()) return false;
+  const auto taken = static_cast<std::int64_t>(bytes);
+  if (room->fetch_sub(taken) < taken || size > kLargestUpload || !stream.is_open()) return false;
   stream.write(data, static_cast<std::streamsize>(bytes));
   return stream.good();
 }
@@ -78,6 +84,7 @@ std::unique_ptr<UploadFolder::Upload> UploadFolder::Begin(const std::string& nam
   const std::lock_guard lock(mutex_);
   if (!MakeFolder(error)) return nullptr;
   auto upload = std::make_unique<Upload>();
+  upload->room = &room_;
   upload->id = "u" + std::to_string(++last_);
   upload->path = folder_ / upload->id / file;
   std::error_code code;
@@ -92,7 +99,7 @@ std::string UploadFolder::Finish(Upload& upload) {
   upload.stream.close();
   if (!upload.stream.good()) return {};
   const std::lock_guard lock(mutex_);
-  files_[upload.id] = upload.path;
+  files_[upload.id] = {upload.path, upload.size};
   upload.finished = true;
   return upload.id;
 }
@@ -100,7 +107,18 @@ std::string UploadFolder::Finish(Upload& upload) {
 fs::path UploadFolder::Find(const std::string& id) const {
   const std::lock_guard lock(mutex_);
   const auto found = files_.find(id);
-  return found == files_.end() ? fs::path() : found->second;
+  return found == files_.end() ? fs::path() : found->second.path;
+}
+
+void UploadFolder::Remove(const fs::path& path) {
+  const std::lock_guard lock(mutex_);
+  const auto found =
+      std::ranges::find(files_, path, [](const auto& kept) { return kept.second.path; });
+  if (found == files_.end()) return;
+  std::error_code ignored;
+  fs::remove_all(path.parent_path(), ignored);
+  room_ += static_cast<std::int64_t>(found->second.size);
+  files_.erase(found);
 }
 
 }  // namespace qrvml

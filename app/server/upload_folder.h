@@ -14,12 +14,14 @@
 namespace qrvml {
 
 inline constexpr std::uint64_t kLargestUpload = std::uint64_t{2} << 30;
+inline constexpr std::uint64_t kLargestUploads = 4 * kLargestUpload;  // together
 
 /// Used by several threads.
 class UploadFolder {
  public:
-  /// Removes what programs that were ended by force left behind.
-  UploadFolder();
+  /// Removes what programs that were ended by force left behind. `room`: bytes for all files that
+  /// are kept or come in.
+  explicit UploadFolder(std::uint64_t room = kLargestUploads);
   UploadFolder(const UploadFolder&) = delete;
   UploadFolder& operator=(const UploadFolder&) = delete;
   ~UploadFolder();
@@ -28,7 +30,8 @@ class UploadFolder {
   class Upload {
    public:
     ~Upload();
-    /// False: it is too large, or the disk takes no more; nothing is kept.
+    /// False: it is too large, alone or with the others, or the disk takes no more; nothing is
+    /// kept.
     bool Append(const char* data, std::size_t size);
 
    private:
@@ -37,6 +40,7 @@ class UploadFolder {
     std::string id;
     std::ofstream stream;
     std::uint64_t size = 0;
+    std::atomic<std::int64_t>* room = nullptr;  // of the folder
     bool finished = false;
   };
 
@@ -46,13 +50,20 @@ class UploadFolder {
   std::string Finish(Upload& upload);
   /// The path of a complete upload; empty: there is none.
   std::filesystem::path Find(const std::string& id) const;
+  /// Removes the complete upload of that path, if there is one.
+  void Remove(const std::filesystem::path& path);
 
  private:
   bool MakeFolder(std::string& error);
 
   mutable std::mutex mutex_;
   std::filesystem::path folder_;  // empty until it is needed
-  std::map<std::string, std::filesystem::path> files_;
+  struct Kept {
+    std::filesystem::path path;
+    std::uint64_t size = 0;
+  };
+  std::map<std::string, Kept> files_;
+  std::atomic<std::int64_t> room_;  // left; below 0 while an upload is refused
   int last_ = 0;
 };
 

@@ -213,6 +213,7 @@ ApiReply WorkbenchApi::OpenFile(const ApiRequest& request) {
   file.options.path = path.string();
   const FileShelf::Ref opened = shelf_.Open(std::move(file), error);
   if (opened != nullptr) return ApiReply::Of(FileJson(*opened));
+  if (body.contains("upload")) uploads_.Remove(path);
   return ApiReply::Refusal(error == FileShelf::kCancelled ? 409 : 422, error);
 }
 
@@ -231,6 +232,7 @@ ApiReply WorkbenchApi::CloseFile(const ApiRequest& request) {
       return ApiReply::Refusal(409, "an analysis of this file is open");
   }
   shelf_.Close(file->id);
+  if (file->folder < 0) uploads_.Remove(file->options.path);
   return ApiReply::Of(Json::object());
 }
 

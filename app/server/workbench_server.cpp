@@ -298,7 +298,10 @@ class WorkbenchServer::Web {
     const std::string id = upload != nullptr && read ? api_.uploads().Finish(*upload) : "";
     if (id.empty())
       return Send(response,
-                  ApiReply::Refusal(413, "the file is too large, was cut off or cannot be kept"));
+                  ApiReply::Refusal(
+                      413,
+                      "the file is too large, alone or with those that are open, was cut off or "
+                      "cannot be kept"));
     Send(response, ApiReply::Of({{"upload", id}, {"name", name}, {"size", size}}));
   }
 

@@ -109,7 +109,13 @@ TEST_F(WorkbenchData, AnUploadIsOpenedLikeAFileAndGoesWithTheProgram) {
   EXPECT_EQ(file["cases"], 2);
   const auto kept =
       std::filesystem::temp_directory_path() / ("qrvml-uploads-" + std::to_string(getpid()));
-  EXPECT_TRUE(std::filesystem::exists(kept));
+  // It lies there as long as it is open; what cannot be read does not stay.
+  EXPECT_TRUE(std::filesystem::exists(kept / "u1"));
+  EXPECT_EQ(client_->Send("DELETE", FileOf(file["file"])).status, 200);
+  EXPECT_FALSE(std::filesystem::exists(kept / "u1"));
+  client_->Send("POST", "/api/uploads?name=bad.csv", "x,y\n1\n");
+  EXPECT_EQ(client_->Send("POST", "/api/files", R"({"upload":"u2"})").status, 422);
+  EXPECT_FALSE(std::filesystem::exists(kept / "u2"));
   EXPECT_EQ(client_->Send("POST", "/api/uploads?name=", "x").status, 422);
   EXPECT_EQ(
       client_->Send("POST", "/api/uploads?name=a.csv", "x", {{"Origin", "http://example.org"}})
@@ -118,6 +124,26 @@ TEST_F(WorkbenchData, AnUploadIsOpenedLikeAFileAndGoesWithTheProgram) {
   client_.reset();
   server_.reset();
   EXPECT_FALSE(std::filesystem::exists(kept));
+}
+
+TEST(UploadFolders, AllUploadsTogetherHaveALimit) {
+  UploadFolder folder(10);
+  std::string error;
+  const auto begin = [&] { return folder.Begin("a.csv", error); };
+  const auto first = begin();
+  ASSERT_NE(first, nullptr) << error;
+  EXPECT_TRUE(first->Append("123456", 6));
+  const std::string id = folder.Finish(*first);
+  EXPECT_FALSE(begin()->Append("12345", 5));
+  // What was refused takes no room, what comes in does.
+  auto second = begin();
+  EXPECT_TRUE(second->Append("1234", 4));
+  EXPECT_FALSE(begin()->Append("1", 1));
+  second.reset();
+  EXPECT_TRUE(begin()->Append("1234", 4));
+  folder.Remove(folder.Find(id));
+  EXPECT_EQ(folder.Find(id), "");
+  EXPECT_TRUE(begin()->Append("1234567890", 10));
 }
 
 TEST_F(WorkbenchData, AReadingIsSeenAndCancelledWhileOthersGoOn) {
