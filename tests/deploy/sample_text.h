@@ -1,4 +1,4 @@
-// Generated texts beside committed samples.
+// Generated texts: beside committed samples, changed, and numbers as they print them.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -9,7 +9,10 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "deploy/number_text.h"
+#include "host/numerics.h"
 #include "support/places.h"
 #include "support/scripted_host.h"
 
@@ -25,17 +28,33 @@ inline void IsSample(const std::string& text, const std::string& name) {
   EXPECT_EQ(text, sample.str()) << name;
 }
 
-/// The one text that an action makes.
-inline std::string Generated(AnalysisSession& session, std::string_view action) {
+/// The texts that an action makes; one per dependent for PMML.
+inline std::vector<std::string> GeneratedTexts(AnalysisSession& session, std::string_view action) {
   EXPECT_TRUE(session.Press(action).Succeeded()) << action;
-  if (session.host.textDocuments.size() != 1) {
-    ADD_FAILURE() << session.host.textDocuments.size() << " text documents";
-    return {};
-  }
-  std::string text = std::move(session.host.textDocuments[0].text);
+  std::vector<std::string> texts;
+  for (TextDocument& document : session.host.textDocuments)
+    texts.push_back(std::move(document.text));
   session.host.textDocuments.clear();
-  return text;
+  return texts;
 }
+inline std::string Generated(AnalysisSession& session, std::string_view action) {
+  const std::vector<std::string> texts = GeneratedTexts(session, action);
+  EXPECT_EQ(texts.size(), 1u) << action;
+  return texts.size() == 1 ? texts[0] : std::string();
+}
+
+/// The text with the first occurrence of a part, which it has, replaced.
+inline std::string Replaced(std::string text, std::string_view old, std::string_view by) {
+  const std::size_t at = text.find(old);
+  EXPECT_NE(at, std::string::npos) << old;
+  return at == std::string::npos ? text : text.replace(at, old.size(), by);
+}
+
+/// What "%.6f" and "%g" leave of a number.
+inline double SixDecimals(double value) {
+  return std::strtod(FixedText(value, 6).c_str(), nullptr);
+}
+inline double SixDigits(double value) { return std::strtod(GeneralText(value).c_str(), nullptr); }
 
 inline std::size_t Count(std::string_view text, std::string_view part) {
   std::size_t count = 0;

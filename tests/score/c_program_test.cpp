@@ -8,7 +8,6 @@
 #include <fstream>
 #include <thread>
 
-#include "deploy/number_text.h"
 #include "score/generated_model.h"
 
 namespace qrvml::test {
@@ -42,30 +41,6 @@ std::unique_ptr<CProgram> Open(const std::string& source, std::string& error,
   CHeader header;
   if (!ReadCHeader(source, NoName, header, error)) return nullptr;
   return CProgram::Open(source, std::move(header), patience, error);
-}
-
-double Printed(double value) { return std::strtod(GeneralText(value).c_str(), nullptr); }
-
-TEST(CProgram, AnswersWithThePrintedDigitsOfItsPredictions) {
-  for (const Shape& shape : kShapes) {
-    SCOPED_TRACE(shape.name);
-    const PlainSettings settings = {.metric = 3, .weighted = true, .k = 3};
-    const PlainTable table = PrintedTable(shape, 77, Printed);
-    KnnAnalysis knn(table, settings);
-    knn.Train();
-    std::string error;
-    const auto program = Open(GeneratedTexts(knn, "CodeGeneratorCLang").at(0), error);
-    ASSERT_NE(program, nullptr) << error;
-    PlainKnn model(table, settings);
-    model.OrderClassesByCode();
-    const auto expected = model.PredictTests();
-    for (int t = 0; t < table.Tests(); ++t) {
-      Row predicted(std::size_t(table.Dependents()));
-      ASSERT_TRUE(program->Predict(InputsOf(table, t), predicted, error)) << error;
-      for (int d = 0; d < table.Dependents(); ++d)
-        EXPECT_EQ(predicted[d], Printed(expected[t].predictions[d])) << "case " << t;
-    }
-  }
 }
 
 TEST(CProgram, TheMissingCodeAsAnInputOnlyShowsTheMenu) {

@@ -2,17 +2,12 @@
 // are generated, and what is changed in them afterwards does not.
 #include "bayes/naive_bayes_analysis.h"
 #include "bayes/random_cases.h"
+#include "deploy/sample_text.h"
 #include "score/bayes_verification.h"
-#include "score/c_program.h"
-#include "score/generated_model.h"
-#include "score/pmml_document.h"
-#include "score/qvb_script.h"
-#include "score/scoring.h"
+#include "score/checked_text.h"
 
 namespace qrvml::test {
 namespace {
-
-constexpr const char* kActions[] = {"CodeGeneratorCLang", "CodeGeneratorQVB", "CodeGeneratorPMML"};
 
 /// A trained analysis, and beside it what the plain formulas say of its model and test cases.
 struct Trained {
@@ -66,44 +61,20 @@ struct Trained {
   }
 
   std::vector<std::string> Texts(CodeDialect dialect) {
-    return GeneratedTexts(bayes, kActions[int(dialect)]);
-  }
-  std::unique_ptr<DeployedModel> Open(CodeDialect dialect, const std::string& text,
-                                      std::string& error) {
-    if (dialect == CodeDialect::pmml) return ReadPmmlDocument(text, error);
-    if (dialect == CodeDialect::qvb) {
-      std::vector<int> dependents;
-      for (const EngineField& field : engine.dependents)
-        dependents.push_back(Scoring::FindVariable(bayes.file, field.name));
-      return QvbScript::Read("model.qvb", text, bayes.file, {}, error, dependents);
-    }
-    CHeader header;
-    const auto isName = [&](const std::string& name) {
-      return Scoring::FindVariable(bayes.file, name) != 0;
-    };
-    if (!ReadCHeader(text, isName, header, error)) return nullptr;
-    return CProgram::Open(text, std::move(header), {}, error);
+    return GeneratedTexts(bayes, kCodeActions[int(dialect)]);
   }
   TextCheck Check(CodeDialect dialect, const std::string& text, std::size_t dependent = 0) {
     std::string error;
-    const auto model = Open(dialect, text, error);
+    std::vector<int> dependents;
+    for (const EngineField& field : engine.dependents)
+      dependents.push_back(Scoring::FindVariable(bayes.file, field.name));
+    const auto model = OpenText(dialect, text, bayes.file, error, dependents);
     TextCheck check;
     if (model != nullptr) return CheckText(dialect, text, *model, engine, dependent);
     check.faults.push_back(error);
     return check;
   }
 };
-
-std::string Lines(const std::vector<std::string>& lines) {
-  std::string text;
-  for (const std::string& line : lines) text += line + '\n';
-  return text;
-}
-std::string Faults(const TextCheck& check) {
-  std::string text = Lines(check.faults);
-  for (const DependentCheck& dependent : check.dependents) text += dependent.first + '\n';
-  return text;
-}
 
 TEST(NaiveBayesVerification, TextsOfEveryShapePass) {
   int seed = 700, different = 0;
@@ -131,7 +102,7 @@ TEST(NaiveBayesVerification, TextsOfEveryShapePass) {
               EXPECT_EQ(own.cases, std::int64_t(trained.engine.cases.size()));
               const bool isWhole = dialect == CodeDialect::pmml || shape.distributions.empty();
               if (isWhole && rule == 0) {
-                EXPECT_LE(own.differentFromEngine, 1) << Lines(check.notes);
+                EXPECT_LE(own.differentFromEngine, 1) << testing::PrintToString(check.notes);
               }
               different += !isWhole && own.differentFromEngine > 0;
             }

@@ -5,12 +5,6 @@
 namespace qrvml::test {
 namespace {
 
-std::string Changed(std::string text, const std::string& from, const std::string& to) {
-  const std::size_t place = text.find(from);
-  EXPECT_NE(place, text.npos) << from;
-  return place == text.npos ? text : text.replace(place, from.size(), to);
-}
-
 class QvbModel : public ::testing::Test {
  protected:
   QvbModel() : knn_(File(), "| c | x | u", 3, {{"CityBlock", 1}}) {
@@ -71,7 +65,7 @@ TEST_F(QvbModel, AScriptThatDoesNotSayItsVariablesIsRefused) {
       {"NoContOutputs=0\n", "NoContOutputs=1\nOutputIndex(2)=1\n", "values and categories"},
   };
   for (const auto& row : rows) {
-    EXPECT_EQ(Read(Changed(script_, row.from, row.to)), nullptr) << row.told;
+    EXPECT_EQ(Read(Replaced(script_, row.from, row.to)), nullptr) << row.told;
     EXPECT_NE(error_.find(row.told), std::string::npos) << error_;
   }
 }
@@ -79,7 +73,7 @@ TEST_F(QvbModel, AScriptThatDoesNotSayItsVariablesIsRefused) {
 TEST_F(QvbModel, AFaultIsToldWithItsLineAndALimitEndsIt) {
   const double values[] = {1, 4};
   double predicted = 0;
-  const std::string faulty = Changed(script_, "\tNorm=0\n", "\tNorm=1 / (Norm - Norm)\n");
+  const std::string faulty = Replaced(script_, "\tNorm=0\n", "\tNorm=1 / (Norm - Norm)\n");
   const std::size_t line =
       std::size_t(
           std::count(faulty.begin(), faulty.begin() + std::ptrdiff_t(faulty.find("1 / (")), '\n')) +

@@ -2,7 +2,6 @@
 // printed, and against the engine where printing changes nothing.
 #include <numeric>
 
-#include "deploy/number_text.h"
 #include "qvb/node_objects.h"
 #include "qvb/script_error.h"
 #include "score/generated_model.h"
@@ -26,8 +25,6 @@ class TestCases final : public NodeTable {
   const PlainTable& table_;
 };
 
-double Printed(double value) { return std::strtod(GeneralText(value).c_str(), nullptr); }
-
 NodeInput InputOf(const PlainTable& table, const TestCases& cases) {
   NodeInput input;
   input.table = &cases;
@@ -48,18 +45,14 @@ NodeInput InputOf(const PlainTable& table, const TestCases& cases) {
 TEST(QvbScript, PredictsWhatTheModelAsPrintedPredicts) {
   for (const Shape& shape : kShapes) {
     for (int option = 0; option < 16; ++option) {
-      PlainSettings settings;
-      settings.metric = option % 4;
-      settings.weighted = (option & 4) != 0;
-      settings.standardized = (option & 8) != 0;
-      settings.k = 1 + (option * 3 + shape.categoricalInputs) % 5;
+      const PlainSettings settings = SettingsOf(option, 1 + option % 5);
       SCOPED_TRACE(std::string(shape.name) + ", option " + std::to_string(option));
-      const PlainTable table = PrintedTable(shape, 500 + option, Printed);
+      const PlainTable table = PrintedTable(shape, 500 + option, SixDigits);
       KnnAnalysis knn(table, settings);
       knn.Train();
       const std::string script = GeneratedTexts(knn, "CodeGeneratorQVB").at(0);
       PlainKnn model(table, settings);
-      model.PrintScaling(Printed);
+      model.PrintScaling(SixDigits);
       const auto expected = model.PredictTests();
 
       const TestCases cases(table);

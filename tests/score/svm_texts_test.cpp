@@ -5,20 +5,16 @@
 #include <filesystem>
 #include <fstream>
 
-#include "deploy/number_text.h"
+#include "deploy/sample_text.h"
 #include "host/numerics.h"
 #include "qvb/node_objects.h"
-#include "score/c_program.h"
-#include "score/pmml_document.h"
-#include "score/qvb_script.h"
+#include "score/checked_text.h"
 #include "svm/trained_svm.h"
 
 namespace qrvml::test {
 namespace {
 
 namespace fs = std::filesystem;
-
-double General(double value) { return std::strtod(GeneralText(value).c_str(), nullptr); }
 
 /// What the predictions of a text's test cases must be: those of the model as it is printed, but
 /// for the last bits of sums, and nearly those of the engine.
@@ -91,7 +87,7 @@ TEST(SvmTexts, CProgramsOfAllModelsPredictWhatTheyPrint) {
   int ties = 0;
   for (std::size_t m = 0; m < kinds.size(); ++m) {
     models.push_back(TrainedSvm::Of(kinds[m], 100 + m));
-    expected.emplace_back(*models.back(), General);
+    expected.emplace_back(*models.back(), SixDigits);
     ties += expected.back().ties;
     const std::string name = "m" + std::to_string(m);
     unit += "namespace " + name + " {\n" + models.back()->C() + "\nstatic double cases[] = {";
@@ -134,42 +130,28 @@ TEST(SvmTexts, ACProgramCompilesInEveryDialectAndAnswersThroughItsOwnMain) {
       const std::vector<double> inputs = trained->InputsOf(number);
       double answer = 0;
       ASSERT_TRUE(program->Predict(inputs, {&answer, 1}, error)) << error;
-      EXPECT_EQ(answer, General(PredictPrinted(*trained, General, inputs).value));
+      EXPECT_EQ(answer, SixDigits(PredictPrinted(*trained, SixDigits, inputs).value));
     }
   }
 }
 
-TEST(SvmTexts, ScriptsOfAllModelsPredictWhatTheyPrint) {
+TEST(SvmTexts, ScriptsAndPmmlDocumentsOfAllModelsPredictWhatTheyPrint) {
   const auto kinds = AllSvmKinds();
   for (std::size_t m = 0; m < kinds.size(); ++m) {
-    SCOPED_TRACE(kinds[m].Name());
     const auto trained = TrainedSvm::Of(kinds[m], 100 + m);
-    const ExpectedPredictions expected(*trained, General);
-    std::string error;
-    const auto script = QvbScript::Read("model.qvb", trained->Qvb(), trained->file(), {}, error);
-    ASSERT_NE(script, nullptr) << error;
-    std::vector<double> predictions(kSvmTests);
-    ASSERT_EQ(script->PredictBatch(expected.inputs, predictions, error), predictions.size())
-        << error;
-    expected.Compare(predictions, 0.01);
-  }
-}
-
-TEST(SvmTexts, PmmlDocumentsOfAllModelsPredictWhatTheyPrint) {
-  const auto printed = [](double value) {
-    return std::strtod(FixedText(value, 6).c_str(), nullptr);
-  };
-  const auto kinds = AllSvmKinds();
-  for (std::size_t m = 0; m < kinds.size(); ++m) {
-    SCOPED_TRACE(kinds[m].Name());
-    const auto trained = TrainedSvm::Of(kinds[m], 100 + m);
-    const ExpectedPredictions expected(*trained, printed);
-    std::string error;
-    const auto model = ReadPmmlDocument(trained->Pmml(), error);
-    ASSERT_NE(model, nullptr) << error;
-    std::vector<double> predictions(kSvmTests);
-    ASSERT_EQ(model->PredictBatch(expected.inputs, predictions, error), predictions.size());
-    expected.Compare(predictions, 0.01);
+    for (const CodeDialect dialect : {CodeDialect::qvb, CodeDialect::pmml}) {
+      SCOPED_TRACE(kinds[m].Name() + ' ' + std::to_string(int(dialect)));
+      const bool isScript = dialect == CodeDialect::qvb;
+      const ExpectedPredictions expected(*trained, isScript ? SixDigits : SixDecimals);
+      std::string error;
+      const auto model =
+          OpenText(dialect, isScript ? trained->Qvb() : trained->Pmml(), trained->file(), error);
+      ASSERT_NE(model, nullptr) << error;
+      std::vector<double> predictions(kSvmTests);
+      ASSERT_EQ(model->PredictBatch(expected.inputs, predictions, error), predictions.size())
+          << error;
+      expected.Compare(predictions, 0.01);
+    }
   }
 }
 
@@ -192,11 +174,8 @@ TEST(SvmTexts, APmmlDocumentThatDoesNotFitItselfIsRefused) {
       {"<ConstantDictionary>", "<ConstantDictionary><Value value=\"1\"/>", "each pair of classes"},
   };
   for (const auto& row : rows) {
-    std::string changed = text, error;
-    const std::size_t place = changed.find(row.from);
-    ASSERT_NE(place, changed.npos) << row.from;
-    changed.replace(place, std::string_view(row.from).size(), row.to);
-    EXPECT_EQ(ReadPmmlDocument(changed, error), nullptr) << row.from;
+    std::string error;
+    EXPECT_EQ(ReadPmmlDocument(Replaced(text, row.from, row.to), error), nullptr) << row.from;
     EXPECT_NE(error.find(row.why), error.npos) << row.from << ": " << error;
   }
 }
@@ -243,7 +222,7 @@ TEST(SvmTexts, AScriptsResidualIsADifferenceOrTheMissingMarker) {
     ASSERT_GE(output.sheet.columns.size(), 2u);
     for (int number = 1; number <= 6; ++number) {
       const auto c = std::size_t(number - 1);
-      const double predicted = PredictPrinted(*trained, General, trained->InputsOf(number)).value;
+      const double predicted = PredictPrinted(*trained, SixDigits, trained->InputsOf(number)).value;
       EXPECT_NEAR(output.sheet.columns[0][c], predicted, 1e-9);
       EXPECT_NEAR(output.sheet.columns[1][c],
                   number % 3 == 0 ? -77 : table.Value(number, 1) - predicted, 1e-9);

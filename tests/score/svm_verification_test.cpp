@@ -1,10 +1,8 @@
 // Generated texts of support vector machines are verified against the engine's own arrays: they
 // pass as they are generated, and what is changed in them afterwards does not.
 #include "host/numerics.h"
-#include "score/c_program.h"
+#include "score/checked_text.h"
 #include "score/machine_verification.h"
-#include "score/pmml_document.h"
-#include "score/qvb_script.h"
 #include "svm/trained_svm.h"
 
 namespace qrvml::test {
@@ -70,26 +68,10 @@ std::string TextOf(TrainedSvm& trained, CodeDialect dialect) {
 TextCheck Check(TrainedSvm& trained, const EngineMachine& engine, CodeDialect dialect,
                 const std::string& text) {
   std::string error;
-  std::unique_ptr<DeployedModel> model;
-  CHeader header;
-  if (dialect == CodeDialect::qvb) {
-    model = QvbScript::Read("model.qvb", text, trained.file(), {}, error);
-  } else if (dialect == CodeDialect::pmml) {
-    model = ReadPmmlDocument(text, error);
-  } else if (ReadCHeader(
-                 text, [](const std::string&) { return false; }, header, error)) {
-    model = CProgram::Open(text, header, {}, error);
-  }
+  const auto model = OpenText(dialect, text, trained.file(), error);
   TextCheck failed;
   failed.faults = {error};
   return model == nullptr ? failed : CheckText(dialect, text, *model, engine, 0);
-}
-
-std::string Faults(const TextCheck& check) {
-  std::string text;
-  for (const std::string& fault : check.faults) text += fault + '\n';
-  for (const DependentCheck& dependent : check.dependents) text += dependent.first + '\n';
-  return text;
 }
 
 TEST(SvmVerification, TextsOfEveryKindOfModelPass) {
