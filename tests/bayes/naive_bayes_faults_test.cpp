@@ -82,8 +82,10 @@ TEST(NaiveBayesFaults, AnywhereGiveTheirMessageAndTheNextRunSucceeds) {
 TEST(NaiveBayesFaults, InALaterStepLeaveTheModelUsable) {
   const PlainCases cases = MixedCases();
   const PlainBayes plain(cases, kSettings);
+  const int leastPlaces[][3] = {{20, 1, 0}, {20, 1, 11}};
   for (const bool stored : {true, false}) {
-    for (const Fault& fault : kFaults) {
+    for (std::size_t f = 0; f < std::size(kFaults); ++f) {
+      const Fault& fault = kFaults[f];
       for (int n = 1;; ++n) {
         SCOPED_TRACE(std::string(fault.name) + " at " + std::to_string(n));
         NaiveBayesAnalysis bayes(cases, kSettings, stored);
@@ -97,8 +99,11 @@ TEST(NaiveBayesFaults, InALaterStepLeaveTheModelUsable) {
         EXPECT_TRUE(bayes.engine().SetPriorKind(0, PriorKind::fromData));
         EXPECT_TRUE(bayes.engine().ComputeNaiveBayesStatistics());
         ExpectResults(bayes, plain, cases);
+        if (done) {
+          EXPECT_GT(n, leastPlaces[stored ? 0 : 1][f]) << "a fault was kept quiet";
+          break;
+        }
         if (HasFailure()) return;
-        if (done) break;
       }
     }
   }

@@ -404,16 +404,13 @@ TEST(NaiveBayesResults, SurviveFaultsAnywhere) {
   for (const bool refuses : {true, false}) {
     for (const char* action :
          {"DescriptiveStat", "PrintPredictions", "PosteriorSpreadsheet", "PosteriorPlot",
-          "UseEqualPrior", "CodeGeneratorCLang", "CodeGeneratorQVB", "CodeGeneratorPMML"}) {
+          "CodeGeneratorCLang", "CodeGeneratorQVB", "CodeGeneratorPMML"}) {
       for (int n = 1;; ++n) {
         SCOPED_TRACE(std::string(action) + " at " + std::to_string(n));
         Results results;
         auto& script = refuses ? results.host.refuseAllocation : results.host.cancelAtPoll;
         script = n + (refuses ? results.host.allocations : results.host.polls);
-        const bool isRadio = std::string_view(action) == "UseEqualPrior";
-        const bool done = isRadio
-                              ? results.dialog().Put(action, AutomationValue::Number(1)).Succeeded()
-                              : results.Press(action).Succeeded();
+        const bool done = results.Press(action).Succeeded();
         script = 0;
         EXPECT_EQ(results.host.TakeMessages(),
                   refuses && !done ? std::vector{104} : std::vector<int>{});

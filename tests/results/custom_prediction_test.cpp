@@ -13,6 +13,10 @@ TableFile People() {
                     "152 Homme petit"});
 }
 
+struct Trained : KnnAnalysis {
+  Trained() : KnnAnalysis(People(), "| genre | x | u", 4) { Train(); }
+};
+
 struct Entry {
   const char *x, *u;
   bool isValid;
@@ -27,8 +31,9 @@ TEST(CustomForm, ReadsNumbersLabelsWithoutCaseAndCodes) {
       {"160", "", false, {160, -9999}},
   };
   for (const Entry& entry : entries) {
-    KnnAnalysis knn(People(), "| genre | x | u", 4);
-    knn.Train();
+    Trained knn;
+    EXPECT_FALSE(knn.Press("CustomPredictions").Succeeded()) << "cancelled";
+    EXPECT_EQ(knn.Text("CustomPredictions"), "");
     knn.host.inputFormAnswers.push_back({entry.x, entry.u});
     EXPECT_TRUE(knn.Press("CustomPredictions").Succeeded());
     EXPECT_EQ(knn.host.messages,
@@ -42,8 +47,7 @@ TEST(CustomForm, ReadsNumbersLabelsWithoutCaseAndCodes) {
 }
 
 TEST(CustomCase, IsPrintedOnceWithItsPrediction) {
-  KnnAnalysis knn(People(), "| genre | x | u", 4);
-  knn.Train();
+  Trained knn;
   EXPECT_FALSE(knn.dialog().IsEnabled("PrintCustomPredictions"));
   knn.Put("CustomPredictions", "185 Femme");
   ASSERT_TRUE(knn.Press("PrintCustomPredictions").Succeeded());
@@ -56,20 +60,10 @@ TEST(CustomCase, IsPrintedOnceWithItsPrediction) {
   EXPECT_FALSE(knn.dialog().IsEnabled("PrintCustomPredictions"));
 }
 
-TEST(CustomCase, AsTextCanBeSetAgain) {
-  KnnAnalysis knn(People(), "| genre | x | u", 4);
-  knn.Train();
-  knn.Put("CustomPredictions", "160.25 2");
-  const std::string text = knn.Text("CustomPredictions");
-  EXPECT_EQ(text, "1.60250000000000e+02 Femme");
-  knn.Put("CustomPredictions", text);
-  EXPECT_EQ(knn.Text("CustomPredictions"), text);
-}
-
-TEST(CustomCase, AsTextIsComparedByCaseAndRefusedAsAWhole) {
-  KnnAnalysis knn(People(), "| genre | x | u", 4);
-  knn.Train();
-  knn.Put("CustomPredictions", "160 Femme");
+TEST(CustomCase, AsTextCanBeSetAgainAndIsComparedByCaseAndRefusedAsAWhole) {
+  Trained knn;
+  knn.Put("CustomPredictions", "160 2");
+  knn.Put("CustomPredictions", knn.Text("CustomPredictions"));
   const std::pair<const char*, const char*> rows[] = {
       {"160 femme", "value 2 of 2, u, is none of its categories"},
       {"160", "value 2 of 2, u, is missing"},
@@ -85,14 +79,6 @@ TEST(CustomCase, AsTextIsComparedByCaseAndRefusedAsAWhole) {
     knn.host.messages.clear();
     EXPECT_EQ(knn.Text("CustomPredictions"), "1.60000000000000e+02 Femme") << wrong;
   }
-}
-
-TEST(CustomForm, ShowsOneRowForEveryInputAndCancelsWithoutATrace) {
-  KnnAnalysis knn(People(), "| genre | x | u", 4);
-  knn.Train();
-  EXPECT_FALSE(knn.Press("CustomPredictions").Succeeded());
-  EXPECT_EQ(knn.Text("CustomPredictions"), "");
-  EXPECT_EQ(knn.host.messages, std::vector<Message>{});
 }
 
 }  // namespace

@@ -13,6 +13,13 @@ TableFile Cases() {
                     "11 haut 90 3", "29 bas 320 1"});
 }
 
+struct Trained : KnnAnalysis {
+  explicit Trained(Properties properties = {})
+      : KnnAnalysis(Cases(), "y | | x | u", 4, std::move(properties)) {
+    Train();
+  }
+};
+
 Texts Titles(const std::vector<Graph>& graphs) {
   Texts titles;
   for (const Graph& graph : graphs) titles.push_back(graph.title);
@@ -26,8 +33,7 @@ double Sum(const std::vector<double>& values) {
 }
 
 TEST(PlotLists, OfferTheInputsFirstThenTheDependentsItems) {
-  KnnAnalysis knn(Cases(), "y | | x | u", 4);
-  knn.Train();
+  Trained knn;
   EXPECT_EQ(knn.Text("SelectedItemX"),
             "1=x 2=u 3=Observées 4=Prévues 5=Residus 6=\"Résidus abs.\" 7=\"Résidus carrés\"");
   EXPECT_FALSE(knn.dialog().IsEnabled("PlotHistogramsOfX"));
@@ -65,8 +71,7 @@ TEST(PlotLists, AreClearedByAnotherDependent) {
 }
 
 TEST(Histograms, CountEachCaseOnceAndNoPrototypeWherePredictionsAreNeeded) {
-  KnnAnalysis knn(Cases(), "y | | x | u", 4);
-  knn.Train();
+  Trained knn;
   knn.Put("Overall", 1);
   for (const auto& [item, cases] : {std::pair{"1", 7}, {"2", 7}, {"3", 7}, {"4", 3}, {"5", 3}}) {
     knn.Put("SelectedItemX", item);
@@ -90,8 +95,7 @@ TEST(Histograms, CountEachCaseOnceAndNoPrototypeWherePredictionsAreNeeded) {
 }
 
 TEST(Histograms, OfTheTableHaveOneGraphForEveryColumn) {
-  KnnAnalysis knn(Cases(), "y | | x | u", 4, {{"KNearestNeighbors", 2}});
-  knn.Train();
+  Trained knn({{"KNearestNeighbors", 2}});
   knn.Put("IncludeOutputs", 1);
   ASSERT_TRUE(knn.Press("Histograms").Succeeded());
   EXPECT_EQ(
@@ -101,8 +105,7 @@ TEST(Histograms, OfTheTableHaveOneGraphForEveryColumn) {
 }
 
 TEST(Scatter, OfOneItemNamesBothAxesAndFitsALine) {
-  KnnAnalysis knn(Cases(), "y | | x | u", 4);
-  knn.Train();
+  Trained knn;
   knn.Put("SelectedItemX", 1);
   knn.Put("SelectedItemsY", "Prévues");
   knn.Put("IncludeCaseNames", 1);
@@ -140,8 +143,7 @@ TEST(Scatter, OfSeveralItemsPadsTheNamesOfTheSeriesToForty) {
 }
 
 TEST(Scatter, LeavesThePrototypesPredictionsOut) {
-  KnnAnalysis knn(Cases(), "y | | x | u", 4);
-  knn.Train();
+  Trained knn;
   knn.Put("Overall", 1);
   knn.Put("SelectedItemX", 1);
   knn.Put("SelectedItemsY", "Residus");
@@ -153,8 +155,7 @@ TEST(Scatter, LeavesThePrototypesPredictionsOut) {
 }
 
 TEST(Surfaces, AreOneForEveryYItemOverXAndZ) {
-  KnnAnalysis knn(Cases(), "y | | x | u", 4);
-  knn.Train();
+  Trained knn;
   knn.Put("SelectedItemX", 1);
   knn.Put("SelectedItemZ", 2);
   knn.Put("SelectedItemsY", "3 4");
@@ -168,8 +169,7 @@ TEST(Surfaces, AreOneForEveryYItemOverXAndZ) {
 }
 
 TEST(CrossValidationGraph, ShowsTheErrorsOfTheGridAndTheBestK) {
-  KnnAnalysis knn(Cases(), "y | | x | u", 4, {{"ApplyCrossV", 1}, {"VValue", 2}, {"MaximumK", 3}});
-  knn.Train();
+  Trained knn({{"ApplyCrossV", 1}, {"VValue", 2}, {"MaximumK", 3}});
   ASSERT_TRUE(knn.Press("CrossVPlot").Succeeded());
   const Graph& graph = knn.host.graphs.at(0);
   EXPECT_EQ(graph.title, "Nombre de + proches voisins vs. Erreur validation croisée\nK Optimal = " +
@@ -177,14 +177,11 @@ TEST(CrossValidationGraph, ShowsTheErrorsOfTheGridAndTheBestK) {
   EXPECT_EQ(graph.series.at(0).x, (std::vector<double>{1, 2, 3}));
   EXPECT_TRUE(Same(knn.engine().crossValidationErrors, graph.series.at(0).y));
 
-  KnnAnalysis plain(Cases(), "y | | x | u", 4);
-  plain.Train();
-  EXPECT_EQ(plain.Press("CrossVPlot").text, "CrossVPlot is disabled");
+  EXPECT_EQ(Trained().Press("CrossVPlot").text, "CrossVPlot is disabled");
 }
 
 TEST(Graphs, ThatTheHostRefusesAreReportedAndEndTheRequest) {
-  KnnAnalysis knn(Cases(), "y | | x | u", 4);
-  knn.Train();
+  Trained knn;
   knn.host.refuseSpreadsheets = true;
   EXPECT_FALSE(knn.Press("Histograms").Succeeded());
   EXPECT_EQ(knn.host.messages, std::vector<Message>{Of(104)});

@@ -17,14 +17,16 @@ TableFile Cases() {
 }
 
 /// Cases 1, 3 and 4 are the prototypes, the others test cases.
-KnnAnalysis& Train(KnnAnalysis& knn) {
-  knn.data().sampling.mode = SamplingMode::random;
-  knn.Put("SizeOfPrototypeSample", 50);
-  // Walks to the cases 2, 5 and 6.
-  for (const double draw : {1.5, 4.5, 5.5}) knn.host.scriptedDraws.push_back(draw / 6);
-  knn.Train();
-  return knn;
-}
+struct Trained : KnnAnalysis {
+  explicit Trained(std::string_view variables = "| sexe | x | u", Properties properties = {})
+      : KnnAnalysis(Cases(), variables, 3, std::move(properties)) {
+    data().sampling.mode = SamplingMode::random;
+    Put("SizeOfPrototypeSample", 50);
+    // Walks to the cases 2, 5 and 6.
+    for (const double draw : {1.5, 4.5, 5.5}) host.scriptedDraws.push_back(draw / 6);
+    Train();
+  }
+};
 
 Texts Headings(const Spreadsheet& table) {
   Texts headings;
@@ -37,8 +39,7 @@ std::vector<double> Column(const Spreadsheet& table, std::size_t column) {
 }
 
 TEST(PredictionsTable, ShowsTheIncludedColumnsInTheirOrder) {
-  KnnAnalysis knn(Cases(), "| sexe | x | u", 3);
-  Train(knn);
+  Trained knn;
   for (const char* include : {"IncludeInputs", "IncludeOutputs", "IncludeConfidence"})
     knn.Put(include, 1);
   ASSERT_TRUE(knn.Press("PrintPredictions").Succeeded());
@@ -63,8 +64,7 @@ TEST(PredictionsTable, ShowsTheIncludedColumnsInTheirOrder) {
 }
 
 TEST(PredictionsTable, OfBothSamplesGoesByTheFileAndPredictsNoPrototype) {
-  KnnAnalysis knn(Cases(), "y | | x | u", 3, {{"KNearestNeighbors", 2}});
-  Train(knn);
+  Trained knn("y | | x | u", {{"KNearestNeighbors", 2}});
   knn.Put("Overall", 1);
   ASSERT_TRUE(knn.Press("PrintPredictions").Succeeded());
   const Spreadsheet& table = knn.host.spreadsheets.at(0);
@@ -82,8 +82,7 @@ TEST(PredictionsTable, OfBothSamplesGoesByTheFileAndPredictsNoPrototype) {
 }
 
 TEST(PredictionsTable, OfThePrototypesHasOnlyInputsAndObservedValues) {
-  KnnAnalysis knn(Cases(), "| sexe | x | u", 3);
-  Train(knn);
+  Trained knn;
   knn.Put("TrainSubset", 1);
   EXPECT_FALSE(knn.dialog().IsEnabled("PrintPredictions"));
   EXPECT_FALSE(knn.dialog().IsEnabled("IncludePredictions"));
@@ -110,8 +109,7 @@ TEST(PredictionsTable, ShowsTheLabelOfACategoryThatOnlyTestCasesHave) {
 }
 
 TEST(Prototypes, AreListedByCaseNumberWithTheirInputs) {
-  KnnAnalysis knn(Cases(), "| sexe | x | u", 3);
-  Train(knn);
+  Trained knn;
   ASSERT_TRUE(knn.Press("Model").Succeeded());
   const Spreadsheet& table = knn.host.spreadsheets.at(0);
   EXPECT_EQ(table.title, "KNN");
@@ -123,8 +121,7 @@ TEST(Prototypes, AreListedByCaseNumberWithTheirInputs) {
 }
 
 TEST(Saving, WritesEveryCaseByWeightBesideAllVariables) {
-  KnnAnalysis knn(Cases(), "| sexe | x | u", 3);
-  Train(knn);
+  Trained knn;
   knn.Put("IncludeConfidence", 1);
   knn.host.outputAnswers.push_back({0, 1, 3});
   knn.host.fileNameAnswers.push_back("out.sav");
@@ -150,8 +147,7 @@ TEST(Saving, WritesEveryCaseByWeightBesideAllVariables) {
 }
 
 TEST(Saving, LeavesNothingBehindWhenItIsCancelledOrRefused) {
-  KnnAnalysis knn(Cases(), "| sexe | x | u", 3);
-  Train(knn);
+  Trained knn;
   EXPECT_FALSE(knn.Press("SavePredictionsAndResiduals").Succeeded()) << "nothing was picked";
   knn.host.outputAnswers.push_back({0});
   EXPECT_FALSE(knn.Press("SavePredictionsAndResiduals").Succeeded()) << "no file was named";

@@ -26,11 +26,6 @@ inline PlainTable PrintedTable(const Shape& shape, std::int32_t seed,
   return table;
 }
 
-inline Row InputsOf(const PlainTable& table, int test) {
-  const Row& row = table.rows[std::size_t(table.prototypes + test)];
-  return {row.begin(), row.begin() + table.Inputs()};
-}
-
 /// Equal but for the last bits of an exponential.
 inline bool IsClose(double expected, double actual) {
   return std::fabs(expected - actual) <= 1e-13 * std::fabs(expected) + 1e-300;
