@@ -1,31 +1,20 @@
 // Times of the workbench's page in a real browser: first paint, control changes, jumps in a large
 // file. Needs the built page and program, and the packages of web/ (scripts/build-web --check).
 //   node bench/page.mjs PROGRAM LARGE_FILE
-import { spawn } from 'node:child_process';
 import { createRequire } from 'node:module';
-import { createInterface } from 'node:readline';
+
+import { show, startWorkbench } from './workbench_program.mjs';
 
 const { chromium } = createRequire(new URL('../web/package.json', import.meta.url))(
   'playwright-core',
 );
 const [program, file] = process.argv.slice(2);
-const child = spawn(program, ['workbench', file, '--no-open', '--port', '0']);
-const address = await new Promise(resolve =>
-  createInterface({ input: child.stdout }).once('line', resolve),
-);
+const { address, stop } = await startWorkbench(program, undefined, file);
 const browser = await chromium.launch({
   executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
   args: ['--no-sandbox'],
 });
 const page = await browser.newPage({ viewport: { width: 1280, height: 720 } });
-
-const quantile = (times, share) =>
-  [...times].sort((a, b) => a - b)[Math.min(times.length - 1, Math.floor(share * times.length))];
-const show = (what, times) =>
-  console.log(
-    `${what}: median ${quantile(times, 0.5).toFixed(1)} ms, 95 of 100 within ` +
-      `${quantile(times, 0.95).toFixed(1)} ms, largest ${Math.max(...times).toFixed(1)} ms`,
-  );
 
 await page.goto(address);
 await page.waitForSelector('.grid-cell');
@@ -85,4 +74,4 @@ const changes = await page.evaluate(async () => {
 show('200 control changes', changes);
 
 await browser.close();
-child.kill('SIGINT');
+await stop();

@@ -1,12 +1,12 @@
 // Times of the workbench's server as a page sees them, without a browser: windows of a large file,
 // its first rows, and how soon a cancelled call has ended.
 //   node bench/workbench.mjs PROGRAM [CASES VARIABLES]
-import { spawn } from 'node:child_process';
 import { createWriteStream, mkdtempSync, rmSync } from 'node:fs';
 import { once } from 'node:events';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
-import { createInterface } from 'node:readline';
+
+import { show, startWorkbench } from './workbench_program.mjs';
 
 const [program, cases = '1000000', variables = '200'] = process.argv.slice(2);
 const folder = mkdtempSync(join(tmpdir(), 'qrvml-bench-'));
@@ -34,21 +34,11 @@ async function write(name, rows, columns) {
   await new Promise(resolve => out.end(resolve));
 }
 
-const quantile = (times, share) =>
-  [...times].sort((a, b) => a - b)[Math.min(times.length - 1, Math.floor(share * times.length))];
-const show = (what, times) =>
-  console.log(
-    `${what}: median ${quantile(times, 0.5).toFixed(1)} ms, 95 of 100 within ` +
-      `${quantile(times, 0.95).toFixed(1)} ms, largest ${Math.max(...times).toFixed(1)} ms`,
-  );
 const pause = milliseconds => new Promise(resolve => setTimeout(resolve, milliseconds));
 
 await write('large.csv', Number(cases), Number(variables) - 1);
 await write('middle.csv', 30000, 10);
-const child = spawn(program, ['workbench', '--no-open'], { cwd: folder });
-const address = await new Promise(resolve =>
-  createInterface({ input: child.stdout }).once('line', resolve),
-);
+const { address, stop } = await startWorkbench(program, folder);
 const root = new URL('/', address);
 const cookie = (await fetch(address)).headers.get('set-cookie').split(';')[0];
 const ask = async (method, path, body) => {
@@ -178,7 +168,6 @@ try {
   ]);
   await cancel('naive Bayes over all cases', bayes, ok);
 } finally {
-  child.kill('SIGINT');
-  await once(child, 'exit');
+  await stop();
   rmSync(folder, { recursive: true });
 }

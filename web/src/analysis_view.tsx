@@ -10,7 +10,7 @@ import { Requests } from './modals/requests';
 import type { Analysis } from './protocol';
 import { findFile, page, say, postInTurn } from './store';
 import { Modal } from './widgets/modal';
-import { caption, word } from './words';
+import { caption, hostText, word } from './words';
 
 const progressDelay = 250; // milliseconds
 
@@ -39,7 +39,7 @@ export function AnalysisView({ analysis }: { analysis: Analysis }) {
         ) : (
           <div class="ended">
             <h1>{word(analysis.state === 'failed' ? 'failed' : 'ended')}</h1>
-            <p>{analysis.reason}</p>
+            <p>{hostText(analysis.reason)}</p>
           </div>
         )}
       </div>

@@ -1,6 +1,6 @@
 // Requests to the server. A refusal becomes an Error whose text is for the person.
 
-import { word } from './words';
+import { hostText, word } from './words';
 
 export class Refusal extends Error {
   constructor(
@@ -30,7 +30,10 @@ async function read<T>(response: Response): Promise<T> {
   } catch {
     // not JSON: the text itself says it
   }
-  throw new Refusal(response.status, reason || `${response.status} ${response.statusText}`);
+  throw new Refusal(
+    response.status,
+    hostText(reason) || `${response.status} ${response.statusText}`,
+  );
 }
 
 export async function get<T>(path: string, signal?: AbortSignal): Promise<T> {

@@ -13,7 +13,7 @@ import type {
   Reading,
   State,
 } from './protocol';
-import { word } from './words';
+import { hostText, word } from './words';
 
 /** What the main area shows. */
 export type Shown =
@@ -276,7 +276,7 @@ export async function call(
 ): Promise<CallResult> {
   if (page.notice || page.news) clearNotice(); // what it was about has been seen
   const result = await attempt(analysis, dialog, ...calls);
-  if (!result.ok && result.error) say(new Error(result.error));
+  if (!result.ok && result.error) say(new Error(hostText(result.error)));
   const saved = saving.get(analysis);
   saving.delete(analysis);
   if (result.ok && saved) {

@@ -1,5 +1,6 @@
 // The page's own texts; those of the module come from its table.
 import { plainText, translate } from './dialogs/label';
+import { inFrench } from './host_texts';
 import { page } from './store';
 
 const words = {
@@ -154,6 +155,11 @@ export type Word = keyof typeof words;
 export function word(key: Word, ...values: (string | number)[]): string {
   const text = words[key][page.language === 'en' ? 1 : 0];
   return text.replace(/\{(\d)\}/g, (_, i: string) => String(values[Number(i)] ?? ''));
+}
+
+/** A text of the program around the analyses, in the language of the page. */
+export function hostText(text: string): string {
+  return page.language === 'en' ? text : inFrench(text);
 }
 
 /** A caption of the module in the language of the page, without its access key. */

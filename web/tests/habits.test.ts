@@ -153,7 +153,7 @@ test('another condition below open results asks, and leads back to the settings'
     await page.click('button:has-text("Sélection…")');
     await page.waitForSelector('.data-window input:focus');
     await page.keyboard.type('Petal.Length > nothing');
-    await page.waitForSelector('.data-window .warning:not(:empty)');
+    await page.waitForSelector('.data-window .warning:has-text("il n’y a pas de variable")');
     await page.locator('.data-window input').fill('"Petal.Length" > 2');
     await page.waitForSelector('.data-window .count:has-text("100")');
     await page.keyboard.press('Enter');

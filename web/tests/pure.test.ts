@@ -1,10 +1,13 @@
 // The page's own arithmetic and texts, against values worked out by hand.
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
+import { readdirSync, readFileSync } from 'node:fs';
+import { join } from 'node:path';
 import { test } from 'node:test';
 import { english } from '../src/dialogs/english';
 import { parseLabel, plainText } from '../src/dialogs/label';
 import { layouts, type Part } from '../src/dialogs/layouts';
+import { hostTexts, inFrench } from '../src/host_texts';
 import { highlight, languageOf } from '../src/documents/highlight';
 import { fitSurface } from '../src/documents/surface';
 import { columnNumber, decimalsOf, fieldNumber, shortNumber, withPoint } from '../src/numbers';
@@ -87,6 +90,47 @@ test('a translation keeps an access key where the label has one', () => {
     ([french, text]) => parseLabel(french).key !== '' && parseLabel(text).key === '',
   );
   assert.deepEqual(lost, []);
+});
+
+test('the texts of the program are put into French, part by part', () => {
+  const french: [string, string][] = [
+    [
+      'the selection condition (a > b.c) is refused: there is no variable "b.c". Texts stand in ' +
+        'single quotes, names of variables in none or in double quotes.',
+      'la condition de sélection (a > b.c) est refusée : il n’y a pas de variable "b.c". Les textes ' +
+        'sont entre apostrophes, les noms de variables sans rien ou entre guillemets doubles.',
+    ],
+    [
+      'x.csv, line 3: the row has 2 fields instead of 4. Every row needs as many fields as the ' +
+        'header has names; a field that holds the delimiter stands in double quotes.',
+      'x.csv, ligne 3 : la ligne a 2 champs au lieu de 4. Chaque ligne a autant de champs que ' +
+        'l’en-tête a de noms ; un champ qui contient le délimiteur est entre guillemets doubles.',
+    ],
+    [
+      'warning: /d/$1.csv: a .csv file does not hold the labels of "y"',
+      'attention : /d/$1.csv: un fichier .csv ne garde pas les libellés de "y"',
+    ],
+    ['Vérifiez vos variables', 'Vérifiez vos variables'],
+  ];
+  for (const [text, expected] of french) assert.equal(inFrench(text), expected);
+});
+
+test('every text that is put into French is one of the program', () => {
+  const folder = '../app';
+  const sources = readdirSync(folder, { recursive: true, encoding: 'utf8' })
+    .filter(name => /\.(cpp|h)$/.test(name))
+    .map(name => readFileSync(join(folder, name), 'utf8'))
+    .join('\n')
+    .replace(/"\s*\n\s*"/g, '')
+    .replaceAll('\\"', '"');
+  // the texts between names; those that the program puts together from shorter ones in turn
+  const pieces = hostTexts.flatMap(([text]) =>
+    text.split(/\{\d\}|, (?=line|column)|(?<=fields?)(?= )/),
+  );
+  const unknown = pieces.filter(
+    piece => !sources.includes(piece.replace(/^["'. ]+|["'.: ]+$/g, '')),
+  );
+  assert.deepEqual(unknown, []);
 });
 
 test('numbers are short, and a column has the decimals that its numbers need', () => {

@@ -8,7 +8,7 @@ import { Grid, type GridColumn, type Range } from '../widgets/grid';
 import { selectOnEntry } from '../widgets/select_on_entry';
 import type { Table } from '../widgets/copy_table';
 import { columnNumber, decimalsOf, shortNumber } from '../numbers';
-import { caseCount, counted, variableCount, word } from '../words';
+import { caseCount, hostText, counted, variableCount, word } from '../words';
 import { VariableIcon } from './variable_icon';
 import { VariablePanel } from './variable_panel';
 import { useVariables } from './variables';
@@ -222,7 +222,7 @@ export function DataView({ file }: { file: FileInfo }) {
           )}
           {file.notes.map((note, i) => (
             <span key={i} class="warning">
-              ⚠ {note}
+              ⚠ {hostText(note)}
             </span>
           ))}
         </div>

@@ -2,7 +2,7 @@
 import { useId } from 'preact/hooks';
 import type { RequestOf } from '../protocol';
 import { Modal } from '../widgets/modal';
-import { word } from '../words';
+import { hostText, word } from '../words';
 import type { Answer } from './answer';
 
 export function MessageWindow(props: { request: RequestOf<'message'>; answer: Answer }) {
@@ -34,7 +34,8 @@ export function MessageWindow(props: { request: RequestOf<'message'>; answer: An
         <span class={`message-sign ${isQuestion ? 'question' : ''}`} aria-hidden="true">
           {isQuestion ? '?' : 'i'}
         </span>
-        <p id={text}>{request.text}</p>
+        {/* a text without a number is the program's own */}
+        <p id={text}>{request.number === 0 ? hostText(request.text) : request.text}</p>
       </div>
     </Modal>
   );
