@@ -28,12 +28,20 @@ const methods = [
   { kind: 'svm', lists: [[], ['Type'], measures, ['DriveTrain', 'Origin']] },
 ];
 
+/** Texts beside controls that are French on the English page: those with accents. */
+const french = (page: Page) =>
+  page
+    .locator('.dialog :is(label, button, legend, .caption, .note)')
+    .filter({ hasText: /[àâçéèêîôùû]/ })
+    .allInnerTexts();
+
 async function tabFaults(page: Page, what: string): Promise<string[]> {
   const faults: string[] = [];
   for (const one of await page.locator('.dialog [role=tab]').all()) {
     await one.click();
     const name = await one.getAttribute('data-tab');
     faults.push(...(await lookFaults(page, `${what} ${name}`, '.dialog')));
+    if (what.includes('-en')) faults.push(...(await french(page)));
   }
   return faults;
 }

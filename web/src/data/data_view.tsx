@@ -160,7 +160,7 @@ export function DataView({ file }: { file: FileInfo }) {
         <h1 class="one-line" title={file.name}>
           {file.name}
         </h1>
-        <span class="dim">
+        <span class="dim one-line">
           {caseCount(file.cases)} × {variableCount(file.variables)}
         </span>
         <span class="spring" />
