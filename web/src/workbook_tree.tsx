@@ -164,6 +164,10 @@ export function WorkbookTree() {
     0,
     rows.findIndex(row => row.current),
   );
+  // What is shown stays in sight.
+  useEffect(() => {
+    tree.current?.querySelector('[tabindex="0"]')?.scrollIntoView({ block: 'nearest' });
+  }, [rows[at]?.key, rows.length]);
   const onKeyDown = (event: KeyboardEvent) => {
     const tree = event.currentTarget as HTMLElement;
     const items = [...tree.querySelectorAll<HTMLElement>('[role=treeitem]')];

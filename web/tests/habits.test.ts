@@ -94,6 +94,13 @@ test('a macro is switched off and on, and done on another file', () =>
     await becomes(() => page.locator('[role=treeitem].level-1').count(), 2);
     const notes = () => page.locator('[role=treeitem].level-2 .tree-note').allInnerTexts();
     await becomes(notes, ['n° 1', 'n° 2'], 'two of one method are told apart');
+    await page.setViewportSize({ width: 1280, height: 240 });
+    await control(page, 'Model').click();
+    const isInSight = async () => {
+      const row = await page.locator('[role=treeitem][aria-selected=true]').boundingBox();
+      return row !== null && row.y >= 36 && row.y + row.height <= 240;
+    };
+    await becomes(isInSight, true, 'the tree follows what is shown');
   }));
 
 test('closing an analysis asks when documents would be lost; the keys stay in the tree', () =>
