@@ -95,6 +95,17 @@ test('long names and labels leave room for what stands beside them', async () =>
     faults.push(...(await lookFaults(page, 'entry', '.modal')));
     const field = await page.locator('.modal.entry input').first().boundingBox();
     assert.ok(field && field.width > 120, 'there is room to type');
+    await page.keyboard.press('Escape');
+    await startMethod(page, 'svm');
+    await control(page, 'Variables').click();
+    await pickVariables(page, [[], ['classe'], ['une_variable']]);
+    await tab(page, 'Apprentissage');
+    await control(page, 'UsePenalty').check();
+    await control(page, 'OK').click();
+    await page.waitForSelector('.cell-table input:focus');
+    faults.push(...(await lookFaults(page, 'penalties', '.modal')));
+    const table = await page.locator('.cell-table').boundingBox();
+    assert.ok(table && table.height > 400, '50 classes have the height of the page');
     assert.deepEqual(faults, []);
   };
   const file =

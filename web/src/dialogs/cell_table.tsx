@@ -36,7 +36,7 @@ export function CellTable({ table, edit, hint, hands, rows }: Props) {
   };
   return (
     <div ref={root} data-name={table.name}>
-      <div class="note-list cell-table" style={{ height: `${rows * 26 + 2}px` }}>
+      <div class="note-list cell-table" style={{ maxHeight: `${rows * 27 + 2}px` }}>
         <table>
           <thead>
             <tr>

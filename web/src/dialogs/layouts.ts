@@ -12,7 +12,7 @@ export type Part =
   | { matrix: string[]; rows: { label: string; cells: string[] }[] } // fields under headings
   | { lists: string; captions: string[] } // a choice of several lists, each shown under its caption
   | { list: string; rows?: number } // a control shown as an open list
-  | { cells: string; edit: string; hint: string; rows: number } // a table whose last column is edited
+  | { cells: string; edit: string; hint: string; rows: number } // a table whose last column is edited, of so many rows at most
   | { buttons: string[] }; // a row of buttons of equal width
 
 export interface Layout {
@@ -296,7 +296,7 @@ export const layouts: Record<string, Layout> = {
     focus: 'Penalties.Table',
     refused: ['Penalties.Table'],
     mainParts: [
-      { cells: 'Penalties.Table', edit: 'Penalties.Cell', hint: 'Penalties.Hint', rows: 9 },
+      { cells: 'Penalties.Table', edit: 'Penalties.Cell', hint: 'Penalties.Hint', rows: 18 },
     ],
     tabs: {},
     hidden: ['Penalties'],
