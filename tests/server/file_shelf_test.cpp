@@ -74,7 +74,7 @@ TEST_F(FileShelves, AChangedFileIsReadAgainUnlessThatIsCancelled) {
 }
 
 TEST_F(FileShelves, SettingsChangeWhileTheFileIsReadAgainAndStay) {
-  constexpr int kRows = 3000000;
+  constexpr int kRows = 6000000;  // long enough to be seen while they are read
   Write(Rows(4, "1,2\n"));
   const FileShelf::Ref opened = Open(1);
   ASSERT_NE(opened, nullptr) << error_;
