@@ -1,20 +1,12 @@
 // The generated C program, compiled and run, against the defining loops on the model as it is
 // printed, and against the engine where printing changes nothing.
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
-#include "deploy/number_text.h"
-#include "knn/knn_analysis.h"
-
-extern char** environ;
+#include "score/generated_model.h"
 
 namespace qrvml::test {
 namespace {
@@ -48,8 +40,8 @@ class KnnProgram : public ::testing::Test {
 
   void Compile(const std::string& text) {
     std::ofstream(folder_ / "model.c", std::ios::binary) << text;
-    ASSERT_EQ(Run({"cc", "-std=c11", "-include", "stdbool.h", "-ffp-contract=off", "-O2", "-Wall",
-                   "-o", "program", "driver.c", "-lm"}),
+    ASSERT_EQ(Run("cc -std=c11 -include stdbool.h -ffp-contract=off -O2 -Wall -o program driver.c "
+                  "-lm 2>err"),
               0)
         << Content("err");
     for (const char* warning : {"-Wdangling-else", "-Wmisleading-indentation", "-Woverflow"})
@@ -64,7 +56,7 @@ class KnnProgram : public ::testing::Test {
       in << '\n';
     }
     in.close();
-    EXPECT_EQ(Run({(folder_ / "program").string()}), 0);
+    EXPECT_EQ(Run("./program <in >out"), 0);
     Rows predicted;
     std::ifstream out(folder_ / "out");
     for (double value = 0; out >> value;) {
@@ -80,84 +72,43 @@ class KnnProgram : public ::testing::Test {
     text << std::ifstream(folder_ / name).rdbuf();
     return text.str();
   }
-  int Run(std::vector<std::string> words) const {
-    const fs::path before = fs::current_path();
-    fs::current_path(folder_);
-    std::vector<char*> arguments;
-    for (std::string& word : words) arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    posix_spawn_file_actions_t files;
-    posix_spawn_file_actions_init(&files);
-    const int input = words[0] == "cc" ? 0 : 1;
-    posix_spawn_file_actions_addopen(&files, 0, input != 0 ? "in" : "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&files, 1, "out", O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    posix_spawn_file_actions_addopen(&files, 2, "err", O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    pid_t child = -1;
-    const int failed =
-        posix_spawnp(&child, arguments[0], &files, nullptr, arguments.data(), environ);
-    posix_spawn_file_actions_destroy(&files);
-    fs::current_path(before);
-    int status = -1;
-    if (failed == 0) waitpid(child, &status, 0);
-    return status;
+  int Run(const std::string& command) const {
+    return std::system(("cd " + folder_.string() + " && " + command).c_str());
   }
 
   fs::path folder_;
 };
-
-double Printed(double value) { return std::strtod(GeneralText(value).c_str(), nullptr); }
-
-/// The table with values that printing does not change.
-PlainTable PrintedTable(const Shape& shape, std::int32_t seed) {
-  PlainTable table = RandomTable(shape, 40, 25, seed);
-  for (Row& row : table.rows)
-    for (double& value : row) value = Printed(value);
-  return table;
-}
-
-Rows TestInputs(const PlainTable& table) {
-  Rows cases;
-  for (int t = table.prototypes; t < int(table.rows.size()); ++t)
-    cases.emplace_back(table.rows[t].begin(), table.rows[t].begin() + table.Inputs());
-  return cases;
-}
 
 bool IsTied(Row scores) {
   std::sort(scores.rbegin(), scores.rend());
   return scores.size() > 1 && scores[0] == scores[1];
 }
 
-/// Equal but for the last bits of the weights' exponentials.
-bool IsClose(double expected, double actual) {
-  return std::fabs(expected - actual) <= 1e-13 * std::fabs(expected) + 1e-300;
-}
-
 TEST_F(KnnProgram, PredictsWhatTheModelAsPrintedPredicts) {
   int ties = 0, programs = 0;
   for (const Shape& shape : kShapes) {
     for (int option = 0; option < 16; ++option) {
-      PlainSettings settings;
-      settings.metric = option % 4;
-      settings.weighted = (option & 4) != 0;
-      settings.standardized = (option & 8) != 0;
-      settings.k = 1 + (option * 3 + shape.categoricalInputs) % 5;
+      const PlainSettings settings =
+          SettingsOf(option, 1 + (option * 3 + shape.categoricalInputs) % 5);
       SCOPED_TRACE(std::string(shape.name) + ", metric " + std::to_string(settings.metric) +
                    (settings.weighted ? ", weighted" : "") +
                    (settings.standardized ? ", standardized" : "") + ", K " +
                    std::to_string(settings.k));
-      const PlainTable table = PrintedTable(shape, 100 + option);
+      const PlainTable table = PrintedTable(shape, 100 + option, SixDigits);
       KnnAnalysis knn(table, settings);
       knn.Train();
-      ASSERT_TRUE(knn.Press("CodeGeneratorCLang").Succeeded());
-      Compile(knn.host.textDocuments.at(0).text);
+      Compile(Generated(knn, "CodeGeneratorCLang"));
       ++programs;
 
       PlainKnn model(table, settings);
-      model.PrintScaling(Printed);
+      model.PrintScaling(SixDigits);
       PlainKnn byCode = model;
       byCode.OrderClassesByCode();
       const auto expected = byCode.PredictTests();
-      const Rows predicted = Predict(TestInputs(table), std::size_t(table.Dependents()));
+      Rows cases;
+      for (int t = table.prototypes; t < int(table.rows.size()); ++t)
+        cases.emplace_back(table.rows[t].begin(), table.rows[t].begin() + table.Inputs());
+      const Rows predicted = Predict(cases, std::size_t(table.Dependents()));
       ASSERT_EQ(predicted.size(), expected.size());
       for (int t = 0; t < table.Tests(); ++t) {
         knn.PredictTest(t);
@@ -189,8 +140,7 @@ TEST_F(KnnProgram, HoldsAHundredAndFiftyClassesAndLargeCodes) {
   }
   KnnAnalysis knn(std::move(file), "| c | x |", 150);
   knn.Train();
-  ASSERT_TRUE(knn.Press("CodeGeneratorCLang").Succeeded());
-  Compile(knn.host.textDocuments.at(0).text);
+  Compile(Generated(knn, "CodeGeneratorCLang"));
   EXPECT_EQ(Predict({{0.2}, {148}, {500}}, 1), (Rows{{1000000}, {1000148}, {2147483647}}));
 }
 
@@ -199,8 +149,7 @@ TEST_F(KnnProgram, WeightsThatAllVanishLeaveTheFirstClassAndZero) {
     KnnAnalysis knn(TableFile("x c", {"1e5 2", "2e5 3", "3e5 2", "1 3"}), variables, 3,
                     {{"UseWeightedAverage", 1}, {"KNearestNeighbors", 2}});
     knn.Train();
-    ASSERT_TRUE(knn.Press("CodeGeneratorCLang").Succeeded());
-    Compile(knn.host.textDocuments.at(0).text);
+    Compile(Generated(knn, "CodeGeneratorCLang"));
     EXPECT_EQ(Predict({{-1e5}}, 1), (Rows{{variables[0] == '|' ? 2.0 : 0.0}}));
   }
 }

@@ -7,13 +7,14 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "data/processor_level.h"
-#include "host/analysis_support.h"
+#include "support/scripted_host.h"
 
 namespace qrvml {
 namespace {
@@ -360,82 +361,32 @@ TEST(NeighbourSearch, ManyPrototypesAtNearlyTheSameDistanceKeepTheirOrder) {
   }
 }
 
-/// A memory service that refuses one allocation, counted from 0.
-class CountedMemory final : public MemoryService {
- public:
-  int AllocMem(void** address, std::size_t bytes) override {
-    if (allocations++ == refused) return 1;
-    *address = ::operator new(bytes, std::align_val_t{64});
-    ++held;
-    return 0;
-  }
-  void FreeMem(void* address) override {
-    if (address == nullptr) return;
-    ::operator delete(address, std::align_val_t{64});
-    --held;
-  }
-
-  int refused = -1;
-  int allocations = 0;
-  int held = 0;  // given out and not given back
-};
-
-/// An analysis that only lends its memory service.
-class MemoryAnalysis final : public CAnalysisSupport {
- public:
-  explicit MemoryAnalysis(MemoryService& memory) : CAnalysisSupport(nullptr) {
-    HostServices services;
-    services.memory = &memory;
-    Attach(services);
-  }
-  int InitializeAfterFileChanged() override { return 0; }
-  int Initialize() override { return 0; }
-  void* GetLibInstance() const override { return nullptr; }
-  int GetAnalysisID() const override { return 0; }
-  std::string GetAnalysisName() const override { return {}; }
-  int RunStep(int) override { return 0; }
-};
-
 TEST(NeighbourSearch, AnyRefusedAllocationThrowsAndLeavesTheSearchUsable) {
   Random random(41);
   Problem problem = Shape(4, 1, 6);
   FillRows(problem, random, 900, 40, [&] { return random.Unit(); });
   const Answer expected = DefiningScan(problem, Metric::euclidean);
-  CountedMemory memory;
-  {
-    MemoryAnalysis analysis(memory);
-    const CAnalysisContext::Scope scope(&analysis);
-    NeighbourSearch search;
+  test::AnalysisSession session(
+      test::TableFile("x", {"1"}));  // fails the test if a block is not given back
+  NeighbourSearch search;
+  std::vector<Neighbour> neighbours(40 * 6);
+  std::vector<std::int32_t> found(40);
+  const std::function<bool()> calls[] = {
+      [&] { return search.Build(problem.rows(), Metric::euclidean); },
+      [&] { return search.Find(problem.queries.data(), 40, 6, {}, 2, neighbours, found, {}); }};
+  for (const auto& call : calls) {
     int refusals = 0;
     for (bool done = false; !done; ++refusals) {
-      memory.allocations = 0;
-      memory.refused = refusals;
+      session.host.refuseAllocation = session.host.allocations + refusals + 1;
       try {
-        done = search.Build(problem.rows(), Metric::euclidean);
+        done = call();
       } catch (const MemoryRefused&) {
-        EXPECT_EQ(memory.held, 0) << "after refusal " << refusals;
       }
     }
     EXPECT_GT(refusals, 8);
-
-    std::vector<Neighbour> neighbours(40 * 6);
-    std::vector<std::int32_t> found(40);
-    const int packed = memory.held;
-    refusals = 0;
-    for (bool done = false; !done; ++refusals) {
-      memory.allocations = 0;
-      memory.refused = refusals;
-      try {
-        done = search.Find(problem.queries.data(), 40, 6, {}, 2, neighbours, found, {});
-      } catch (const MemoryRefused&) {
-      }
-      EXPECT_EQ(memory.held, packed) << "after refusal " << refusals;
-    }
-    EXPECT_GT(refusals, 8);
-    memory.refused = -1;
-    EXPECT_EQ(Difference(expected, Find(search, problem, 2)), "");
+    session.host.refuseAllocation = 0;
   }
-  EXPECT_EQ(memory.held, 0);
+  EXPECT_EQ(Difference(expected, Find(search, problem, 2)), "");
 }
 
 TEST(NeighbourSearch, APollThatReturnsTrueStops) {

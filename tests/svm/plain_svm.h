@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <map>
 #include <memory>
@@ -100,6 +101,41 @@ inline double PlainKernel(const SVMParameters& p, const std::vector<double>& x,
     default:
       return std::tanh(p.gamma * dot + p.coef0);
   }
+}
+
+/// The sum of each pair of label positions, or the only one, from the kernel values of the support
+/// vectors; every number of the model goes through `printed`.
+inline std::vector<double> PlainSums(
+    const SVMModel& model, const std::vector<double>& kernel,
+    const std::function<double(double)>& printed = [](double value) { return value; }) {
+  std::vector<int> classOf(kernel.size(), 0);
+  if (model.IsClassification()) {
+    classOf.clear();
+    for (int k = 0; k < model.classCount; ++k)
+      classOf.resize(classOf.size() + std::size_t(model.supportVectorsPerClass[std::size_t(k)]), k);
+  }
+  std::vector<double> sums;
+  for (int i = 0; i < model.classCount; ++i) {
+    for (int j = i + 1; j < model.classCount; ++j) {
+      double sum = 0;
+      for (std::size_t s = 0; s < kernel.size(); ++s) {
+        if (classOf[s] != i && classOf[s] != j) continue;
+        const int row = classOf[s] == i ? j - 1 : i;
+        sum += printed(model.Coefficient(row, std::int32_t(s))) * kernel[s];
+      }
+      sums.push_back(sum - printed(model.constants[sums.size()]));
+    }
+  }
+  return sums;
+}
+/// Votes per label position.
+inline std::vector<int> PlainVotes(const SVMModel& model, const std::vector<double>& sums) {
+  std::vector<int> votes(std::size_t(model.classCount), 0);
+  auto sum = sums.begin();
+  for (int i = 0; i < model.classCount; ++i) {
+    for (int j = i + 1; j < model.classCount; ++j) ++votes[std::size_t(*sum++ > 0 ? i : j)];
+  }
+  return votes;
 }
 
 /// A solver state that keeps its texts.

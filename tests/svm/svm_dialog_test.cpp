@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <array>
 #include <functional>
+#include <iterator>
+#include <sstream>
 
 #include "host/string_table.h"
 #include "support/scripted_host.h"
@@ -14,10 +16,12 @@
 namespace qrvml::test {
 namespace {
 
+using Texts = std::vector<std::string>;
+
 constexpr const char* kHeader = "y k=rot,blau,gelb x z g=a,b part";
 
 TableFile Twelve() {
-  std::vector<std::string> rows;
+  Texts rows;
   const char* const classes[] = {"rot", "blau", "gelb"};
   for (int t = 0; t < 12; ++t) {
     rows.push_back(std::to_string(10 + t * t) + ' ' + classes[t % 3] + ' ' + std::to_string(t) +
@@ -84,81 +88,70 @@ std::vector<FieldRow> Fields() {
   };
 }
 
+Texts Words(const std::string& text) {
+  std::istringstream words(text);
+  return {std::istream_iterator<std::string>(words), {}};
+}
+
 TEST(SvmDialog, HasTheDescribedRowsInTheirOrderWithTheirDefaults) {
+  // Rows whose identifiers follow one another.
   const struct {
-    const char* name;
-    int identifier, type = 1;
-    double standard = 0;  // of a choice
-    int role = 0, kind = 2;
-  } rows[] = {{"CasewiseDeletionOfMD", 50367, 1, 1},
-              {"MeanSubstitutionOfMD", 50368},
-              {"Variables", 50370, 1, 0, 1},
-              {"ResponseCodes", 50371, 6, 0, 2, 1},
-              {"PredictorCodes", 50372, 6, 0, 2, 1},
-              {"ApplySampling", 50373, 1, 1},
-              {"UseRandomSampling", 50374, 1, 1},
-              {"UseSubsetvariable", 50375},
-              {"UseFirstNCases", 50376},
-              {"SizeOfTrainingSample", 50377, 2, 75},
-              {"SeedForRandomSampling", 50378, 1, -1},
-              {"NValue", 50379, 1, 9},
-              {"AnalysisAndCrossValidationSamples", 41204, 1, 0, 1},
-              {"CodeForLearningSample", 41205, 5},
-              {"UseCrossvalidationSample", 41206, 1, 1},
-              {"ClassType1", 50380, 1, 1},
-              {"ClassType2", 50381},
-              {"RegressionType1", 50382},
-              {"RegressionType2", 50383},
-              {"LinearKernel", 50384},
-              {"PolyKernel", 50385},
-              {"RBFKernel", 50386, 1, 1},
-              {"SigmoidKernel", 50387},
-              {"Degree", 50388, 1, 3},
-              {"Gam", 50389, 2, 0.5},
-              {"Bias", 50390, 2, 0},
-              {"CParameter", 50391, 2, 10},
-              {"EpsilonParameter", 50392, 2, 0.1},
-              {"NuParameter", 50393, 2, 0.5},
-              {"ApplyCrossV", 50394},
-              {"VValue", 50395, 1, 10},
-              {"CrossVSeed", 50396, 1, -1},
-              {"MinimumC", 50397, 2, 1},
-              {"MaximumC", 50398, 2, 10},
-              {"DeltaC", 50399, 2, 1},
-              {"MinimumEpsilon", 50400, 2, 0.1},
-              {"MaximumEpsilon", 50401, 2, 0.5},
-              {"DeltaEpsilon", 50402, 2, 0.1},
-              {"MinimumNu", 50403, 2, 0.1},
-              {"MaximumNu", 50404, 2, 0.5},
-              {"DeltaNu", 50405, 2, 0.1},
-              {"MaxNoOfIterations", 50406, 1, 1000},
-              {"StoppingAccuracy", 50407, 2, 0.001},
-              {"CacheSize", 50408, 1, 40},
-              {"ShrinkData", 50409, 1, 1},
-              {"ScaleInputs", 50410},
-              {"ScaleOutputs", 50411},
-              {"UsePenalty", 50412},
-              {"PenaltyList", 50424, 5}};
+    int identifier, role, kind, type;
+    const char* names;
+  } runs[] = {
+      {50367, 0, 2, 1, "CasewiseDeletionOfMD MeanSubstitutionOfMD"},
+      {50370, 1, 2, 1, "Variables"},
+      {50371, 2, 1, 6, "ResponseCodes PredictorCodes"},
+      {50373, 0, 2, 1, "ApplySampling UseRandomSampling UseSubsetvariable UseFirstNCases"},
+      {50377, 0, 2, 2, "SizeOfTrainingSample"},
+      {50378, 0, 2, 1, "SeedForRandomSampling NValue"},
+      {41204, 1, 2, 1, "AnalysisAndCrossValidationSamples"},
+      {41205, 0, 2, 5, "CodeForLearningSample"},
+      {41206, 0, 2, 1, "UseCrossvalidationSample"},
+      {50380, 0, 2, 1, "ClassType1 ClassType2 RegressionType1 RegressionType2"},
+      {50384, 0, 2, 1, "LinearKernel PolyKernel RBFKernel SigmoidKernel Degree"},
+      {50389, 0, 2, 2, "Gam Bias CParameter EpsilonParameter NuParameter"},
+      {50394, 0, 2, 1, "ApplyCrossV VValue CrossVSeed"},
+      {50397, 0, 2, 2, "MinimumC MaximumC DeltaC MinimumEpsilon MaximumEpsilon DeltaEpsilon"},
+      {50403, 0, 2, 2, "MinimumNu MaximumNu DeltaNu"},
+      {50406, 0, 2, 1, "MaxNoOfIterations"},
+      {50407, 0, 2, 2, "StoppingAccuracy"},
+      {50408, 0, 2, 1, "CacheSize ShrinkData ScaleInputs ScaleOutputs UsePenalty"},
+      {50424, 0, 2, 5, "PenaltyList"}};
+  const Texts on = Words(
+      "CasewiseDeletionOfMD ApplySampling UseRandomSampling UseCrossvalidationSample ClassType1 "
+      "RBFKernel ShrinkData");
   SvmSession session;
   session.Put("Variables", "| k | x z |");
   const auto description = session.dialog().DialogControlDescr();
-  ASSERT_EQ(description.size(), std::size(rows));
-  for (std::size_t i = 0; i < std::size(rows); ++i) {
-    SCOPED_TRACE(rows[i].name);
-    EXPECT_EQ(description[i].control->name, rows[i].name);
-    EXPECT_EQ(description[i].identifier, rows[i].identifier);
-    EXPECT_EQ(description[i].type, rows[i].type);
-    EXPECT_EQ(description[i].role, rows[i].role);
-    EXPECT_EQ(description[i].kind, rows[i].kind);
-    const ControlKind kind = description[i].control->kind;
-    if (kind == ControlKind::text || kind == ControlKind::pick || rows[i].standard < 0) continue;
-    EXPECT_EQ(session.Number(rows[i].name), rows[i].standard);
+  std::size_t at = 0;
+  for (const auto& run : runs) {
+    int identifier = run.identifier;
+    for (const std::string& name : Words(run.names)) {
+      SCOPED_TRACE(name);
+      ASSERT_LT(at, description.size());
+      const auto& row = description[at++];
+      EXPECT_EQ(row.control->name, name);
+      EXPECT_EQ((std::array{row.identifier, row.role, row.kind, row.type}),
+                (std::array{identifier++, run.role, run.kind, run.type}));
+      const ControlKind kind = row.control->kind;
+      if (kind == ControlKind::check || kind == ControlKind::radio) {
+        EXPECT_EQ(session.Number(name), std::ranges::count(on, name));
+      }
+    }
   }
+  EXPECT_EQ(at, description.size());
+  EXPECT_EQ(session.Number("SizeOfTrainingSample"), 75);
+  EXPECT_EQ(session.Number("NValue"), 9);
   for (const FieldRow& field : Fields()) {
+    SCOPED_TRACE(field.name);
     const Control* control = session.host.dialog->FindControl(field.name);
-    EXPECT_EQ(control->range.lowest, field.lowest) << field.name;
+    EXPECT_EQ(control->range.lowest, field.lowest);
     if (std::string_view(field.name) != "VValue") {
-      EXPECT_EQ(control->range.highest, field.highest) << field.name;
+      EXPECT_EQ(control->range.highest, field.highest);
+    }
+    if (field.standard >= 0) {
+      EXPECT_EQ(session.Number(field.name), field.standard);
     }
   }
   // The interface: settings of the SVM tab before those of the kernel, the sample's at its end.
@@ -168,8 +161,7 @@ TEST(SvmDialog, HasTheDescribedRowsInTheirOrderWithTheirDefaults) {
     if (!control.tab.empty() && std::ranges::count(tabs, control.tab) == 0)
       tabs.push_back(control.tab);
   }
-  const auto at = [&](std::string_view name) { return std::ranges::find(names, name); };
-  EXPECT_LT(at("NuParameter"), at("LinearKernel"));
+  EXPECT_LT(std::ranges::find(names, "NuParameter"), std::ranges::find(names, "LinearKernel"));
   EXPECT_EQ((std::vector(names.end() - 4, names.end())),
             (std::vector<std::string_view>{"PenaltyList", "UseCrossvalidationSample",
                                            "AnalysisAndCrossValidationSamples",
@@ -179,58 +171,47 @@ TEST(SvmDialog, HasTheDescribedRowsInTheirOrderWithTheirDefaults) {
 }
 
 TEST(SvmDialog, EnablesItsControlsAsTheStateAsks) {
-  using Names = std::vector<std::string_view>;
-  const Names cGrid = {"MinimumC", "MaximumC", "DeltaC"};
-  const Names epsilonGrid = {"MinimumEpsilon", "MaximumEpsilon", "DeltaEpsilon"};
-  const Names nuGrid = {"MinimumNu", "MaximumNu", "DeltaNu"};
-  const auto plus = [](Names a, std::initializer_list<Names> more) {
-    for (const Names& b : more) a.insert(a.end(), b.begin(), b.end());
-    return a;
-  };
+  const std::string c = " MinimumC MaximumC DeltaC", nu = " MinimumNu MaximumNu DeltaNu";
+  const std::string epsilon = " MinimumEpsilon MaximumEpsilon DeltaEpsilon";
   const struct {
-    const char *variables, *switched;
-    Names enabled, disabled;
+    const char *variables, *switched;  // each of the second is set to 1
+    std::string enabled, disabled;
   } rows[] = {
-      {"", "RBFKernel", {}, {"ClassType1", "ClassType2", "RegressionType1", "RegressionType2"}},
-      {"| k | x |", "ClassType1", plus({"ClassType2", "CParameter", "ScaleInputs"}, {}),
-       plus({"RegressionType1", "RegressionType2", "NuParameter", "EpsilonParameter", "VValue",
-             "CrossVSeed", "ScaleOutputs"},
-            {cGrid, epsilonGrid, nuGrid})},
-      {"| k | x |", "ClassType2", {"NuParameter"}, {"CParameter", "EpsilonParameter"}},
-      {"y | | | g",
-       "RegressionType1",
-       {"CParameter", "EpsilonParameter", "ScaleOutputs"},
-       {"ClassType1", "ClassType2", "NuParameter", "ScaleInputs", "Learning.InputLow"}},
-      {"y | | x |",
-       "RegressionType2",
-       {"CParameter", "NuParameter", "Learning.InputHigh"},
-       {"EpsilonParameter", "UsePenalty", "PenaltyList"}},
-      {"| k | x |", "ApplyCrossV", plus({"VValue", "CrossVSeed"}, {cGrid}),
-       plus({"CParameter"}, {epsilonGrid, nuGrid})},
-      {"y | | x |", "ApplyCrossV", plus(cGrid, {epsilonGrid}),
-       plus({"CParameter", "EpsilonParameter"}, {nuGrid})},
-      {"| k | x |", "LinearKernel", {}, {"Degree", "Gam", "Bias"}},
-      {"| k | x |", "PolyKernel", {"Degree", "Gam", "Bias"}, {}},
-      {"| k | x |", "RBFKernel", {"Gam"}, {"Degree", "Bias"}},
-      {"| k | x |", "SigmoidKernel", {"Gam", "Bias"}, {"Degree"}},
-      {"| | x |", "ShrinkData", {}, {"ClassType1", "RegressionType1", "RBFKernel", "Gam"}},
-      {"| k | x |", "UsePenalty", {"PenaltyList"}, {}},
-      {"| k | x |", "ShrinkData", {"UsePenalty"}, {"PenaltyList"}},
+      {"", "RBFKernel", "", "ClassType1 ClassType2 RegressionType1 RegressionType2"},
+      {"| k | x |", "ClassType1", "ClassType2 CParameter ScaleInputs UsePenalty",
+       "RegressionType1 RegressionType2 NuParameter EpsilonParameter VValue CrossVSeed "
+       "ScaleOutputs PenaltyList" +
+           c + epsilon + nu},
+      {"| k | x |", "ClassType2", "NuParameter", "CParameter EpsilonParameter"},
+      {"y | | | g", "RegressionType1", "CParameter EpsilonParameter ScaleOutputs",
+       "ClassType1 ClassType2 NuParameter ScaleInputs Learning.InputLow"},
+      {"y | | x |", "RegressionType2", "CParameter NuParameter Learning.InputHigh",
+       "EpsilonParameter UsePenalty PenaltyList"},
+      {"| k | x |", "ApplyCrossV", "VValue CrossVSeed" + c, "CParameter" + epsilon + nu},
+      {"| k | x |", "ClassType2 ApplyCrossV", nu, "NuParameter" + c + epsilon},
+      {"y | | x |", "ApplyCrossV", c + epsilon, "CParameter EpsilonParameter" + nu},
+      {"y | | x |", "RegressionType2 ApplyCrossV", c + nu, "CParameter NuParameter" + epsilon},
+      {"| k | x |", "LinearKernel", "", "Degree Gam Bias"},
+      {"| k | x |", "PolyKernel", "Degree Gam Bias", ""},
+      {"| k | x |", "RBFKernel", "Gam", "Degree Bias"},
+      {"| k | x |", "SigmoidKernel", "Gam Bias", "Degree"},
+      {"| | x |", "ShrinkData", "", "ClassType1 RegressionType1 RBFKernel Gam"},
+      {"| k | x |", "UsePenalty", "PenaltyList", ""},
   };
   for (const auto& row : rows) {
     SvmSession session(row.variables);
-    session.Put(row.switched, 1);
-    for (const auto name : row.enabled)
-      EXPECT_TRUE(session.dialog().IsEnabled(name)) << row.variables << row.switched << ' ' << name;
-    for (const auto name : row.disabled)
-      EXPECT_FALSE(session.dialog().IsEnabled(name)) << row.variables << row.switched << name;
+    for (const std::string& name : Words(row.switched)) session.Put(name, 1);
+    for (const bool on : {true, false}) {
+      for (const std::string& name : Words(on ? row.enabled : row.disabled))
+        EXPECT_EQ(session.dialog().IsEnabled(name), on)
+            << row.variables << ' ' << row.switched << ' ' << name;
+    }
   }
-  // The nu types search the nu row; the other C types both.
+}
+
+TEST(SvmDialog, RefusesATypeOfTheOtherKindOfDependent) {
   SvmSession session("y | | x |");
   session.Put("RegressionType2", 1);
-  session.Put("ApplyCrossV", 1);
-  for (const auto name : plus(cGrid, {nuGrid})) EXPECT_TRUE(session.dialog().IsEnabled(name));
-  for (const auto name : epsilonGrid) EXPECT_FALSE(session.dialog().IsEnabled(name));
   EXPECT_FALSE(session.TryPut("ClassType1", "1").Succeeded());
   EXPECT_EQ(session.host.TakeMessages(), std::vector{0});
   EXPECT_EQ(session.Number("RegressionType2"), 1);
@@ -399,7 +380,7 @@ TEST(SvmDialog, ScalesOncePerOkAndIntoTheRangesThatAreShown) {
 TEST(SvmDialog, TellsOfAModelThatIsNotWhatItMaySeem) {
   const struct {
     const char *variables, *iterations;
-    std::vector<std::string> notes;
+    Texts notes;
   } rows[] = {
       {"| k | x z |", "1000", {}},
       {"| k | x z |",
@@ -413,7 +394,7 @@ TEST(SvmDialog, TellsOfAModelThatIsNotWhatItMaySeem) {
     session.Put("ScaleInputs", 1);
     session.Put("MaxNoOfIterations", row.iterations);
     ASSERT_TRUE(session.Accept().Succeeded());
-    std::vector<std::string> notes;
+    Texts notes;
     for (const auto& message : session.host.messages) notes.push_back(message.text);
     EXPECT_EQ(notes, row.notes);
   }
@@ -429,24 +410,24 @@ TEST(SvmDialog, ShowsItsProgressOnlyToAPerson) {
   EXPECT_TRUE(session.host.statusTexts.empty());
   session.host.isAutomation = false;
   ASSERT_TRUE(session.Accept().Succeeded());
-  EXPECT_EQ(session.host.statusTexts,
-            (std::vector<std::string>{
-                "Initialisation de la validation croisée...",
-                "Mélange des données pour la validation croisée...", "Mélange des données terminé",
-                "Application de la validation croisée...", "Ensemble validation croisée 1",
-                "Ensemble validation croisée 2", "Ensemble validation croisée 3",
-                "Ensemble validation croisée 1", "Ensemble validation croisée 2",
-                "Ensemble validation croisée 3", "Validation croisée terminée",
-                "Initialisation de l'apprentissage...", "Apprentissage terminé",
-                "Calcul des statistiques de classification en cours..."}));
-  EXPECT_EQ(session.host.detailTexts, std::vector<std::string>{"Itérations... 1"});
+  EXPECT_EQ(
+      session.host.statusTexts,
+      (Texts{"Initialisation de la validation croisée...",
+             "Mélange des données pour la validation croisée...", "Mélange des données terminé",
+             "Application de la validation croisée...", "Ensemble validation croisée 1",
+             "Ensemble validation croisée 2", "Ensemble validation croisée 3",
+             "Ensemble validation croisée 1", "Ensemble validation croisée 2",
+             "Ensemble validation croisée 3", "Validation croisée terminée",
+             "Initialisation de l'apprentissage...", "Apprentissage terminé",
+             "Calcul des statistiques de classification en cours..."}));
+  EXPECT_EQ(session.host.detailTexts, Texts{"Itérations... 1"});
 
   // At a poll the second line follows the solver.
   session.Put("ApplyCrossV", 0);
   session.engine().solver.workBetweenPolls = 1;
   session.host.detailTexts.clear();
   ASSERT_TRUE(session.Accept().Succeeded());
-  std::vector<std::string> details = session.host.detailTexts;
+  Texts details = session.host.detailTexts;
   details.erase(details.begin());  // of the opening
   const std::int32_t last = session.engine().solver.iterationCount;
   ASSERT_GT(last, 2);

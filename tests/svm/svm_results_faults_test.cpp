@@ -41,10 +41,10 @@ const std::vector<Request>& Requests() {
       {{"SelectedItemX", "3"}, {}},
       {{"SelectedItemsY", "1 3-5"}, {}},
       {{"SelectedItemZ", "2"}, {}},
-      {{"CodeGeneratorCLang", ""}, {}, 1, 0, 0, 0},
-      {{"CodeGeneratorQVB", ""}, {}, 1, 0, 0, 0},
-      {{"CodeGeneratorPMML", ""}, {}, 1, 0, 0, 0},
-      {{"CodeGenerator", ""}, {}, 2, 0, 0, 0},
+      {{"CodeGeneratorCLang", ""}, {}, 1, 0, 2, 0},
+      {{"CodeGeneratorQVB", ""}, {}, 1, 0, 2, 0},
+      {{"CodeGeneratorPMML", ""}, {}, 1, 0, 2, 0},
+      {{"CodeGenerator", ""}, {}, 2, 0, 4, 0},
   };
   return requests;
 }

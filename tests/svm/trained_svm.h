@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "deploy/deployed_variables.h"
-#include "support/case_reading.h"
 #include "svm/plain_svm.h"
+#include "svm/svm_analysis.h"
 #include "svm/svm_deployment.h"
 
 namespace qrvml::test {
@@ -91,19 +91,13 @@ inline TableFile SvmTable(const SvmShape& shape, std::uint64_t seed) {
   return TableFile(header, rows);
 }
 
-/// A table that is read, scaled as the settings say, and trained on.
-struct TrainedSvm {
+struct TrainedSvm : SvmAnalysis {
   using Settings = std::function<void(SVMEngine& engine, AnalysisDataSet& data)>;
 
   TrainedSvm(TableFile table, std::string_view lists, int trainingCases, const Settings& set)
-      : reading(std::move(table), lists, trainingCases), engine(data()) {
-    engine.solver.print = [](std::string_view) {};
-    engine.parameters.svmType = engine.IsClassification() ? kCClassification : kEpsilonRegression;
-    engine.parameters.gamma = 0.5;
+      : SvmAnalysis(std::move(table), lists, trainingCases) {
     set(engine, data());
-    EXPECT_TRUE(data().ScanCases(Method::svm) && data().LoadCases(Method::svm, &engine));
-    engine.ScaleSvmProblem();
-    EXPECT_TRUE(engine.TrainSvm(true));
+    EXPECT_TRUE(Train());
     variables = DescribeVariables(file(), data());
   }
   /// One of AllSvmKinds.
@@ -127,8 +121,7 @@ struct TrainedSvm {
                                         });
   }
 
-  AnalysisDataSet& data() { return reading.data(); }
-  TableFile& file() { return reading.session.file; }
+  TableFile& file() { return session().file; }
   const SVMModel& model() const { return *engine.model; }
 
   std::string C() { return Program(Dialect::c); }
@@ -153,8 +146,6 @@ struct TrainedSvm {
     return inputs;
   }
 
-  CaseReading reading;
-  SVMEngine engine;
   DeployedVariables variables;
 };
 
@@ -190,29 +181,13 @@ inline PrintedSvmPrediction PredictPrinted(TrainedSvm& trained,
       vector.push_back(printed(model.supportVectors[s].nodes[d].value));
     kernel.push_back(PlainKernel(p, x, vector));
   }
+  const std::vector<double> sums = PlainSums(model, kernel, printed);
   if (!model.IsClassification()) {
-    double sum = 0;
-    for (std::size_t s = 0; s < vectors; ++s) sum += printed(model.coefficients[s]) * kernel[s];
-    sum -= printed(model.constants[0]);
     const std::size_t slot = inputs.size();
-    return {(sum - printed(trained.data().offsets()[slot])) /
+    return {(sums[0] - printed(trained.data().offsets()[slot])) /
             printed(trained.data().slopes()[slot])};
   }
-  std::vector<int> classOf, votes(std::size_t(model.classCount), 0);
-  for (int k = 0; k < model.classCount; ++k)
-    classOf.insert(classOf.end(), std::size_t(model.supportVectorsPerClass[std::size_t(k)]), k);
-  std::size_t pair = 0;
-  for (int i = 0; i < model.classCount; ++i) {
-    for (int j = i + 1; j < model.classCount; ++j, ++pair) {
-      double sum = 0;
-      for (std::size_t s = 0; s < vectors; ++s) {
-        if (classOf[s] != i && classOf[s] != j) continue;
-        const int row = classOf[s] == i ? j - 1 : i;
-        sum += printed(model.Coefficient(row, std::int32_t(s))) * kernel[s];
-      }
-      ++votes[std::size_t(sum - printed(model.constants[pair]) > 0 ? i : j)];
-    }
-  }
+  const std::vector<int> votes = PlainVotes(model, sums);
   const auto top = std::ranges::max_element(votes);
   return {double(model.labels[std::size_t(top - votes.begin())]),
           std::ranges::count(votes, *top) > 1};
