@@ -39,6 +39,26 @@ struct Request {
   int rows = 0;       // rows that it saves
 };
 
+/// With the properties that the dialogs of all methods have.
+inline std::vector<Request> WithSharedRequests(std::vector<Request> requests) {
+  const Request shared[] = {
+      {{"TrainSubset", "1"}, {}},
+      {{"TestSubset", "1"}, {{"Overall", "1"}}},
+      {{"Overall", "1"}, {}},
+      {{"IncludeInputs", "1"}, {}},
+      {{"IncludeOutputs", "1"}, {}},
+      {{"IncludePredictions", "0"}, {}},
+      {{"IncludeResiduals", "0"}, {}},
+      {{"IncludeConfidence", "1"}, {}},
+      {{"IncludeCaseNames", "1"}, {}},
+      {{"SelectedItemX", "3"}, {}},
+      {{"SelectedItemsY", "1 3-5"}, {}},
+      {{"SelectedItemZ", "2"}, {}},
+  };
+  requests.insert(requests.end(), std::begin(shared), std::end(shared));
+  return requests;
+}
+
 // --- What a dialog has shown and saved, as text -------------------------------------------------
 
 template <class T>

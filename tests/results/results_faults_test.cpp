@@ -16,7 +16,7 @@ const std::vector<Request>& Requests() {
   static const std::vector<Step> kPlot = {{"SelectedItemX", "1"}, {"SelectedItemsY", "4 6"},
                                           {"SelectedItemZ", "2"}, {"Options.CityBlock", "1"},
                                           {"Overall", "1"},       {"IncludeCaseNames", "1"}};
-  static const std::vector<Request> requests = {
+  static const std::vector<Request> requests = WithSharedRequests({
       {{"Summary", ""}, kOthers, 1},
       {{"Model", ""}, {}, 1},
       {{"Model", ""}, kOthers, 1, 3},
@@ -42,19 +42,7 @@ const std::vector<Request>& Requests() {
       {{"CodeGeneratorQVB", ""}, {}, 1, 0, 4, 0},
       {{"CodeGeneratorPMML", ""}, kOthers, 2, 0, 4, 0},
       {{"CodeGenerator", ""}, {}, 3, 0, 6, 0},
-      {{"TrainSubset", "1"}, {}},
-      {{"TestSubset", "1"}, {{"Overall", "1"}}},
-      {{"Overall", "1"}, {}},
-      {{"IncludeInputs", "1"}, {}},
-      {{"IncludeOutputs", "1"}, {}},
-      {{"IncludePredictions", "0"}, {}},
-      {{"IncludeResiduals", "0"}, {}},
-      {{"IncludeConfidence", "1"}, {}},
-      {{"IncludeCaseNames", "1"}, {}},
       {{"SelectOutputForPlotting", "2"}, {}},
-      {{"SelectedItemX", "3"}, {}},
-      {{"SelectedItemsY", "1 3-5"}, {}},
-      {{"SelectedItemZ", "2"}, {}},
       {{"Options.KNearestNeighbors", "9"}, {}},
       {{"Options.Euclidean", "1"}, kOthers},
       {{"Options.SquaredEuclidean", "1"}, {}},
@@ -62,7 +50,7 @@ const std::vector<Request>& Requests() {
       {{"Options.Chebychev", "1"}, {}},
       {{"Options.StandardizeDistances", "1"}, {}},
       {{"Options.UseWeightedAverage", "1"}, {}},
-  };
+  });
   return requests;
 }
 

@@ -14,7 +14,7 @@ const std::vector<Request>& Requests() {
   static const std::vector<Step> kPlot = {
       {"SelectedItemX", "6"}, {"SelectedItemsY", "2 3"}, {"SelectedItemZ", "1"}, {"Overall", "1"}};
   static const std::vector<Step> kTyped = {{"CustomPredictions", "1 2 u"}};
-  static const std::vector<Request> requests = {
+  static const std::vector<Request> requests = WithSharedRequests({
       {{"Summary", ""}, {}, 1},
       {{"Model", ""}, {}, 2},
       {{"DescriptiveStat", ""}, {}, 1},
@@ -29,23 +29,11 @@ const std::vector<Request>& Requests() {
       {{"CustomPredictions", "1 2 u"}, {}},
       {{"PrintCustomPredictions", ""}, kTyped, 1, 3},
       {{"SavePredictionsAndResiduals", ""}, {}, 0, 10, 0, 130, 21},
-      {{"TrainSubset", "1"}, {}},
-      {{"TestSubset", "1"}, {{"Overall", "1"}}},
-      {{"Overall", "1"}, {}},
-      {{"IncludeInputs", "1"}, {}},
-      {{"IncludeOutputs", "1"}, {}},
-      {{"IncludePredictions", "0"}, {}},
-      {{"IncludeResiduals", "0"}, {}},
-      {{"IncludeConfidence", "1"}, {}},
-      {{"IncludeCaseNames", "1"}, {}},
-      {{"SelectedItemX", "3"}, {}},
-      {{"SelectedItemsY", "1 3-5"}, {}},
-      {{"SelectedItemZ", "2"}, {}},
       {{"CodeGeneratorCLang", ""}, {}, 1, 0, 2, 0},
       {{"CodeGeneratorQVB", ""}, {}, 1, 0, 2, 0},
       {{"CodeGeneratorPMML", ""}, {}, 1, 0, 2, 0},
       {{"CodeGenerator", ""}, {}, 2, 0, 4, 0},
-  };
+  });
   return requests;
 }
 
