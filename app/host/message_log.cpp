@@ -3,11 +3,11 @@
 namespace qrvml {
 
 BoxButton MessageLog::DspMessageBox(BoxType type, int number, std::string_view text) {
-  messages_.push_back({number, std::string(text), step});
+  const bool isNote = type == BoxType::note;
+  messages_.push_back({number, (isNote ? "note: " : "") + std::string(text), step});
   if (show) show(messages_.back());
-  const bool notes = type == BoxType::information && number == 0 && text.starts_with("note: ");
-  const bool asks = ask && !notes && !answers_.Has(AnswerMember::option);
-  if (asks) {
+  if (isNote) return BoxButton::ok;
+  if (ask && !answers_.Has(AnswerMember::option)) {
     const LoggedMessage asked = messages_.back();
     return ask(type, asked);
   }

@@ -16,9 +16,8 @@ struct LoggedMessage {
   std::string step;  // what was running: "OK" or a step of the results dialog
 };
 
-/// Information is logged and shown; a text of "note: …" waits for nobody to read it. A question
-/// takes the answer that was set beforehand (OK or Cancel); without one it is cancelled, which a
-/// note tells.
+/// Information is logged and shown, a note as "note: …" without waiting. A question takes the
+/// answer that was set beforehand (OK or Cancel); without one it is cancelled, which a note tells.
 class MessageLog : public MessageServices {
  public:
   explicit MessageLog(AnswerBook& answers) : answers_(answers) {}

@@ -38,7 +38,11 @@ class ProgressServices {
   virtual void DestroyIterDisplay(bool cancelled) = 0;
 };
 
-enum class BoxType : int { information = 0, okCancel = 3 };
+enum class BoxType : int {
+  information = 0,
+  note = 1,  // information that waits for nobody to read it
+  okCancel = 3,
+};
 enum class BoxButton : int { ok = 1, cancel = 2 };
 
 class MessageServices {

@@ -153,7 +153,7 @@ bool SVMDialog::TrainModel() {
 void SVMDialog::TellAboutModel() const {
   const HostServices& services = analysis().services();
   const auto note = [&services](const std::string& text) {
-    services.messages->DspMessageBox(BoxType::information, 0, "note: " + text);
+    services.messages->DspMessageBox(BoxType::note, 0, text);
   };
   if (const std::int64_t limited = engine_.solver.counts.limited; limited > 0)
     note("training stopped at the iteration limit (MaxNoOfIterations = " +

@@ -135,7 +135,12 @@ TEST(Messages, AreLoggedWithTheStepThatRan) {
   EXPECT_EQ(room.messages.messages()[0].number, 205);
   EXPECT_EQ(room.messages.messages()[0].step, "OK");
   EXPECT_EQ(room.messages.messages()[1].step, "Model");
-  EXPECT_EQ(shown, "No test sampleOther");
+  room.messages.ask = [](BoxType, const LoggedMessage&) {
+    ADD_FAILURE() << "a note waits for nobody";
+    return BoxButton::cancel;
+  };
+  EXPECT_EQ(room.messages.DspMessageBox(BoxType::note, 0, "the limit"), BoxButton::ok);
+  EXPECT_EQ(shown, "No test sampleOthernote: the limit");
 }
 
 }  // namespace

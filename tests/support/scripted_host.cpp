@@ -178,6 +178,10 @@ void ScriptedHost::ShowIterText(int line, std::string_view text) {
 }
 
 BoxButton ScriptedHost::DspMessageBox(BoxType type, int number, std::string_view text) {
+  if (type == BoxType::note) {
+    notes.emplace_back(text);
+    return BoxButton::ok;
+  }
   messages.push_back({number, std::string(text)});
   BoxButton button = type == BoxType::okCancel ? BoxButton::cancel : BoxButton::ok;
   if (type == BoxType::okCancel) TakeFront(boxAnswers, button);

@@ -154,6 +154,7 @@ class ScriptedHost final : public ProgressServices,
 
   // --- What the module did -----------------------------------------------------------------------
   std::vector<Message> messages;
+  std::vector<std::string> notes;          // those that nobody need answer
   std::vector<std::string> progressTexts;  // d_pbar
   std::vector<std::string> statusTexts;    // first line of the iteration display
   std::vector<std::string> detailTexts;    // second line

@@ -385,18 +385,17 @@ TEST(SvmDialog, TellsOfAModelThatIsNotWhatItMaySeem) {
       {"| k | x z |", "1000", {}},
       {"| k | x z |",
        "1",
-       {"note: training stopped at the iteration limit (MaxNoOfIterations = 1) in 3 of "
+       {"training stopped at the iteration limit (MaxNoOfIterations = 1) in 3 of "
         "3 decision "
         "functions, short of the stopping accuracy"}},
-      {"y part | | x |", "2000", {"note: the model predicts y, the first of 2 dependents, alone"}}};
+      {"y part | | x |", "2000", {"the model predicts y, the first of 2 dependents, alone"}}};
   for (const auto& row : rows) {
     SvmSession session(row.variables);
     session.Put("ScaleInputs", 1);
     session.Put("MaxNoOfIterations", row.iterations);
     ASSERT_TRUE(session.Accept().Succeeded());
-    Texts notes;
-    for (const auto& message : session.host.messages) notes.push_back(message.text);
-    EXPECT_EQ(notes, row.notes);
+    EXPECT_EQ(session.host.notes, row.notes);
+    EXPECT_TRUE(session.host.messages.empty());
   }
 }
 
