@@ -4,7 +4,7 @@ namespace qrvml {
 
 BoxButton MessageLog::DspMessageBox(BoxType type, int number, std::string_view text) {
   const bool isNote = type == BoxType::note;
-  messages_.push_back({number, (isNote ? "note: " : "") + std::string(text), step});
+  messages_.push_back({number, (isNote ? "note: " : "") + std::string(text), step, isNote});
   if (show) show(messages_.back());
   if (isNote) return BoxButton::ok;
   if (ask && !answers_.Has(AnswerMember::option)) {

@@ -14,6 +14,7 @@ struct LoggedMessage {
   int number = 0;  // in the string table; 0: a fixed text
   std::string text;
   std::string step;  // what was running: "OK" or a step of the results dialog
+  bool isNote = false;
 };
 
 /// Information is logged and shown, a note as "note: …" without waiting. A question takes the

@@ -187,10 +187,11 @@ void AnalysisThread::ConnectServices() {
     documents_.Changed(host_.workbook.documents()[position], data_.current());
   };
   host_.messages.show = [this](const LoggedMessage& message) {
-    publisher_.Tell(
-        "message",
-        {{"message",
-          {{"number", message.number}, {"text", message.text}, {"step", message.step}}}});
+    publisher_.Tell("message", {{"message",
+                                 {{"number", message.number},
+                                  {"text", message.text},
+                                  {"step", message.step},
+                                  {"note", message.isNote}}}});
   };
   host_.messages.ask = [this](BoxType type, const LoggedMessage& message) {
     return questions_.AskMessage(type, message);

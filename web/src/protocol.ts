@@ -66,6 +66,7 @@ export interface Message {
   number: number;
   text: string;
   step: string;
+  note: boolean; // waits for nobody
 }
 
 export interface Progress {

@@ -29,7 +29,7 @@ export interface Page {
   shown: Shown;
   beside: Record<number, Beside>; // per analysis: a document, or its macro
   language: Language;
-  notice: string; // a failure that no message box of the module has said
+  notice: string; // a failure that no message box of the module has said, or its notes
   news: string; // what has been done out of sight
 }
 
@@ -180,7 +180,11 @@ const handlers: Record<string, (state: State, data: any) => void> = {
     put(analysis.documents, data.document, d => d.document === data.document.document);
     if (data.document.kind !== 'results') page.beside[data.analysis] = data.document.document;
   },
-  message: (_, data) => void findAnalysis(data.analysis)?.messages.push(data.message),
+  message: (_, data) => {
+    findAnalysis(data.analysis)?.messages.push(data.message);
+    // Those of one call together: the next one clears them.
+    if (data.message.note) page.notice = `${page.notice} ${data.message.text}`.trim();
+  },
   macro: (_, data) =>
     assign(data.analysis, { macro: { lines: data.lines, recording: data.recording } }),
   undo: (_, data) => assign(data.analysis, { canUndo: data.canUndo }),

@@ -278,8 +278,10 @@ test('support vectors: kernel, search grid, model, saved predictions and deploym
     await control(page, 'ApplyCrossV').uncheck();
     await tab(page, 'Apprentissage');
     await picture(page, 'svm-training');
+    await control(page, 'MaxNoOfIterations').fill('2');
     await control(page, 'OK').click();
     await page.waitForSelector('.dialog.results');
+    await page.waitForSelector('.notice:has-text("note: training stopped at the iteration limit")');
     await page.waitForSelector('.summary:has-text("No. of SVs")');
     await control(page, 'Model').click();
     await page.locator('[role=treeitem]', { hasText: 'coefficients and support' }).click();
