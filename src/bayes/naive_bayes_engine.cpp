@@ -38,13 +38,13 @@ void NaiveBayesEngine::EnterDistributions(std::span<const std::vector<int>> list
     }
   }
   for (const int variable : roles.categoricalPredictors)
-    distributions[variable] = Distribution::discrete;
+    distributions.try_emplace(variable, Distribution::discrete);
   distributionCount = {};
   distributionInputs = {};
-  for (const int variable : roles.predictors) {
-    const auto code = static_cast<std::size_t>(distributions[variable]);
+  for (std::size_t k = 0; k < roles.predictors.size(); ++k) {
+    const auto code = static_cast<std::size_t>(DistributionOf(k));
     ++distributionCount[code];
-    distributionInputs[code].push_back(variable);
+    distributionInputs[code].push_back(roles.predictors[k]);
   }
   model_.Release();
 }

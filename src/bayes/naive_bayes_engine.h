@@ -43,7 +43,9 @@ class NaiveBayesEngine {
   // --- Distributions -----------------------------------------------------------------------------
   std::array<std::uint16_t, kDistributions> distributionCount{};      // inputs of each kind
   std::array<std::vector<int>, kDistributions> distributionInputs{};  // their variables
-  std::map<int, Distribution> distributions;                          // by variable number
+  // By variable number; of a variable that is both a continuous and a categorical input, the
+  // former.
+  std::map<int, Distribution> distributions;
 
   /// Every continuous input normal, every categorical one discrete.
   void AssignDefaultDistributions();
@@ -54,7 +56,9 @@ class NaiveBayesEngine {
   /// first that do not.
   bool CheckDistributions() const;
   Distribution DistributionOf(std::size_t k) const {
-    return distributions.at(data_.roles().predictors[k]);
+    return k < data_.roles().continuousPredictors.size()
+               ? distributions.at(data_.roles().predictors[k])
+               : Distribution::discrete;
   }
 
   // --- Priors and threshold ----------------------------------------------------------------------

@@ -124,6 +124,20 @@ TEST(NaiveBayesResults, ShowScaleAndShapeOfLognormalAndGammaInputs) {
   EXPECT_DOUBLE_EQ(model.columns[3].values[0], 9.0 / 4);
 }
 
+TEST(NaiveBayesResults, ShowAVariableThatIsAContinuousAndACategoricalInputAsBoth) {
+  NaiveBayesAnalysis bayes(TableFile("n g=A,B", {"1 A", "3 A", "1 B", "1 B"}), "g | n | n", 0);
+  bayes.Put("InputDistributions", "| | | n");
+  EXPECT_EQ(bayes.Text("Distributions.List"),
+            "Indépendante\tType\tDistribution\nn\tContinu\tPoisson\nn\tCategoriel\tDiscrète");
+  ASSERT_TRUE(bayes.OK().Succeeded());
+  EXPECT_TRUE(bayes.Press("Model").Succeeded());
+  const Spreadsheet& model = bayes.host.spreadsheets.at(0);
+  EXPECT_EQ(Results::Headings(model),
+            (Texts{"n|Lambda", "n.1|Effectif conditionnel", "n.3|Effectif conditionnel"}));
+  EXPECT_EQ(model.columns[0].values, (Numbers{2, 1}));
+  EXPECT_EQ(model.columns[1].values, (Numbers{1, 2}));
+}
+
 TEST(NaiveBayesResults, CountTheSubsetThatIsChosen) {
   Results results;
   const struct {
