@@ -2,29 +2,18 @@
 // compared where they are verified.
 #include <numeric>
 
-#include "qvb/node_objects.h"
+#include "qvb/row_table.h"
 #include "score/generated_model.h"
 
 namespace qrvml::test {
 namespace {
 
-/// The test cases of a table, as the node's data source. Columns as in the table's file.
-class TestCases final : public NodeTable {
- public:
-  explicit TestCases(const PlainTable& table) : table_(table) {}
-  int Cases() const override { return table_.Tests(); }
-  int Variables() const override { return table_.Inputs() + table_.Dependents(); }
-  double Value(int row, int column) const override {
-    return table_.rows[std::size_t(table_.prototypes + row - 1)][std::size_t(column - 1)];
-  }
-  std::string CaseName(int row) const override { return std::to_string(row); }
-  std::string VariableName(int column) const override { return std::to_string(column); }
+/// Columns as in the table's file.
+RowTable TestCases(const PlainTable& table) {
+  return RowTable({table.rows.begin() + table.prototypes, table.rows.end()});
+}
 
- private:
-  const PlainTable& table_;
-};
-
-NodeInput InputOf(const PlainTable& table, const TestCases& cases) {
+NodeInput InputOf(const PlainTable& table, const RowTable& cases) {
   NodeInput input;
   input.table = &cases;
   int next = 1;
@@ -48,7 +37,7 @@ TEST(QvbScript, ASheetHoldsThePredictionsAndThenTheLastResidual) {
       const PlainTable table = PrintedTable(shape, 500, SixDigits);
       KnnAnalysis knn(table, {.weighted = weighted, .k = 3});
       knn.Train();
-      const TestCases cases(table);
+      const RowTable cases = TestCases(table);
       const NodeOutput output = RunNodeScript(
           "model.qvb", GeneratedTexts(knn, "CodeGeneratorQVB").at(0), InputOf(table, cases), {});
       const auto& columns = output.sheet.columns;
@@ -74,7 +63,7 @@ TEST(QvbScript, HoldsAHundredAndFiftyClassesLargeCodesAndManyPrototypes) {
     table.rows.push_back({double(r), double(r % 150 == 149 ? 2147483647 : 1000000 + r % 150)});
   KnnAnalysis knn(table, {});
   knn.Train();
-  const TestCases cases(table);
+  const RowTable cases = TestCases(table);
   const NodeOutput output = RunNodeScript(
       "model.qvb", GeneratedTexts(knn, "CodeGeneratorQVB").at(0), InputOf(table, cases), {});
   EXPECT_EQ(output.sheet.columns.at(0), (std::vector<double>{1000099}));  // the last prototype's

@@ -7,7 +7,7 @@
 
 #include "deploy/sample_text.h"
 #include "host/numerics.h"
-#include "qvb/node_objects.h"
+#include "qvb/row_table.h"
 #include "score/checked_text.h"
 #include "svm/trained_svm.h"
 
@@ -198,21 +198,11 @@ TEST(SvmTexts, CodesThatShareATextHaveColumnsOfOneName) {
 }
 
 TEST(SvmTexts, AScriptsResidualIsADifferenceOrTheMissingMarker) {
-  struct Table final : NodeTable {
-    TrainedSvm& trained;
-    explicit Table(TrainedSvm& of) : trained(of) {}
-    int Cases() const override { return 6; }
-    int Variables() const override { return trained.file().NumberOfVariables(); }
-    double Value(int caseNumber, int variable) const override {
-      if (variable == 1 && caseNumber % 3 == 0) return -77;  // the dependent, missing
-      return trained.file().cases[std::size_t(caseNumber - 1)].values[std::size_t(variable - 1)];
-    }
-    std::string CaseName(int caseNumber) const override { return std::to_string(caseNumber); }
-    std::string VariableName(int variable) const override { return std::to_string(variable); }
-  };
   for (const SvmKind& kind : {SvmKind{kSvmShapes[1], 0, 2}, SvmKind{kSvmShapes[3], 3, 1}}) {
     const auto trained = TrainedSvm::Of(kind, 6);
-    const Table table(*trained);
+    RowTable table({});
+    for (int c = 0; c < 6; ++c) table.rows.push_back(trained->file().cases[std::size_t(c)].values);
+    for (const std::size_t c : {2, 5}) table.rows[c][0] = -77;  // the dependent, missing
     NodeInput input{&table, {}, {}, {}, {}, -77};
     for (const DeployedVariable& variable : trained->variables.inputs)
       (variable.isCategorical ? input.categoricalPredictors : input.continuousPredictors)
