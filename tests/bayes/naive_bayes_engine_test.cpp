@@ -83,6 +83,32 @@ TEST(NaiveBayes, GivesTheSameBitsForAnyNumberOfThreadsStoredOrStreamed) {
   EXPECT_GT(first.size(), 300u);
 }
 
+TEST(NaiveBayesCase, IsLoadedWithItsSamplesMeanAndItsLabelStoredOrRead) {
+  for (const bool stored : {true, false}) {
+    NaiveBayesAnalysis bayes(TableFile("x u=p,q c=A,B *name", {"1 p A Ann", "2 q B .", ". p A Bob",
+                                                               "6 q B Cy", ". p A Dee", "8 q B ."}),
+                             "c | x | u", 4, stored);
+    bayes.Put("MeanSubstitutionOfMD", 1);
+    bayes.Train();
+    const struct {
+      Sample sample;
+      int index;
+      std::vector<double> inputs;
+      double observed;
+      const char* label;
+    } rows[] = {{Sample::training, 1, {2, 2}, 2, "2"},
+                {Sample::training, 2, {9.0 / 4, 1}, 1, "Bob"},
+                {Sample::test, 0, {8.0 / 2, 1}, 1, "Dee"},
+                {Sample::test, 1, {8, 2}, 2, "6"}};
+    for (const auto& row : rows) {
+      ASSERT_TRUE(bayes.engine().LoadNaiveBayesCase(row.sample, row.index, true));
+      EXPECT_TRUE(std::ranges::equal(bayes.engine().caseInputs, row.inputs)) << row.label;
+      EXPECT_EQ(bayes.engine().caseDependents[0], row.observed);
+      EXPECT_EQ(bayes.engine().caseLabel, row.label);
+    }
+  }
+}
+
 /// Published: NIST, Statistical Reference Datasets, NumAcc4: 1001 values around 10000000.2 have
 /// mean 10000000.2 and standard deviation 0.1 exactly.
 TEST(ClassMoments, KeepTheirDigitsWhereTheSpreadIsSmallBesideTheValues) {
