@@ -8,6 +8,7 @@ import { DataView } from './data/data_view';
 import { openUploaded, OpenWindow } from './data/open_window';
 import { Readings } from './data/readings';
 import type { Analysis, FileInfo } from './protocol';
+import { pageLanguage } from './language';
 import {
   clearNotice,
   connect,
@@ -30,7 +31,7 @@ function currentFile(): FileInfo | undefined {
 }
 
 function App() {
-  const { state, connected, shown, language, notice, news } = usePage();
+  const { state, connected, shown, notice, news } = usePage();
   const [opening, setOpening] = useState(false);
   if (!state) return <p class="empty">{notice || '…'}</p>;
   const opened = (file: FileInfo) => {
@@ -94,7 +95,7 @@ function App() {
               <input
                 type="radio"
                 name="language"
-                checked={language === one}
+                checked={pageLanguage() === one}
                 onChange={() => setLanguage(one)}
               />
               <span>{one.toUpperCase()}</span>
@@ -138,7 +139,7 @@ function App() {
 // The token has become a cookie; it need not stand in the address or its history.
 if (new URLSearchParams(location.search).has('token'))
   history.replaceState(null, '', `/${location.hash}`);
-document.documentElement.lang = page.language;
+document.documentElement.lang = pageLanguage();
 const root = document.getElementById('app');
 if (root) render(<App />, root);
 void connect();

@@ -1,8 +1,9 @@
 // What the page knows: the server's state, kept current by its events, and what this tab shows.
-// The server is the only owner of an analysis; nothing here outlives a reload but the language.
+// The server is the only owner of an analysis; nothing here outlives a reload.
 import { useLayoutEffect, useReducer } from 'preact/hooks';
 import { get, post, Refusal, remove } from './api';
 import type { Language } from './dialogs/label';
+import { choosePageLanguage } from './language';
 import type {
   Analysis,
   Call,
@@ -28,21 +29,18 @@ export interface Page {
   connected: boolean;
   shown: Shown;
   beside: Record<number, Beside>; // per analysis: a document, or its macro
-  language: Language;
   notice: string; // a failure that no message box of the module has said, or its notes
   news: string; // what has been done out of sight
 }
 
 type Listener = () => void;
 const listeners = new Set<Listener>();
-const languageKey = 'language';
 
 export const page: Page = {
   state: null,
   connected: true,
   shown: { view: 'start' },
   beside: {},
-  language: localStorage.getItem(languageKey) === 'en' ? 'en' : 'fr',
   notice: '',
   news: '',
 };
@@ -87,9 +85,7 @@ export function showBeside(analysis: number, beside: Beside): void {
 }
 
 export function setLanguage(language: Language): void {
-  page.language = language;
-  localStorage.setItem(languageKey, language);
-  document.documentElement.lang = language;
+  choosePageLanguage(language);
   changed();
 }
 

@@ -1,7 +1,7 @@
 // The page's own texts; those of the module come from its table.
 import { plainText, translate } from './dialogs/label';
 import { inFrench } from './host_texts';
-import { page } from './store';
+import { pageLanguage } from './language';
 
 const words = {
   open: ['Ouvrir…', 'Open…'],
@@ -153,18 +153,18 @@ export type Word = keyof typeof words;
 
 /** A text in the language of the page, its {0}, {1}… replaced. */
 export function word(key: Word, ...values: (string | number)[]): string {
-  const text = words[key][page.language === 'en' ? 1 : 0];
+  const text = words[key][pageLanguage() === 'en' ? 1 : 0];
   return text.replace(/\{(\d)\}/g, (_, i: string) => String(values[Number(i)] ?? ''));
 }
 
 /** A text of the program around the analyses, in the language of the page. */
 export function hostText(text: string): string {
-  return page.language === 'en' ? text : inFrench(text);
+  return pageLanguage() === 'en' ? text : inFrench(text);
 }
 
 /** A caption of the module in the language of the page, without its access key. */
 export function caption(raw: string): string {
-  return plainText(translate(raw.trim(), page.language));
+  return plainText(translate(raw.trim(), pageLanguage()));
 }
 
 const methods: Record<string, readonly [string, string]> = {
@@ -173,12 +173,12 @@ const methods: Record<string, readonly [string, string]> = {
   knn: ['K Plus Proches Voisins', 'K Nearest Neighbours'],
 };
 export function methodName(kind: string): string {
-  return methods[kind]?.[page.language === 'en' ? 1 : 0] ?? kind;
+  return methods[kind]?.[pageLanguage() === 'en' ? 1 : 0] ?? kind;
 }
 
 /** A number with its thousands apart. */
 export function counted(value: number, decimals = 0): string {
-  return value.toLocaleString(page.language === 'en' ? 'en-GB' : 'fr-FR', {
+  return value.toLocaleString(pageLanguage() === 'en' ? 'en-GB' : 'fr-FR', {
     minimumFractionDigits: decimals,
     maximumFractionDigits: decimals,
   });
@@ -192,7 +192,7 @@ export function fileSize(bytes: number): string {
 }
 
 // One is singular; none is so in French alone.
-const isOne = (count: number) => count === 1 || (count === 0 && page.language === 'fr');
+const isOne = (count: number) => count === 1 || (count === 0 && pageLanguage() === 'fr');
 const counting = (one: Word, many: Word) => (count: number) =>
   `${counted(count)} ${word(isOne(count) ? one : many)}`;
 export const caseCount = counting('caseOne', 'cases');

@@ -2,7 +2,7 @@
 // its text, a click elsewhere lets the hint say which cells are meant.
 import { useRef } from 'preact/hooks';
 import type { Control } from '../protocol';
-import { page } from '../store';
+import { pageLanguage } from '../language';
 import { selectOnEntry } from '../widgets/select_on_entry';
 import { type Hands, putPoint, useDraft } from './controls';
 import { translate } from './label';
@@ -42,7 +42,7 @@ export function CellTable({ table, edit, hint, hands, rows }: Props) {
             <tr>
               {headings.map((cell, column) => (
                 <th key={cell} scope="col" class={column > 0 ? 'numeric' : undefined}>
-                  {translate(cell, page.language)}
+                  {translate(cell, pageLanguage())}
                 </th>
               ))}
             </tr>
@@ -61,7 +61,7 @@ export function CellTable({ table, edit, hint, hands, rows }: Props) {
                 ))}
                 <td>
                   <CellInput
-                    label={`${translate(headings[last] ?? '', page.language)} ${cells[0]}`}
+                    label={`${translate(headings[last] ?? '', pageLanguage())} ${cells[0]}`}
                     held={cells[last] ?? ''}
                     change={text => tell(row, last, text)}
                     onKeyDown={event => move(event, row)}
@@ -73,7 +73,7 @@ export function CellTable({ table, edit, hint, hands, rows }: Props) {
         </table>
       </div>
       <p class="note" role="status">
-        {hint && translate(String(hint.value ?? ''), page.language)}
+        {hint && translate(String(hint.value ?? ''), pageLanguage())}
       </p>
     </div>
   );

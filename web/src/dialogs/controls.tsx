@@ -1,6 +1,7 @@
 // One control of a dialog as a person uses it, by its kind.
 import { useEffect, useId, useRef, useState } from 'preact/hooks';
 import type { Control } from '../protocol';
+import { pageLanguage } from '../language';
 import { changed, page } from '../store';
 import { ListBox } from '../widgets/list_box';
 import { selectOnEntry } from '../widgets/select_on_entry';
@@ -24,11 +25,11 @@ interface Props {
 }
 
 export function labelOf(raw: string): Label {
-  return parseLabel(translate(raw, page.language));
+  return parseLabel(translate(raw, pageLanguage()));
 }
 export function nameOf(control: Control): string {
   return (
-    plainText(translate(control.label, page.language))
+    plainText(translate(control.label, pageLanguage()))
       .replace(/ ?: *$/, '')
       .trim() || control.name
   );
@@ -377,7 +378,7 @@ export function ListsPick({ control, hands, captions }: Props & { captions: stri
       <dl>
         {captions.map((caption, i) => (
           <div key={caption}>
-            <dt>{translate(caption, page.language).replace(/ ?:$/, '')}</dt>
+            <dt>{translate(caption, pageLanguage()).replace(/ ?:$/, '')}</dt>
             <dd title={lists[i]?.trim()}>{lists[i]?.trim() || <span class="dim">--</span>}</dd>
           </div>
         ))}
@@ -388,14 +389,14 @@ export function ListsPick({ control, hands, captions }: Props & { captions: stri
 
 /** A text that the dialog shows; as a list its lines are a small table, the first the headings. */
 export function Note({ control, rows }: { control: Control; rows?: number }) {
-  const text = String(control.value ?? '') || translate(control.label, page.language);
+  const text = String(control.value ?? '') || translate(control.label, pageLanguage());
   const lines = text.split('\n').filter(line => line !== '');
   if (rows === undefined) {
     const label = control.value !== control.label ? nameOf(control) : '';
     return (
       <p class={`note ${control.enabled ? '' : 'off'}`}>
         {label && label !== control.name && `${label} : `}
-        {translate(text, page.language)}
+        {translate(text, pageLanguage())}
       </p>
     );
   }
@@ -417,7 +418,7 @@ export function Note({ control, rows }: { control: Control; rows?: number }) {
           <tr>
             {table[0]?.map((cell, j) => (
               <th key={j} scope="col" class={numeric(j)} title={cell}>
-                {translate(cell, page.language)}
+                {translate(cell, pageLanguage())}
               </th>
             ))}
           </tr>

@@ -4,7 +4,8 @@
 import { useEffect, useLayoutEffect, useRef, useState } from 'preact/hooks';
 import type { ComponentChildren } from 'preact';
 import type { CallResult, Control, Dialog } from '../protocol';
-import { attempt, call, clearNotice, page } from '../store';
+import { pageLanguage } from '../language';
+import { attempt, call, clearNotice } from '../store';
 import { isOwnEnter } from '../widgets/modal';
 import { type Word, word } from '../words';
 import { accessKeys } from './access_keys';
@@ -276,7 +277,7 @@ export function DialogView({ analysis, dialog, busy, modal = false, heading, abo
 }
 
 export function titleOf(dialog: Dialog): string {
-  return translate(dialog.title, page.language).trim();
+  return translate(dialog.title, pageLanguage()).trim();
 }
 
 /** The first field, in the order of the tabs, whose text would be refused. */
@@ -323,7 +324,7 @@ function Tabs(props: { tabs: string[]; current: string; onSelect: (tab: string) 
           tabIndex={tab === current ? 0 : -1}
           onClick={() => go(tab)}
         >
-          {translate(tab, page.language)}
+          {translate(tab, pageLanguage())}
         </button>
       ))}
     </div>
@@ -378,7 +379,7 @@ function OnePart({ part, dialog, hands, where }: Omit<PartsProps, 'parts'> & { p
   if ('group' in part)
     return (
       <fieldset>
-        {part.group && <legend>{plainText(translate(part.group, page.language))}</legend>}
+        {part.group && <legend>{plainText(translate(part.group, pageLanguage()))}</legend>}
         {inner(part.parts)}
       </fieldset>
     );
@@ -389,7 +390,7 @@ function OnePart({ part, dialog, hands, where }: Omit<PartsProps, 'parts'> & { p
         <div>{inner(part.parts)}</div>
       </div>
     );
-  if ('text' in part) return <p class="caption">{translate(part.text, page.language)}</p>;
+  if ('text' in part) return <p class="caption">{translate(part.text, pageLanguage())}</p>;
   if ('buttons' in part)
     return (
       <div class="buttons">
@@ -430,7 +431,7 @@ function OnePart({ part, dialog, hands, where }: Omit<PartsProps, 'parts'> & { p
           <td />
           {part.matrix.map(heading => (
             <th key={heading} scope="col">
-              {translate(heading, page.language)}
+              {translate(heading, pageLanguage())}
             </th>
           ))}
         </tr>
@@ -443,14 +444,14 @@ function OnePart({ part, dialog, hands, where }: Omit<PartsProps, 'parts'> & { p
             </th>
             {row.cells.map((name, i) => {
               const control = find(name);
-              const heading = translate(part.matrix[i] ?? '', page.language);
+              const heading = translate(part.matrix[i] ?? '', pageLanguage());
               return (
                 <td key={name}>
                   {control && (
                     <Cell
                       control={control}
                       hands={hands}
-                      name={`${plainText(translate(row.label, page.language))} ${heading}`}
+                      name={`${plainText(translate(row.label, pageLanguage()))} ${heading}`}
                     />
                   )}
                 </td>

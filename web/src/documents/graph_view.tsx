@@ -1,7 +1,8 @@
 // A graph that can be pointed at, zoomed and, in space, turned; exported as SVG and PNG.
 import { useEffect, useRef, useState } from 'preact/hooks';
 import type { Graph } from '../protocol';
-import { page, say } from '../store';
+import { pageLanguage } from '../language';
+import { say } from '../store';
 import { word } from '../words';
 import { legendByKeys, toolTexts, turnByKeys } from './graph_keys';
 import { drawingOf } from './graph_traces';
@@ -54,7 +55,7 @@ export function GraphView({ graph, path }: Props) {
             // what is drawn stays on this machine
             plotlyServerURL: '',
             modeBarButtonsToRemove: ['toImage', 'sendChartToCloud', 'lasso2d', 'select2d'],
-            locale: page.language,
+            locale: pageLanguage(),
             locales: { fr: { dictionary: toolTexts } },
           },
         );
@@ -80,7 +81,7 @@ export function GraphView({ graph, path }: Props) {
       delete element.dataset.drawn;
       stop();
     };
-  }, [graph, dark, page.language]);
+  }, [graph, dark, pageLanguage()]);
 
   const points = graph.series.reduce((sum, series) => sum + series.x.length, 0);
   const name = graph.title.replaceAll('\n', ' ');
