@@ -49,8 +49,6 @@ TEST(Densities, GiveThePublishedValues) {
   EXPECT_NEAR(std::exp(LogPoisson(10, 10)), 0.12511003572113329898, 1e-14);
   EXPECT_DOUBLE_EQ(LogPoisson(1000, 1), -1 - 5912.1281784881633489);
   EXPECT_EQ(LogPoisson(0, 2.5), -2.5);
-  EXPECT_DOUBLE_EQ(LogLognormal(3, 2, 0.5),
-                   -0.472856811 - std::log(0.5) - std::log(3.0) - std::pow(std::log(1.5), 2) / 0.5);
 }
 
 TEST(Densities, StayFiniteAndAccurateFarOutInTheTails) {
@@ -93,6 +91,20 @@ TEST(Densities, AreZeroWhereTheirDistributionsHaveNoValues) {
   EXPECT_EQ(LogPoisson(1, 0), -kInfinity);
   EXPECT_LT(LogGamma(0, 3), LogGamma(0, 2)) << "in the order in which they come to 0";
   EXPECT_GT(LogGamma(0, 0.5), LogGamma(0, 0.7));
+}
+
+/// Mean 2 and deviation 1 by arithmetic with pencil and paper: S S serves as the variance.
+TEST(Parameters, AreThoseOfTheMoments) {
+  const auto lognormal = ParametersOf(2, 1, Distribution::lognormal);
+  EXPECT_DOUBLE_EQ(lognormal.scale, 4 / std::sqrt(5.0));
+  EXPECT_DOUBLE_EQ(lognormal.shape, std::sqrt(std::log(1.25)));
+  const auto gamma = ParametersOf(2, 3, Distribution::gamma);
+  EXPECT_DOUBLE_EQ(gamma.scale, 4.5);
+  EXPECT_DOUBLE_EQ(gamma.shape, 4.0 / 9);
+  EXPECT_EQ(ParametersOf(2, 3, Distribution::poisson).lambda, 2);
+  EXPECT_EQ(ParametersOf(2, 3, Distribution::normal).std, 3);
+  EXPECT_DOUBLE_EQ(LogLognormal(3, 2, 0.5),
+                   -0.472856811 - std::log(0.5) - std::log(3.0) - std::pow(std::log(1.5), 2) / 0.5);
 }
 
 }  // namespace

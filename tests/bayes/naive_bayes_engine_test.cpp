@@ -154,6 +154,21 @@ TEST(ClassMoments, OfWeightedValuesAroundTenMillionsAreThoseOfExactArithmetic) {
   EXPECT_NEAR(bayes.learned().condStd(0, 0, 0), variance, 1e-7 * variance);
 }
 
+TEST(ClassMoments, CountAWeightAsThatManyCases) {
+  NaiveBayesAnalysis bayes(TableFile("x c=A,B *weight", {"2 A 1", "5 B 1.4", "4 A 2.5", "9 A 1.5",
+                                                         "7 B 0.6", "100 A 0.4"}),
+                           "c | x |", 0);
+  bayes.Train();
+  // 2, 4 three times, 9 twice: mean 32/6, squares 2^2 + 3 4^2 + 2 9^2 - 32^2/6 = 130/3 over 5.
+  EXPECT_DOUBLE_EQ(bayes.learned().condMean(0, 0, 0), 32.0 / 6);
+  EXPECT_DOUBLE_EQ(bayes.learned().condStd(0, 0, 0), 130.0 / 3 / 5);
+  EXPECT_EQ(bayes.learned().classCount(0, 0), 6);
+  EXPECT_DOUBLE_EQ(bayes.learned().condStd(0, 1, 0), 2);
+  EXPECT_EQ(
+      bayes.engine().trainingConfusion[0].At(0, 0) + bayes.engine().trainingConfusion[0].At(1, 0),
+      6);
+}
+
 /// 3 x / 3 is not x for these: a mean that is off by that makes variances of +0.04 and -0.04.
 TEST(ClassMoments, OfEqualValuesAreTheValueAndNoVarianceWhateverTheWeights) {
   for (const char* besideTheFirst : {"1", "."}) {  // whole rows and rows with gaps

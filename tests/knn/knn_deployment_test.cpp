@@ -185,5 +185,17 @@ TEST(KnnDeployment, UsesTheOptionsAsTheyAreNowAndLeavesTheModelAlone) {
   EXPECT_EQ(Count(Generated(knn, "CodeGeneratorQVB"), "\nMetric = 3\n"), 1u);
 }
 
+TEST(KnnDeployment, EndsWithoutADocumentWhenItIsCancelled) {
+  KnnAnalysis knn(Patients(), "| état | Âge |", 4);
+  knn.Train();
+  for (const char* action : {"CodeGeneratorCLang", "CodeGeneratorQVB", "CodeGeneratorPMML"}) {
+    knn.host.cancelAtPoll = knn.host.polls + 1;
+    EXPECT_FALSE(knn.Press(action).Succeeded());
+    EXPECT_EQ(knn.host.messages, std::vector<Message>{});
+    knn.host.cancelAtPoll = 0;
+    EXPECT_TRUE(knn.host.textDocuments.empty()) << action;
+  }
+}
+
 }  // namespace
 }  // namespace qrvml::test

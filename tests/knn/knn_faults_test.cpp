@@ -120,5 +120,36 @@ TEST(KnnFaults, AFileThatStopsAnywhereIsSilentAndTheNextRunSucceeds) {
     EXPECT_EQ(FailEverywhere(analysis, kStop, true), 2 * 16) << "two passes over all cases";
 }
 
+TEST(KnnFaults, AFaultInTheResultsLeavesThemUsable) {
+  for (const Analysis& analysis : Analyses()) {
+    PlainSettings changed = analysis.settings;
+    changed.metric = 2;
+    changed.k = 9;
+    const Expected expected = {PlainKnn(analysis.table, changed).Statistics(), {}};
+    for (const Fault& fault : {kRefusedMemory, kCancel}) {
+      for (int n = 1;; ++n) {
+        SCOPED_TRACE(std::string(analysis.name) + ", " + fault.name + " at " + std::to_string(n));
+        KnnAnalysis knn(analysis.table, analysis.settings);
+        knn.Train();
+        knn.Put("Options.CityBlock", 1);
+        knn.Put("Options.KNearestNeighbors", 9);
+        fault.arm(knn, n);
+        const bool failed = !knn.Press("DescriptiveStat").Succeeded();
+        fault.disarm(knn);
+        EXPECT_EQ(knn.host.messages, failed ? fault.messages : std::vector<Message>{});
+        EXPECT_EQ(knn.host.spreadsheets.empty(), failed);
+        EXPECT_TRUE(knn.Press("PrintPredictions").Succeeded()) << "whatever was lost is made anew";
+        EXPECT_TRUE(knn.Press("DescriptiveStat").Succeeded());
+        ExpectResults(knn, expected);
+        if (::testing::Test::HasFailure()) return;
+        if (!failed) {
+          EXPECT_GT(n, 1);
+          break;
+        }
+      }
+    }
+  }
+}
+
 }  // namespace
 }  // namespace qrvml::test

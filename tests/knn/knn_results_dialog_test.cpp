@@ -79,8 +79,8 @@ TEST(KnnResults, TheRegressionSummaryShowsTenValuesOfEveryDependent) {
                   "poids taille | | x |", 2);
   knn.Train();
   EXPECT_TRUE(knn.Press("DescriptiveStat").Succeeded());
-  // poids: observed 8 13 20 23, predicted 10 10 20 20: residuals -2 3 0 3. taille: observed 4 6 8
-  // 6, predicted 5: residuals -1 1 3 1.
+  // poids: as in the statistics by hand. taille: observed 4 6 8 6, predicted 5: residuals
+  // -1 1 3 1.
   EXPECT_EQ(
       Shown(knn.host),
       (std::vector<Texts>{
@@ -215,6 +215,17 @@ TEST(KnnResults, AnUnusableKIsRefusedAndNothingIsShown) {
   knn.Put("Options.KNearestNeighbors", 3);
   EXPECT_TRUE(knn.Press("DescriptiveStat").Succeeded());
   EXPECT_EQ(knn.engine().k, 3);
+}
+
+TEST(KnnResults, ARefusedSpreadsheetEndsTheRequest) {
+  for (const char* action : {"Summary", "Model", "DescriptiveStat"}) {
+    KnnAnalysis knn(Animals(), "| sexe genre | x |", 3);
+    knn.Train();
+    knn.host.refuseSpreadsheets = true;
+    EXPECT_FALSE(knn.Press(action).Succeeded());
+    EXPECT_EQ(knn.host.messages, std::vector<Message>{Of(130)}) << action << ": only one";
+    EXPECT_TRUE(knn.host.spreadsheets.empty());
+  }
 }
 
 }  // namespace

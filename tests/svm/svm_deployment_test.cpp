@@ -1,6 +1,7 @@
 // The generated texts of support vector machines: whole texts beside committed samples, and what
 // the samples do not show.
 #include "deploy/sample_text.h"
+#include "host/string_table.h"
 #include "svm/svm_analysis.h"
 #include "svm/trained_svm.h"
 
@@ -139,6 +140,23 @@ TEST(SvmDeployment, GoesToTextDocumentsOfTheFirstDependent) {
     EXPECT_EQ(documents[d].mode, expected[d].first);
     EXPECT_EQ(documents[d].title, expected[d].second);
     EXPECT_FALSE(Holds(documents[d].text, "\"z\"") || Holds(documents[d].text, ", z"));
+  }
+  svm.host().cancelAtPoll = svm.host().polls + 1;
+  EXPECT_FALSE(svm.session().Press("CodeGeneratorCLang").Succeeded());
+  EXPECT_EQ(svm.host().messages, std::vector<Message>{});
+  EXPECT_EQ(documents.size(), std::size(expected));
+}
+
+TEST(SvmDeployment, WritingEndsWhenItIsCancelled) {
+  TrainedSvm trained = Patients();
+  ScriptedHost& host = trained.reading.session.host;
+  for (int kind = 0; kind < 3; ++kind) {
+    host.cancelAtPoll = host.polls + 1;
+    const auto write = [&] {
+      kind == 0 ? trained.C() : kind == 1 ? trained.Qvb() : trained.Pmml();
+    };
+    EXPECT_THROW(write(), Cancelled);
+    host.cancelAtPoll = 0;
   }
 }
 

@@ -67,10 +67,29 @@ TEST(SvmProblem, HoldsScaledInputsAndIndicatorsOncePerUnitOfWeight) {
   EXPECT_EQ(Numbers(problem.y, problem.y + 4), (Numbers{-1, -1, -0.5, 0}));
 }
 
-Numbers TenOf(const RegressionStatistics& s) {
-  return {s.observedMean,     s.predictedMean, s.observedDeviation, s.predictedDeviation,
-          s.meanSquaredError, s.errorMean,     s.errorDeviation,    s.meanAbsoluteError,
-          s.deviationRatio,   s.correlation};
+/// The ten statistics by their formulas.
+Numbers PlainStatistics(const Numbers& o, const Numbers& p, const Numbers& w) {
+  double n = 0, so = 0, sp = 0, se = 0, sa = 0, s2 = 0;
+  for (std::size_t t = 0; t < o.size(); ++t) {
+    const double e = o[t] - p[t];
+    n += w[t], so += w[t] * o[t], sp += w[t] * p[t], se += w[t] * e;
+    sa += w[t] * std::fabs(e), s2 += w[t] * e * e;
+  }
+  double oo = 0, pp = 0, ee = 0, po = 0;
+  for (std::size_t t = 0; t < o.size(); ++t) {
+    const double a = o[t] - so / n, b = p[t] - sp / n, e = o[t] - p[t] - se / n;
+    oo += w[t] * a * a, pp += w[t] * b * b, ee += w[t] * e * e, po += w[t] * a * b;
+  }
+  return {so / n,
+          sp / n,
+          std::sqrt(oo / (n - 1)),
+          std::sqrt(pp / (n - 1)),
+          s2 / n,
+          se / n,
+          std::sqrt(ee / (n - 1)),
+          sa / n,
+          std::sqrt(ee / oo),
+          po / std::sqrt(oo * pp)};
 }
 
 TEST(SvmStatistics, RegressionIsReportedInUnscaledUnitsForAllSamples) {
@@ -78,10 +97,7 @@ TEST(SvmStatistics, RegressionIsReportedInUnscaledUnitsForAllSamples) {
   analysis.data().scaleInputs = analysis.data().scaleOutputs = true;
   ASSERT_TRUE(analysis.Train());
   const SVMProblem& problem = analysis.engine.problem;
-  struct Case {
-    double observed, predicted, weight;
-  };
-  std::vector<Case> cases[3];
+  Numbers observed[3], predicted[3], weights[3];
   std::int32_t slot = 0;
   for (int c = 1; c <= 60; ++c) {
     const auto& row = analysis.reading.session.file.cases[std::size_t(c - 1)];
@@ -112,21 +128,24 @@ TEST(SvmStatistics, RegressionIsReportedInUnscaledUnitsForAllSamples) {
     EXPECT_EQ(analysis.engine.currentInputs[2], row.values[4]);
     EXPECT_EQ(analysis.engine.caseLabel, std::to_string(c));
     if (flag == 0) slot += std::int32_t(row.weight);
-    for (const int s : {flag, 2}) cases[s].push_back({row.values[0], expected, row.weight});
+    for (const int s : {flag, 2}) {
+      observed[s].push_back(row.values[0]);
+      predicted[s].push_back(expected);
+      weights[s].push_back(row.weight);
+    }
   }
   for (int s = 0; s < 3; ++s) {
-    RegressionSummary summary;
-    for (const auto& [o, p, w] : cases[s]) summary.Add(o, p, w);
-    summary.EndMeans();
-    for (const auto& [o, p, w] : cases[s]) summary.AddDeviations(o, p, w);
-    ASSERT_TRUE(summary.Finish(0));
-    const Numbers expected = TenOf(summary.statistics());
-    const Numbers got = TenOf(analysis.engine.regressionStatistics(Subset(s)));
+    const RegressionStatistics& got = analysis.engine.regressionStatistics(Subset(s));
+    const Numbers expected = PlainStatistics(observed[s], predicted[s], weights[s]);
+    const double values[] = {got.observedMean,       got.predictedMean,     got.observedDeviation,
+                             got.predictedDeviation, got.meanSquaredError,  got.errorMean,
+                             got.errorDeviation,     got.meanAbsoluteError, got.deviationRatio,
+                             got.correlation};
     for (std::size_t i = 0; i < expected.size(); ++i) {
-      EXPECT_NEAR(got[i], expected[i], 1e-8) << "statistic " << i << " of subset " << s;
+      EXPECT_NEAR(values[i], expected[i], 1e-8) << "statistic " << i << " of subset " << s;
     }
     EXPECT_NEAR(analysis.engine.ranges(Subset(s)).predicted.maximum,
-                summary.ranges().predicted.maximum, 1e-9);
+                *std::max_element(predicted[s].begin(), predicted[s].end()), 1e-9);
   }
 }
 
@@ -201,12 +220,21 @@ TEST(SvmPredictCase, CodesThatShareATextAreOneClass) {
   EXPECT_EQ(analysis.engine.residual, 0);
 }
 
-TEST(SvmPenalties, InTextOrderChangeTheModel) {
+TEST(SvmPenalties, AreListedInTextOrderAndChangeTheModel) {
   SvmAnalysis analysis(RandomTable(74, 60), "| k | x z |", 0);
   ASSERT_TRUE(analysis.Train());
   const double plain = analysis.engine.solver.objective;
   analysis.engine.SetUsePenalty(true);
-  analysis.engine.SetClassWeights(Numbers{0.01, 3});
+  std::string error;
+  for (const char* text : {"", "2", "2 x", "2 ,", "nothing"}) {
+    analysis.engine.penaltyList = text;
+    EXPECT_FALSE(analysis.engine.TakePenaltyList(error)) << text;
+  }
+  EXPECT_EQ(analysis.engine.parameters.classWeightCount(), 0);
+  analysis.engine.penaltyList = " 0.01 3 ";
+  ASSERT_TRUE(analysis.engine.TakePenaltyList(error));
+  EXPECT_EQ(analysis.engine.parameters.classWeightLabels, (std::vector<std::int32_t>{2, 1}));
+  EXPECT_EQ(analysis.engine.parameters.classWeights, (Numbers{0.01, 3}));
   ASSERT_TRUE(analysis.engine.TrainSvm(true));
   EXPECT_NE(analysis.engine.solver.objective, plain);
   const auto& counts = analysis.engine.confusion(Subset::training);
@@ -380,22 +408,51 @@ TEST(SvmSearch, SharedValuesThreadsAndProcessorsChangeNoBit) {
   }
 }
 
+TEST(SvmSearch, WithoutAGridPointTheSettingsStay) {
+  SvmAnalysis analysis(RandomTable(76, 30), "y | | x z |", 0);
+  ASSERT_TRUE(analysis.Load());
+  analysis.engine.applyCrossValidation = true;
+  analysis.engine.maximumC = analysis.engine.minimumC;
+  ASSERT_TRUE(analysis.engine.TrainSvm(true));
+  EXPECT_EQ(analysis.engine.parameters.C, 10);
+  EXPECT_EQ(analysis.engine.parameters.epsilon, 0.1);
+  EXPECT_TRUE(analysis.display.texts.empty()) << "a silent run shows nothing";
+}
+
 // --- Faults -------------------------------------------------------------------------------------
 
-TEST(SvmEngineFaults, ANumericFaultOfATrainingOrAFoldLeavesNoModelAndTheProblemInItsOrder) {
+TEST(SvmEngineFaults, EachHasItsMessageAndLeavesNoModel) {
   SvmAnalysis analysis(RandomTable(77, 30), "y | | x z |", 20);
   SVMEngine& engine = analysis.engine;
   ASSERT_TRUE(analysis.Load());
-  const auto order = OrderOf(engine);
+  engine.parameters.C = 0;
+  EXPECT_FALSE(engine.TrainSvm(true));
+  ASSERT_EQ(analysis.host().messages.size(), 1u);
+  EXPECT_EQ(analysis.host().messages[0].text, "C <= 0");
+  engine.parameters.C = 1;
   engine.parameters.kernelType = kPolynomialKernel;
   engine.parameters.gamma = 1e200;
+  EXPECT_FALSE(engine.TrainSvm(true));
+  engine.parameters.gamma = 0.5;
+  engine.parameters.degree = 1;
+  engine.applyCrossValidation = true;
+  engine.folds = 1;
+  EXPECT_FALSE(engine.TrainSvm(true)) << "one fold holds everything out";
+  EXPECT_EQ(analysis.host().messages.size(), 3u);
+  for (std::size_t m = 1; m < analysis.host().messages.size(); ++m) {
+    EXPECT_EQ(analysis.host().messages[m].number, 155);
+  }
+  EXPECT_EQ(engine.model, nullptr);
   engine.folds = 2;
-  for (const int searchingThreads : {0, 1, 3}) {
-    engine.applyCrossValidation = searchingThreads > 0;
-    analysis.host().workerThreads = std::max(searchingThreads, 1);
-    EXPECT_FALSE(engine.TrainSvm(true));
-    EXPECT_EQ(analysis.host().TakeMessages(), std::vector{155});
-    EXPECT_EQ(engine.model, nullptr);
+  engine.parameters.gamma = 1e200;
+  engine.parameters.degree = 3;
+  const auto order = OrderOf(engine);
+  for (const int threads : {1, 3}) {
+    analysis.host().messages.clear();
+    analysis.host().workerThreads = threads;
+    EXPECT_FALSE(engine.TrainSvm(true)) << "a fold fails";
+    ASSERT_EQ(analysis.host().messages.size(), 1u);
+    EXPECT_EQ(analysis.host().messages[0].number, 155);
     EXPECT_EQ(OrderOf(engine), order);
   }
   engine.parameters.gamma = 0.5;

@@ -148,6 +148,25 @@ TEST(SvmTraining, EveryTypeAndKernelMeetsTheOptimalityConditionsAndTheObjectiveO
   }
 }
 
+TEST(SvmTraining, TheDualityGapIsWithinTheAccuracy) {
+  const PlainProblem problem = RandomProblem(31, 60, 4, 2);
+  SVMParameters p = Settings(kCClassification, kKernels[2]);
+  QuietState state;
+  const auto model = SvmTrain(problem.problem(), p, state);
+  const PlainDecision decision = DecisionOf(*model, problem);
+  // Primal: |w|^2 / 2 + C * sum of the losses, with |w|^2 = sum of coefficient * (value + rho).
+  double primal = 0;
+  for (std::int32_t t = 0; t < problem.size(); ++t) {
+    const double y = problem.target(t) == problem.target(0) ? 1 : -1;
+    const double value = decision.values[std::size_t(t)];
+    primal += decision.coefficients[std::size_t(t)] * (value + model->constants[0]) / 2 +
+              p.C * std::max(0.0, 1 - y * value);
+  }
+  const double dual = -state.objective;
+  EXPECT_GE(primal, dual - 1e-9);
+  EXPECT_LE(primal - dual, problem.size() * p.C * kAccuracy);
+}
+
 TEST(SvmTraining, NuBoundsTheSharesOfSupportVectorsAndErrors) {
   const PlainProblem problem = RandomProblem(32, 80, 3, 2);
   for (const SVMType type : {kNuClassification, kOneClass, kNuRegression}) {

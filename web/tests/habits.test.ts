@@ -75,9 +75,11 @@ test('a macro is switched off and on, and done on another file', () =>
     await picture(page, 'macro');
     await page.locator('[data-macro=record]').uncheck();
     await control(page, 'Model').click();
+    await shownDocument(page, 'KNN'); // takes the macro's place
     await page.locator('[role=treeitem]', { hasText: 'Macro' }).click();
     await page.locator('[data-macro=record]').check();
     await control(page, 'DescriptiveStat').click();
+    await shownDocument(page, 'Matrice de confusion');
     await page.locator('[role=treeitem]', { hasText: 'Macro' }).click();
     await page.waitForSelector('.macro pre:has-text("DescriptiveStat")');
     const macro = await page.locator('.macro pre').innerText();
