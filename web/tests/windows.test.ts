@@ -294,3 +294,35 @@ test('a jump beyond the last case goes to it; names stand beside the numbers of 
     await page.waitForSelector('.grid-row:has(.grid-cell.at) .grid-name:has-text("93 Volvo 850")');
     await page.waitForSelector('.grid-cell.at:has-text("24.8")');
   }));
+
+test('in English the words of lists are English, names of the data stay as they are', () =>
+  onWorkbench(
+    'noms.csv',
+    async ({ page }) => {
+      await startMethod(page, 'nb');
+      await page.click('.segments label:has-text("EN")');
+      await control(page, 'Variables').click();
+      await pickVariables(page, [['genre'], ['Classe', 'Normale'], ['Continu']]);
+      const list = page.locator('.note-list:visible');
+      const cells = (kind: string) => list.locator(kind).allTextContents();
+      await tab(page, 'Distributions');
+      await becomes(() => cells('th'), ['Independent', 'Type', 'Distribution']);
+      await becomes(
+        () => cells('td'),
+        [
+          ['Classe', 'Continuous', 'Normal'],
+          ['Normale', 'Continuous', 'Normal'],
+          ['Continu', 'Categorical', 'Discrete'],
+        ].flat(),
+      );
+      await control(page, 'OK').click();
+      await page.waitForSelector('.dialog.results');
+      await tab(page, 'Distrib. a posteriori');
+      await becomes(() => cells('th'), ['Classe', 'Normale', 'Continu']);
+      await becomes(async () => (await cells('td'))[2], 'Normale');
+    },
+    `genre,Classe,Normale,Continu\n${Array.from(
+      { length: 40 },
+      (_, i) => `${i % 2 ? 'a' : 'b'},${i % 7},${i % 5},${i % 3 ? 'Normale' : 'Poisson'}\n`,
+    ).join('')}`,
+  ));

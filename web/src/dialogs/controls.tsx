@@ -387,8 +387,19 @@ export function ListsPick({ control, hands, captions }: Props & { captions: stri
   );
 }
 
-/** A text that the dialog shows; as a list its lines are a small table, the first the headings. */
-export function Note({ control, rows }: { control: Control; rows?: number }) {
+/**
+ * A text that the dialog shows; as a list its lines are a small table, the first the headings. Unless
+ * all of it is data, the first column below its heading holds names, the rest words of the module.
+ */
+export function Note({
+  control,
+  rows,
+  data,
+}: {
+  control: Control;
+  rows?: number;
+  data?: boolean | undefined;
+}) {
   const text = String(control.value ?? '') || translate(control.label, pageLanguage());
   const lines = text.split('\n').filter(line => line !== '');
   if (rows === undefined) {
@@ -400,7 +411,11 @@ export function Note({ control, rows }: { control: Control; rows?: number }) {
       </p>
     );
   }
-  const table = lines.map(line => line.split('\t'));
+  const table = lines.map((line, i) =>
+    line
+      .split('\t')
+      .map((cell, j) => (data || (i > 0 && j === 0) ? cell : translate(cell, pageLanguage()))),
+  );
   const numeric = (j: number) =>
     table.length > 1 && table.slice(1).every(cells => Number.isFinite(Number(cells[j] || NaN)))
       ? 'numeric'
@@ -418,7 +433,7 @@ export function Note({ control, rows }: { control: Control; rows?: number }) {
           <tr>
             {table[0]?.map((cell, j) => (
               <th key={j} scope="col" class={numeric(j)} title={cell}>
-                {translate(cell, pageLanguage())}
+                {cell}
               </th>
             ))}
           </tr>

@@ -407,7 +407,7 @@ function OnePart({ part, dialog, hands, where }: Omit<PartsProps, 'parts'> & { p
     const control = find(part.list);
     if (!control) return null;
     return control.kind === 'note' ? (
-      <Note control={control} rows={part.rows ?? 6} />
+      <Note control={control} rows={part.rows ?? 6} data={part.data} />
     ) : (
       <OpenList control={control} hands={hands} rows={part.rows ?? 6} />
     );

@@ -75,6 +75,9 @@ export const english: Record<string, string> = {
 
   // naive Bayes
   'Sél&ectionnez les distributions': 'S&elect distributions',
+  Continu: 'Continuous',
+  Categoriel: 'Categorical',
+  Discrète: 'Discrete',
   'Seu&il :': '&Threshold:',
   'Seuil a pr&iori :': 'Pr&ior threshold:',
   'Variable &dépendante :': '&Dependent variable:',

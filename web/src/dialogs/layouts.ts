@@ -11,7 +11,7 @@ export type Part =
   | { text: string } // a caption without a control
   | { matrix: string[]; rows: { label: string; cells: string[] }[] } // fields under headings
   | { lists: string; captions: string[] } // a choice of several lists, each shown under its caption
-  | { list: string; rows?: number } // a control shown as an open list
+  | { list: string; rows?: number; data?: boolean } // a control shown as an open list; all of it data
   | { cells: string; edit: string; hint: string; rows: number } // a table whose last column is edited, of so many rows at most
   | { buttons: string[] }; // a row of buttons of equal width
 
@@ -194,7 +194,7 @@ export const layouts: Record<string, Layout> = {
         'MinimumRange',
         'MaximumRange',
         { buttons: ['FixedIndependents'] },
-        { list: 'Posterior.List', rows: 5 },
+        { list: 'Posterior.List', rows: 5, data: true },
         { buttons: ['PosteriorSpreadsheet', 'PosteriorPlot'] },
       ],
       'Prévisions perso.': custom,
