@@ -220,6 +220,25 @@ export const hostTexts: [string, string][] = [
     ' existe déjà, la nouvelle variable se nomme "',
   ],
 
+  // notes of the module and reasons of its numeric faults
+  ['note: ', 'remarque : '],
+  [
+    'training stopped at the iteration limit (MaxNoOfIterations = {0}) in {1} of {2} decision functions, short of the stopping accuracy',
+    'l’apprentissage s’est arrêté à la limite d’itérations (MaxNoOfIterations = {0}) pour {1} fonctions de décision sur {2}, avant la précision demandée',
+  ],
+  [
+    'the model predicts {0}, the first of {1} dependents, alone',
+    'le modèle ne prévoit que {0}, la première des {1} variables dépendantes',
+  ],
+  [
+    'VValue = 1 holds out all cases and leaves none to train on; take 2 or more',
+    'VValue = 1 met toutes les observations de côté et n’en laisse aucune pour l’apprentissage ; prenez 2 ou plus',
+  ],
+  [
+    'this nu holds all cases of a class at one bound, where the constants of the model are undefined; take another',
+    'ce nu tient toutes les observations d’une classe à une même borne, où les constantes du modèle ne sont pas définies ; prenez-en un autre',
+  ],
+
   // requests
   ['this is not possible now', 'ce n’est pas possible maintenant'],
   ['the dialog has changed, or something runs', 'la boîte a changé, ou un calcul est en cours'],

@@ -179,7 +179,7 @@ const handlers: Record<string, (state: State, data: any) => void> = {
   message: (_, data) => {
     findAnalysis(data.analysis)?.messages.push(data.message);
     // Those of one call together: the next one clears them.
-    if (data.message.note) page.notice = `${page.notice} ${data.message.text}`.trim();
+    if (data.message.note) page.notice = `${page.notice} ${hostText(data.message.text)}`.trim();
   },
   macro: (_, data) =>
     assign(data.analysis, { macro: { lines: data.lines, recording: data.recording } }),

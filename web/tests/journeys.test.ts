@@ -281,7 +281,9 @@ test('support vectors: kernel, search grid, model, saved predictions and deploym
     await control(page, 'MaxNoOfIterations').fill('2');
     await control(page, 'OK').click();
     await page.waitForSelector('.dialog.results');
-    await page.waitForSelector('.notice:has-text("note: training stopped at the iteration limit")');
+    await page.waitForSelector(
+      '.notice:has-text("l’apprentissage s’est arrêté à la limite d’itérations")',
+    );
     await page.waitForSelector('.summary:has-text("No. of SVs")');
     await control(page, 'Model').click();
     await page.locator('[role=treeitem]', { hasText: 'coefficients and support' }).click();

@@ -110,16 +110,22 @@ test('the texts of the program are put into French, part by part', () => {
       'warning: /d/$1.csv: a .csv file does not hold the labels of "y"',
       'attention : /d/$1.csv: un fichier .csv ne garde pas les libellés de "y"',
     ],
+    [
+      'note: the model predicts a.b, the first of 3 dependents, alone',
+      'remarque : le modèle ne prévoit que a.b, la première des 3 variables dépendantes',
+    ],
     ['Vérifiez vos variables', 'Vérifiez vos variables'],
   ];
   for (const [text, expected] of french) assert.equal(inFrench(text), expected);
 });
 
 test('every text that is put into French is one of the program', () => {
-  const folder = '../app';
-  const sources = readdirSync(folder, { recursive: true, encoding: 'utf8' })
+  const sources = ['../app', '../src']
+    .flatMap(folder =>
+      readdirSync(folder, { recursive: true, encoding: 'utf8' }).map(name => join(folder, name)),
+    )
     .filter(name => /\.(cpp|h)$/.test(name))
-    .map(name => readFileSync(join(folder, name), 'utf8'))
+    .map(name => readFileSync(name, 'utf8'))
     .join('\n')
     .replace(/"\s*\n\s*"/g, '')
     .replaceAll('\\"', '"');
